@@ -1,0 +1,83 @@
+# One function per kind of target.
+
+# A module of the host platform: an object library in libalarm-host.so.
+function(host_module)
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES")
+    add_library(host-${arg_NAME} OBJECT ${arg_SOURCES})
+    set_target_properties(host-${arg_NAME} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    target_link_libraries(host-${arg_NAME} PRIVATE alarm-build alarm-platform host-common
+                                                   ${arg_LIBRARIES})
+    target_link_libraries(alarm-host PRIVATE host-${arg_NAME} ${arg_LIBRARIES})
+endfunction()
+
+# C++ code for both ends of a D-Bus interface, as <interface>-proxy.h and <interface>-adaptor.h.
+function(host_dbus_interface interface)
+    set(xml ${CMAKE_CURRENT_SOURCE_DIR}/${interface}.xml)
+    set(proxy ${CMAKE_CURRENT_BINARY_DIR}/${interface}-proxy.h)
+    set(adaptor ${CMAKE_CURRENT_BINARY_DIR}/${interface}-adaptor.h)
+    add_custom_command(
+        OUTPUT ${proxy} ${adaptor}
+        COMMAND sdbus-c++-xml2cpp ${xml} --proxy=${proxy} --adaptor=${adaptor}
+        DEPENDS ${xml}
+        VERBATIM)
+    add_custom_target(${interface}-code DEPENDS ${proxy} ${adaptor})
+    add_dependencies(host-dbus ${interface}-code)
+endfunction()
+
+# An application of the watch. Its file is named by its application id, in its package's folder, from
+# which the platform knows both.
+function(alarm_application name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "ID;PACKAGE" "SOURCES;LIBRARIES")
+    add_executable(${name} ${arg_SOURCES})
+    set_target_properties(
+        ${name}
+        PROPERTIES OUTPUT_NAME ${arg_ID}
+                   RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/ro/${arg_PACKAGE}/bin)
+    target_link_libraries(${name} PRIVATE alarm-build alarm-common alarm-app-common
+                                          ${arg_LIBRARIES})
+    host_service_file(${arg_ID} ${name})
+endfunction()
+
+# The bus starts target when somebody calls name.
+function(host_service_file name target)
+    file(
+        GENERATE
+        OUTPUT ${PROJECT_BINARY_DIR}/dbus-services/${name}.service
+        CONTENT "[D-BUS Service]\nName=${name}\nExec=$<TARGET_FILE:${target}>\n")
+    add_dependencies(session ${target})
+endfunction()
+
+# A test of one class of the library, on doubles of the platform.
+function(alarm_unit_test class)
+    add_executable(${class}Test unit/${class}Test.cpp)
+    add_dependencies(unit-tests ${class}Test)
+    target_link_libraries(${class}Test PRIVATE alarm-build alarm-common-objects platform-doubles
+                                               GTest::gmock_main)
+    gtest_discover_tests(${class}Test NO_PRETTY_VALUES PROPERTIES LABELS unit TIMEOUT 30)
+endfunction()
+
+# A test of a host module with its real engine. ALARM_SESSION is a command that runs another one in a
+# session of its own; it needs the finished build, so the cases are listed when ctest starts.
+function(alarm_host_test name)
+    add_executable(${name}Test ${name}Test.cpp)
+    target_link_libraries(${name}Test PRIVATE alarm-build host-support ${ARGN} GTest::gmock_main)
+    set_target_properties(${name}Test PROPERTIES CROSSCOMPILING_EMULATOR "${ALARM_SESSION}")
+    gtest_discover_tests(${name}Test NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 30
+                         PROPERTIES LABELS host TIMEOUT 60)
+endfunction()
+
+# A story of library, platform and applications, in a session of its own. SERIAL: it measures time, so
+# no other test runs beside it.
+function(alarm_system_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "TIMEOUT" "")
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    add_executable(${name}Test ${name}Test.cpp)
+    target_link_libraries(${name}Test PRIVATE alarm-build alarm-common host-support
+                                              GTest::gmock_main)
+    set_target_properties(${name}Test PROPERTIES CROSSCOMPILING_EMULATOR "${ALARM_SESSION}")
+    gtest_discover_tests(${name}Test NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 30
+                         PROPERTIES LABELS system TIMEOUT ${arg_TIMEOUT} RUN_SERIAL
+                                                                 ${arg_SERIAL})
+endfunction()

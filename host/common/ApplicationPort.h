@@ -1,0 +1,49 @@
+#pragma once
+
+#include "host/common/Entries.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace host {
+
+/**
+ * Where the launch requests and replies for this process arrive, and from where it sends its own.
+ * Main thread; everything arrives from the main loop. Errors of the bus are thrown as sdbus::Error.
+ */
+class ApplicationPort {
+public:
+    static ApplicationPort& instance();
+
+    struct Request {
+        Entries entries;
+        std::string sender; ///< unique bus name
+        uint64_t ticket = 0; ///< 0 = no reply wanted
+    };
+    using Receiver = std::function<void(Request request)>;
+    using Answer = std::function<void(int result, const Entries& reply)>;
+
+    /// Takes the process's application id as its bus name and passes each request to receiver.
+    /// Throws sdbus::Error when the id runs already.
+    void open(const std::string& application, Receiver receiver);
+
+    /// Gives the name back. Requests that had been sent to it have been received when this returns;
+    /// later ones start the application anew.
+    void close();
+
+    /// Starts the application if need be and sends the request; the answer, when one is wanted,
+    /// comes once.
+    void launch(const std::string& application, const Entries& request, Answer answer);
+
+    void reply(const std::string& sender, uint64_t ticket, int result, const Entries& entries);
+
+private:
+    ApplicationPort();
+    ~ApplicationPort();
+    class Object;
+    std::unique_ptr<Object> _object;
+    std::string _application;
+};
+
+} // namespace host

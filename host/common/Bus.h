@@ -1,0 +1,22 @@
+#pragma once
+
+#include <sdbus-c++/sdbus-c++.h>
+
+namespace host {
+
+extern const char* const kDaemonName; ///< bus name of hostd
+extern const char* const kDaemonPath; ///< its one object
+extern const char* const kApplicationPath; ///< an application's object, at its id as bus name
+
+/**
+ * The process's one connection to the session's bus, made by the first use and flushed when the
+ * process ends. Main thread only.
+ */
+sdbus::IConnection& bus();
+
+/// Serves the connection from the Ecore main loop from now on; initialises Ecore; idempotent.
+/// Messages that came during a synchronous call are served before the loop sleeps. When the bus goes
+/// away the main loop is ended: a session's processes end with it.
+void serveBusOnLoop();
+
+} // namespace host

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace host {
+
+/// A dictionary that keeps the order of addition: what bundles and launch requests carry. An entry
+/// stays where it is while others are added behind it.
+using Entries = std::deque<std::pair<std::string, std::string>>;
+
+/// The value under key, or null. Valid until an entry is taken away.
+const std::string* findEntry(const Entries& entries, std::string_view key);
+
+/// Printable ASCII without quotes, the same for equal entries.
+std::string encodeEntries(const Entries& entries);
+
+/// What encodeEntries was given; nothing for a text that it cannot have written.
+std::optional<Entries> decodeEntries(const std::string& text);
+
+/// The keys under which a launch request carries its operation and the application's id.
+extern const char* const kOperationKey;
+extern const char* const kApplicationIdKey;
+
+} // namespace host

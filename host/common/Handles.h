@@ -1,0 +1,18 @@
+#pragma once
+
+#include "host/common/Entries.h"
+
+#include <app_control.h>
+#include <bundle.h>
+#include <cstdint>
+
+/// The inside of the platform's handles that more than one module looks into.
+struct _bundle_t {
+    host::Entries entries;
+};
+
+struct app_control_s {
+    bundle data;
+    std::string sender; ///< of a received request: the unique bus name of its caller
+    uint64_t ticket = 0; ///< of a received request: the caller's number; 0 = wants no reply
+};

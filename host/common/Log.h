@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// Writes one line of the device's log: to standard error as "<letter>/<tag>(<pid>): <text>", or to
+/// the journal when standard error goes there. priority is dlog's log_priority; lines below
+/// ALARM_HOST_LOG's letter (V D I W E F S; I by default) are dropped. Any thread; never blocks on
+/// another line, never fails.
+void writeLog(int priority, const char* tag, const char* text);
+
+void logInfo(const std::string& text);
+void logWarning(const std::string& text);
+void logError(const std::string& text);
+
+/// Takes every line in the sink's stead, for tests; null gives the sink back.
+using LogHook = void (*)(int priority, const char* tag, const char* text);
+void setLogHook(LogHook hook);
+
+} // namespace host

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+/**
+ * The session that this process belongs to: where its state lies, and which application the
+ * process is. Read from the environment once; any thread.
+ */
+namespace host {
+
+/// Who this process is. An application's file lies at <package>/bin/<application id>, as
+/// installations lay it; ALARM_HOST_PACKAGE names the package of any other program. Empty: none.
+struct Identity {
+    std::string package;
+    std::string application;
+};
+const Identity& identity();
+
+/// The state directory, ending in "/": ALARM_HOST_HOME, else a folder of the user's. Made when
+/// absent, mode 0700. Throws std::system_error when it cannot be made.
+const std::string& homePath();
+
+/// Where the state lies that ends with the session, ending in "/": ALARM_HOST_RUNTIME, else a
+/// folder under XDG_RUNTIME_DIR. Made when absent.
+const std::string& runtimePath();
+
+/// The link to the zone's data file: ALARM_HOST_LOCALTIME, else the watch's path.
+const std::string& zoneLinkPath();
+
+/// The device's zone now, such as "Europe/Berlin", by the zone link, else by /etc/localtime; "UTC"
+/// when neither tells.
+std::string zoneId();
+
+/// Makes the directory with its parents, mode 0700. Throws std::system_error.
+void makeDirectory(const std::string& path);
+
+} // namespace host

@@ -1,0 +1,181 @@
+#include "host/common/SettingsStore.h"
+
+#include "host/common/Bus.h"
+#include "host/common/Session.h"
+
+#include <chrono>
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+namespace host {
+
+namespace {
+
+const char* const kSettingsPath = "/com/velmora/host/Settings";
+const char* const kSettingsInterface = "com.velmora.host.Settings";
+const int kBusyMilliseconds = 5000;
+const useconds_t kOpenPause = 10000;
+
+bool isSessionKey(const std::string& store, const std::string& key)
+{
+    return store == "vconf" && key.compare(0, 7, "memory/") == 0;
+}
+
+// Several processes may make the file at once, and SQLite's busy timeout does not cover the change
+// to write-ahead logging.
+std::unique_ptr<SQLite::Database> openStore(const std::string& file, const char* synchronous)
+{
+    using std::chrono::steady_clock;
+    const auto end = steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
+    while (true) {
+        try {
+            auto store = std::make_unique<SQLite::Database>(
+                file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, kBusyMilliseconds);
+            store->exec("PRAGMA journal_mode=WAL");
+            store->exec(std::string("PRAGMA synchronous=") + synchronous);
+            store->exec("CREATE TABLE IF NOT EXISTS setting (store TEXT, key TEXT, type TEXT, "
+                        "value, PRIMARY KEY (store, key)) WITHOUT ROWID");
+            return store;
+        } catch (const SQLite::Exception& error) {
+            if (error.getErrorCode() != SQLITE_BUSY || steady_clock::now() >= end)
+                throw;
+        }
+        usleep(kOpenPause);
+    }
+}
+
+const char* typeName(const SettingValue& value)
+{
+    static const char* const names[] = { "int", "bool", "str" };
+    return names[value.index()];
+}
+
+void bindValue(SQLite::Statement& statement, int at, const SettingValue& value)
+{
+    if (const auto* number = std::get_if<int>(&value))
+        statement.bind(at, *number);
+    else if (const auto* flag = std::get_if<bool>(&value))
+        statement.bind(at, *flag ? 1 : 0);
+    else
+        statement.bind(at, std::get<std::string>(value));
+}
+
+SettingValue columnValue(SQLite::Statement& statement, int type, int value)
+{
+    const std::string name = statement.getColumn(type).getString();
+    if (name == "int")
+        return statement.getColumn(value).getInt();
+    if (name == "bool")
+        return statement.getColumn(value).getInt() != 0;
+    return statement.getColumn(value).getString();
+}
+
+// The value is stored already: who has no bus misses the news only.
+void announce(const std::string& store, const std::string& key)
+{
+    try {
+        sdbus::createObject(bus(), kSettingsPath)
+            ->emitSignal("Changed")
+            .onInterface(kSettingsInterface)
+            .withArguments(store, key);
+    } catch (const sdbus::Error&) {
+    }
+}
+
+} // namespace
+
+struct SettingsStore::Impl {
+    SQLite::Database& of(const std::string& store, const std::string& key)
+    {
+        if (!isSessionKey(store, key))
+            return *lasting;
+        if (!session)
+            session = openStore(runtimePath() + "memory.db", "OFF");
+        return *session;
+    }
+
+    std::unique_ptr<SQLite::Database> lasting = openStore(homePath() + "settings.db", "FULL");
+    std::unique_ptr<SQLite::Database> session; // opened by the first use
+};
+
+SettingsStore::SettingsStore()
+    : _impl(std::make_unique<Impl>())
+{
+}
+
+SettingsStore::~SettingsStore() = default;
+
+SettingsStore& SettingsStore::session()
+{
+    static SettingsStore store;
+    return store;
+}
+
+std::optional<SettingValue> SettingsStore::read(const std::string& store, const std::string& key)
+{
+    SQLite::Statement query(
+        _impl->of(store, key), "SELECT type, value FROM setting WHERE store = ? AND key = ?");
+    query.bind(1, store);
+    query.bind(2, key);
+    if (!query.executeStep())
+        return std::nullopt;
+    return columnValue(query, 0, 1);
+}
+
+void SettingsStore::write(
+    const std::string& store, const std::string& key, const SettingValue& value)
+{
+    SQLite::Statement insert(
+        _impl->of(store, key), "REPLACE INTO setting (store, key, type, value) VALUES (?, ?, ?, ?)");
+    insert.bind(1, store);
+    insert.bind(2, key);
+    insert.bind(3, typeName(value));
+    bindValue(insert, 4, value);
+    insert.exec();
+    announce(store, key);
+}
+
+bool SettingsStore::erase(const std::string& store, const std::string& key)
+{
+    SQLite::Statement remove(
+        _impl->of(store, key), "DELETE FROM setting WHERE store = ? AND key = ?");
+    remove.bind(1, store);
+    remove.bind(2, key);
+    const bool erased = remove.exec() > 0;
+    if (erased)
+        announce(store, key);
+    return erased;
+}
+
+std::vector<std::pair<std::string, SettingValue>> SettingsStore::list(const std::string& store)
+{
+    std::vector<std::pair<std::string, SettingValue>> found;
+    for (const char* probe : { "", "memory/" }) {
+        SQLite::Database& database = _impl->of(store, probe);
+        if (*probe && &database == _impl->lasting.get())
+            break;
+        SQLite::Statement query(
+            database, "SELECT key, type, value FROM setting WHERE store = ? ORDER BY key");
+        query.bind(1, store);
+        while (query.executeStep())
+            found.emplace_back(query.getColumn(0).getString(), columnValue(query, 1, 2));
+    }
+    return found;
+}
+
+std::shared_ptr<void> SettingsStore::watch(Changed changed)
+{
+    serveBusOnLoop();
+    auto slot = bus().addMatch(std::string("type='signal',interface='") + kSettingsInterface
+            + "',member='Changed',path='" + kSettingsPath + "'",
+        [changed = std::move(changed)](sdbus::Message& message) {
+            std::string store;
+            std::string key;
+            message >> store >> key;
+            changed(store, key);
+        });
+    return std::make_shared<sdbus::Slot>(std::move(slot));
+}
+
+} // namespace host

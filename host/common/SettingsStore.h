@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace host {
+
+using SettingValue = std::variant<int, bool, std::string>;
+
+/**
+ * Typed values under keys, shared by the processes of the session: the device's settings and the
+ * packages' preferences. A store is named "vconf" or by its package; keys of "vconf" that begin with
+ * "memory/" last as long as the session. A write is on disk when write returns, and is announced on
+ * the bus. Every call throws std::exception when the store cannot be read or written. Main thread.
+ */
+class SettingsStore {
+public:
+    static SettingsStore& session();
+
+    std::optional<SettingValue> read(const std::string& store, const std::string& key);
+    void write(const std::string& store, const std::string& key, const SettingValue& value);
+    /// False when there was none.
+    bool erase(const std::string& store, const std::string& key);
+    std::vector<std::pair<std::string, SettingValue>> list(const std::string& store);
+
+    /// Calls changed on the main loop after each write of any process, until the result is dropped.
+    using Changed = std::function<void(const std::string& store, const std::string& key)>;
+    std::shared_ptr<void> watch(Changed changed);
+
+private:
+    SettingsStore();
+    ~SettingsStore();
+    struct Impl;
+    std::unique_ptr<Impl> _impl;
+};
+
+} // namespace host

@@ -1,0 +1,94 @@
+#pragma once
+
+#include "host/common/Entries.h"
+#include "host/daemon/AlarmStore.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// Both in seconds, of which a part begun does not count.
+struct Clock {
+    std::function<std::int64_t()> now; ///< since the epoch, as the device's clock is set
+    std::function<std::int64_t()> elapsed; ///< of a clock that nobody sets and sleep does not stop
+};
+
+/// A request to start an application for an alarm.
+struct Launch {
+    int id = 0;
+    std::string application;
+    Entries request; ///< the stored one and the alarm's id
+    std::string once; ///< the same for each sending of one alert, and for no other alert
+};
+
+enum class LaunchResult {
+    Delivered,
+    Refused, ///< and would be refused again
+    Lost, ///< nobody knows whether it arrived
+};
+
+/**
+ * Decides which alarm rings when. What is registered is on disk; an alert that was sent counts as
+ * rung only when its launch was answered, so a daemon that dies in between sends it again, and the
+ * receiver tells by Launch::once. Knows no bus and no loop. One thread.
+ */
+class AlarmSchedule {
+public:
+    /// Sends the launch; its answer goes to answered().
+    using Launcher = std::function<void(const Launch&)>;
+
+    /// Opens or makes the file at path. Throws std::exception when it can be neither.
+    AlarmSchedule(
+        const std::string& path, Clock clock, const cctz::time_zone& zone, Launcher launcher);
+
+    /// Registers an alarm; it is on disk when the id is returned. Throws std::invalid_argument,
+    /// with a text for the caller, for what cannot ring, and SQLite::Exception.
+    int schedule(const std::string& package, const Entries& request, const AlarmTime& time);
+
+    /// False when the package has registered no alarm of that id. Throws SQLite::Exception.
+    bool cancel(const std::string& package, int id);
+
+    std::vector<Alarm> list() { return _store.all(); }
+    std::vector<TrayEntry> tray() { return _store.tray(); }
+
+    /// Computes every alarm anew, after the clock or the zone was changed.
+    void clockChanged(const cctz::time_zone& zone);
+
+    /// Launches what is due and returns when to call it again, if ever. To be called at that
+    /// instant and after each of the other calls.
+    std::optional<std::int64_t> launchDue();
+
+    /// Takes the answer to a launch; detail says in words why there was none.
+    void answered(int id, LaunchResult result, const std::string& detail);
+
+private:
+    struct Flight {
+        Launch launch;
+        std::int64_t due = 0;
+        int sent = 0;
+    };
+
+    void _recompute(std::int64_t now);
+    bool _follow(Alarm& alarm, std::int64_t now) const;
+    void _rearm(std::int64_t now);
+    void _passOver(std::int64_t now);
+    void _launch(std::int64_t now);
+    bool _isRinging(int id) const { return _flights.count(id) != 0 || _rung.count(id) != 0; }
+    bool _tryToSave(const std::function<void()>& change);
+
+    AlarmStore _store;
+    Clock _clock;
+    cctz::time_zone _zone;
+    Launcher _launcher;
+    std::int64_t _offset; ///< of the device's clock to the one that nobody sets
+    bool _wentFarBack = false;
+    bool _stale = true;
+    std::map<int, Flight> _flights; ///< sent, not answered
+    std::map<int, std::int64_t> _rung; ///< answered, not yet on disk: id and instant
+};
+
+} // namespace host

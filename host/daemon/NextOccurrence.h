@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cctz/civil_time.h>
+#include <cctz/time_zone.h>
+#include <cstdint>
+#include <optional>
+
+namespace host {
+
+/// When an alarm rings, as the device's clock shows it.
+struct AlarmTime {
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int weekSet = 0; ///< OR of 1 (Sunday) to 64 (Saturday); 0 = any day
+    std::optional<cctz::civil_day> firstDay; ///< not on an earlier day
+};
+
+/**
+ * The first instant later than after that the clock shows the alarm's time of day on one of its
+ * days; seconds since the epoch.
+ *
+ * A time that a clock change skips counts as the first instant behind the gap; one that it doubles
+ * counts once, the first time. The day is that of the clock time, skipped or not.
+ */
+std::int64_t nextOccurrence(
+    std::int64_t after, const AlarmTime& alarm, const cctz::time_zone& zone);
+
+} // namespace host

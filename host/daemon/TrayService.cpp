@@ -1,0 +1,26 @@
+#include "host/daemon/TrayService.h"
+
+namespace host {
+
+TrayService::TrayService(AlarmSchedule& schedule)
+    : AdaptorInterfaces(bus(), kDaemonPath)
+    , _schedule(schedule)
+{
+    registerAdaptor();
+}
+
+TrayService::~TrayService() { unregisterAdaptor(); }
+
+std::vector<sdbus::Struct<int64_t, std::string>> TrayService::List()
+{
+    try {
+        std::vector<sdbus::Struct<int64_t, std::string>> entries;
+        for (const TrayEntry& entry : _schedule.tray())
+            entries.emplace_back(entry.posted, entry.text);
+        return entries;
+    } catch (const std::exception& error) {
+        throw sdbus::Error("org.freedesktop.DBus.Error.Failed", error.what());
+    }
+}
+
+} // namespace host

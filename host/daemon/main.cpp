@@ -1,0 +1,48 @@
+#include "host/common/Bus.h"
+#include "host/daemon/AlarmService.h"
+#include "host/daemon/TrayService.h"
+
+#include <cstdio>
+#include <Ecore.h>
+#include <exception>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+Eina_Bool endCb(void*, int, void*)
+{
+    ecore_main_loop_quit();
+    return ECORE_CALLBACK_PASS_ON;
+}
+
+void takeName()
+{
+    try {
+        host::bus().requestName(host::kDaemonName);
+    } catch (const sdbus::Error&) {
+        throw std::runtime_error(std::string("the bus does not give the name ") + host::kDaemonName
+            + "; most likely another hostd runs in this session");
+    }
+}
+
+} // namespace
+
+// What on the watch is a set of system services, for one session.
+int main()
+{
+    try {
+        host::serveBusOnLoop();
+        ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, endCb, nullptr);
+        host::AlarmService alarms;
+        host::TrayService tray(alarms.schedule());
+        // Last, so that whoever sees the name is answered.
+        takeName();
+        alarms.start();
+        ecore_main_loop_begin();
+        return 0;
+    } catch (const std::exception& error) {
+        fprintf(stderr, "hostd: %s\n", error.what());
+        return 1;
+    }
+}

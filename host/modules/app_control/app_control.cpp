@@ -1,0 +1,180 @@
+#include "app_control.h"
+
+#include "host/common/ApplicationPort.h"
+#include "host/common/Handles.h"
+#include "host/common/Log.h"
+
+#include <algorithm>
+#include <app_control_internal.h>
+#include <cstring>
+#include <new>
+#include <sdbus-c++/sdbus-c++.h>
+
+using host::ApplicationPort;
+using host::Entries;
+
+namespace {
+
+Entries::iterator entryOf(Entries& entries, const std::string& key)
+{
+    return std::find_if(entries.begin(), entries.end(),
+        [&key](const auto& entry) { return entry.first == key; });
+}
+
+// Null takes the entry away; an entry that is there keeps its place.
+int setEntry(app_control_h app_control, const char* key, const char* value)
+try {
+    if (!app_control)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    Entries& entries = app_control->data.entries;
+    const auto entry = entryOf(entries, key);
+    if (entry == entries.end()) {
+        if (value)
+            entries.emplace_back(key, value);
+    } else if (value) {
+        entry->second = value;
+    } else {
+        entries.erase(entry);
+    }
+    return APP_CONTROL_ERROR_NONE;
+} catch (const std::bad_alloc&) {
+    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+}
+
+int copyEntry(app_control_h app_control, const char* key, char** value)
+{
+    if (!app_control || !key || !value)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    const std::string* found = host::findEntry(app_control->data.entries, key);
+    if (!found)
+        return APP_CONTROL_ERROR_KEY_NOT_FOUND;
+    char* copy = strdup(found->c_str());
+    if (!copy)
+        return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+    *value = copy;
+    return APP_CONTROL_ERROR_NONE;
+}
+
+int launchError(const sdbus::Error& error)
+{
+    const std::string& name = error.getName();
+    if (name == "org.freedesktop.DBus.Error.ServiceUnknown"
+        || name == "org.freedesktop.DBus.Error.InvalidArgs") // an id that cannot be a bus name
+        return APP_CONTROL_ERROR_APP_NOT_FOUND;
+    if (name == "org.freedesktop.DBus.Error.TimedOut"
+        || name == "org.freedesktop.DBus.Error.NoReply"
+        || name == "org.freedesktop.DBus.Error.Timeout")
+        return APP_CONTROL_ERROR_TIMED_OUT;
+    if (name == "org.freedesktop.DBus.Error.AccessDenied")
+        return APP_CONTROL_ERROR_LAUNCH_REJECTED;
+    return APP_CONTROL_ERROR_LAUNCH_FAILED;
+}
+
+// The reply callback's request handle is a copy: the caller may destroy its own after sending.
+ApplicationPort::Answer answerTo(
+    app_control_h request, app_control_reply_cb callback, void* data)
+{
+    if (!callback)
+        return nullptr;
+    return [sent = *request, callback, data](int result, const Entries& entries) mutable {
+        app_control_s reply;
+        reply.data.entries = entries;
+        callback(&sent, &reply, static_cast<app_control_result_e>(result), data);
+    };
+}
+
+} // namespace
+
+extern "C" int app_control_create(app_control_h* app_control)
+try {
+    if (!app_control)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    *app_control = new app_control_s;
+    return APP_CONTROL_ERROR_NONE;
+} catch (const std::bad_alloc&) {
+    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+}
+
+extern "C" int app_control_destroy(app_control_h app_control)
+{
+    if (!app_control)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    delete app_control;
+    return APP_CONTROL_ERROR_NONE;
+}
+
+extern "C" int app_control_get_operation(app_control_h app_control, char** operation)
+{
+    return copyEntry(app_control, host::kOperationKey, operation);
+}
+
+extern "C" int app_control_get_extra_data(
+    app_control_h app_control, const char* key, char** value)
+{
+    return copyEntry(app_control, key, value);
+}
+
+extern "C" int app_control_set_operation(app_control_h app_control, const char* operation)
+{
+    return setEntry(app_control, host::kOperationKey, operation);
+}
+
+extern "C" int app_control_set_app_id(app_control_h app_control, const char* app_id)
+{
+    return setEntry(app_control, host::kApplicationIdKey, app_id);
+}
+
+extern "C" int app_control_add_extra_data(
+    app_control_h app_control, const char* key, const char* value)
+{
+    if (!app_control || !key || !*key || !value)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    if (strncmp(key, "__", 2) == 0)
+        return APP_CONTROL_ERROR_KEY_REJECTED;
+    return setEntry(app_control, key, value);
+}
+
+extern "C" int app_control_send_launch_request(
+    app_control_h app_control, app_control_reply_cb callback, void* user_data)
+{
+    const std::string* application
+        = app_control ? host::findEntry(app_control->data.entries, host::kApplicationIdKey)
+                      : nullptr;
+    if (!application || application->empty())
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    try {
+        ApplicationPort::instance().launch(*application, app_control->data.entries,
+            answerTo(app_control, callback, user_data));
+    } catch (const sdbus::Error& error) {
+        host::logError("launching " + *application + " failed: " + error.getMessage());
+        return launchError(error);
+    } catch (const std::bad_alloc&) {
+        return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+    }
+    return APP_CONTROL_ERROR_NONE;
+}
+
+extern "C" int app_control_reply_to_launch_request(
+    app_control_h reply, app_control_h request, app_control_result_e result)
+{
+    if (!reply || !request)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    if (request->ticket == 0)
+        return APP_CONTROL_ERROR_NONE; // the caller wants none
+    try {
+        ApplicationPort::instance().reply(
+            request->sender, request->ticket, result, reply->data.entries);
+    } catch (const sdbus::Error&) {
+        return APP_CONTROL_ERROR_LAUNCH_FAILED;
+    }
+    request->ticket = 0; // a caller hears one answer
+    return APP_CONTROL_ERROR_NONE;
+}
+
+extern "C" int app_control_to_bundle(app_control_h app_control, bundle** data)
+{
+    if (!app_control || !data)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    *data = &app_control->data;
+    return APP_CONTROL_ERROR_NONE;
+}

@@ -1,0 +1,106 @@
+#include "Application.h"
+
+#include "host/common/Handles.h"
+#include "host/common/Log.h"
+#include "host/common/Session.h"
+
+#include <app_common.h>
+#include <sdbus-c++/sdbus-c++.h>
+
+using host::ApplicationPort;
+
+Application::Application(Callbacks callbacks)
+    : _callbacks(std::move(callbacks))
+{
+    ecore_app_no_system_modules(); // they look for a system bus and make every start slower
+    ecore_init();
+}
+
+Application::~Application()
+{
+    if (_job)
+        ecore_job_del(_job);
+    ecore_shutdown();
+}
+
+int Application::run()
+{
+    if (host::identity().application.empty())
+        return APP_ERROR_INVALID_CONTEXT;
+    Ecore_Event_Handler* signals
+        = ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, _signalCb, this);
+    int result = APP_ERROR_NONE;
+    if (_callbacks.create()) {
+        if (_open()) {
+            ecore_main_loop_begin();
+            _close();
+        } else {
+            result = APP_ERROR_INVALID_CONTEXT;
+        }
+        _callbacks.terminate();
+    }
+    ecore_event_handler_del(signals);
+    return result;
+}
+
+bool Application::_open()
+{
+    const std::string& application = host::identity().application;
+    try {
+        ApplicationPort::instance().open(application,
+            [this](ApplicationPort::Request request) { _receive(std::move(request)); });
+    } catch (const sdbus::Error& error) {
+        host::logError(application + " cannot run: " + error.getMessage());
+        return false;
+    }
+    return true;
+}
+
+// Nobody else would hear of a request that came too late for this process, so it goes to a new one.
+void Application::_close()
+{
+    const std::string& application = host::identity().application;
+    _ending = true;
+    try {
+        ApplicationPort::instance().close();
+        for (const ApplicationPort::Request& request : _waiting)
+            ApplicationPort::instance().launch(application, request.entries, nullptr);
+    } catch (const sdbus::Error& error) {
+        host::logInfo(application + " ends without its bus: " + error.getMessage());
+    }
+}
+
+void Application::_receive(ApplicationPort::Request request)
+{
+    _waiting.push_back(std::move(request));
+    if (!_job && !_ending)
+        _job = ecore_job_add(_deliverCb, this);
+}
+
+// One request a turn of the loop: an application that ends itself leaves the others waiting.
+void Application::_deliver()
+{
+    ApplicationPort::Request request = std::move(_waiting.front());
+    _waiting.pop_front();
+    if (!_waiting.empty())
+        _job = ecore_job_add(_deliverCb, this);
+
+    app_control_s received;
+    received.data.entries = std::move(request.entries);
+    received.sender = std::move(request.sender);
+    received.ticket = request.ticket;
+    _callbacks.appControl(&received);
+}
+
+void Application::_deliverCb(void* data)
+{
+    auto* application = static_cast<Application*>(data);
+    application->_job = nullptr;
+    application->_deliver();
+}
+
+Eina_Bool Application::_signalCb(void*, int, void*)
+{
+    ecore_main_loop_quit();
+    return ECORE_CALLBACK_PASS_ON;
+}

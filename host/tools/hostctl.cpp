@@ -1,0 +1,81 @@
+#include "host/tools/hostctl.h"
+
+#include "host/common/Bus.h"
+
+#include <cstdio>
+#include <map>
+
+namespace {
+
+const char* const kHelp
+    = R"(hostctl plays the world around the watch, in the session of its environment.
+
+  hostctl key get KEY                    a device setting
+  hostctl key set KEY int|bool|str VALUE
+  hostctl key unset KEY
+  hostctl key list
+  hostctl preference [--package PACKAGE] get|set|unset|list ...
+                                         the same for a package's preferences; the alarm's by default
+  hostctl alarms [--json]                the registered alarms, the earliest first
+  hostctl tray                           what the notification tray shows, the oldest first
+  hostctl launch APPLICATION [--operation OPERATION] [--extra KEY=VALUE]...
+                                         starts an application, or hands the request to a running one
+  hostctl supervise                      keeps hostd running until the session ends
+
+Exit status: 0 done, 1 failed, 2 wrong usage.
+)";
+
+const int kFailed = 1;
+const int kWrongUsage = 2;
+
+void run(const hostctl::Arguments& words)
+{
+    static const std::map<std::string, void (*)(const hostctl::Arguments&)> commands = {
+        { "key", hostctl::key },
+        { "preference", hostctl::preference },
+        { "alarms", hostctl::alarms },
+        { "tray", hostctl::tray },
+        { "launch", hostctl::launch },
+        { "supervise", hostctl::supervise },
+    };
+    if (words.empty())
+        throw hostctl::UsageError("a command is missing; hostctl --help lists them");
+    const auto found = commands.find(words[0]);
+    if (found == commands.end())
+        throw hostctl::UsageError(
+            "there is no command \"" + words[0] + "\"; hostctl --help lists them");
+    found->second({ words.begin() + 1, words.end() });
+}
+
+} // namespace
+
+sdbus::IConnection& hostctl::bus()
+{
+    try {
+        return host::bus();
+    } catch (const sdbus::Error& error) {
+        throw std::runtime_error("there is no session here (" + error.getMessage()
+            + "); host-session COMMAND runs a command in one");
+    }
+}
+
+int main(int argc, char** argv)
+{
+    const hostctl::Arguments words(argv + 1, argv + argc);
+    if (!words.empty() && words.size() <= 2 && words.back() == "--help") {
+        fputs(kHelp, stdout);
+        return 0;
+    }
+    try {
+        run(words);
+        return 0;
+    } catch (const hostctl::UsageError& error) {
+        fprintf(stderr, "hostctl: %s\n", error.what());
+        return kWrongUsage;
+    } catch (const sdbus::Error& error) {
+        fprintf(stderr, "hostctl: %s\n", error.getMessage().c_str());
+    } catch (const std::exception& error) {
+        fprintf(stderr, "hostctl: %s\n", error.what());
+    }
+    return kFailed;
+}

@@ -1,0 +1,80 @@
+#include "host/common/Bus.h"
+#include "host/common/Entries.h"
+#include "host/tools/hostctl.h"
+
+#include <algorithm>
+#include <app_control.h>
+#include <com.velmora.host.Application-proxy.h>
+
+namespace hostctl {
+
+namespace {
+
+const char* const kRight
+    = "it must be launch APPLICATION [--operation OPERATION] [--extra KEY=VALUE]...";
+
+using WireEntries = std::vector<sdbus::Struct<std::string, std::string>>;
+
+void addExtra(host::Entries& extras, const std::string& text)
+{
+    const std::size_t at = text.find('=');
+    if (at == std::string::npos || at == 0)
+        throw UsageError("\"" + text + "\" is no extra; it must be KEY=VALUE");
+    const std::string key = text.substr(0, at);
+    if (key.compare(0, 2, "__") == 0)
+        throw UsageError("\"" + key + "\" is the platform's own; an extra must not begin with __");
+    const auto old = std::find_if(
+        extras.begin(), extras.end(), [&](const auto& entry) { return entry.first == key; });
+    if (old != extras.end())
+        old->second = text.substr(at + 1);
+    else
+        extras.emplace_back(key, text.substr(at + 1));
+}
+
+// Calls Launch; the answer says that the application has the request.
+void send(const std::string& application, const WireEntries& request)
+{
+    auto target = sdbus::createProxy(bus(), application, host::kApplicationPath);
+    target->callMethod("Launch")
+        .onInterface("com.velmora.host.Application")
+        .withArguments(request, std::string(), std::uint64_t{ 0 });
+}
+
+} // namespace
+
+void launch(const Arguments& arguments)
+{
+    if (arguments.empty() || arguments[0].empty() || arguments[0][0] == '-')
+        throw UsageError(std::string("the application is missing; ") + kRight);
+    const std::string& application = arguments[0];
+    std::string operation = APP_CONTROL_OPERATION_DEFAULT;
+    host::Entries extras;
+    for (std::size_t at = 1; at < arguments.size(); at += 2) {
+        const std::string& option = arguments[at];
+        if (option != "--operation" && option != "--extra")
+            throw UsageError("\"" + option + "\" is unknown; " + kRight);
+        if (at + 1 == arguments.size())
+            throw UsageError(option + " lacks its value; " + kRight);
+        if (option == "--operation")
+            operation = arguments[at + 1];
+        else
+            addExtra(extras, arguments[at + 1]);
+    }
+
+    WireEntries request;
+    request.emplace_back(host::kOperationKey, operation);
+    request.emplace_back(host::kApplicationIdKey, application);
+    for (const auto& [key, value] : extras)
+        request.emplace_back(key, value);
+    try {
+        send(application, request);
+    } catch (const sdbus::Error& error) {
+        const std::string& name = error.getName();
+        if (name == "org.freedesktop.DBus.Error.ServiceUnknown"
+            || name == "org.freedesktop.DBus.Error.InvalidArgs")
+            throw std::runtime_error("this session has no application " + application);
+        throw std::runtime_error(application + " did not take the request: " + error.getMessage());
+    }
+}
+
+} // namespace hostctl

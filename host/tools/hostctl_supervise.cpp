@@ -1,0 +1,92 @@
+#include "host/common/Bus.h"
+#include "host/common/Log.h"
+#include "host/tools/hostctl.h"
+
+#include <Ecore.h>
+
+namespace hostctl {
+
+namespace {
+
+const char* const kBusName = "org.freedesktop.DBus";
+const char* const kBusPath = "/org/freedesktop/DBus";
+const double kPauseSeconds = 1;
+
+// Starts hostd again whenever it is lost, at most once a second.
+class Supervisor {
+public:
+    Supervisor()
+        : _bus(sdbus::createProxy(bus(), kBusName, kBusPath))
+        , _lost(bus().addMatch(std::string("type='signal',sender='org.freedesktop.DBus',"
+                                           "member='NameOwnerChanged',arg0='")
+                  + host::kDaemonName + "'",
+              [this](sdbus::Message& change) { _ownerChanged(change); }))
+    {
+        _start();
+    }
+
+private:
+    void _ownerChanged(sdbus::Message& change)
+    {
+        std::string name;
+        std::string before;
+        std::string after;
+        change >> name >> before >> after;
+        if (!after.empty())
+            return;
+        host::logWarning("hostd is gone and is started again");
+        _startSoon();
+    }
+
+    void _startSoon()
+    {
+        const double wait = _started + kPauseSeconds - ecore_time_get();
+        const auto call = [](void* data) -> Eina_Bool {
+            static_cast<Supervisor*>(data)->_start();
+            return ECORE_CALLBACK_CANCEL;
+        };
+        if (wait > 0)
+            ecore_timer_add(wait, call, this);
+        else
+            _start();
+    }
+
+    void _start()
+    {
+        _started = ecore_time_get();
+        _bus->callMethodAsync("StartServiceByName")
+            .onInterface(kBusName)
+            .withArguments(std::string(host::kDaemonName), std::uint32_t{ 0 })
+            .uponReplyInvoke([this](const sdbus::Error* error, std::uint32_t) {
+                if (!error)
+                    return;
+                host::logError("hostd cannot be started: " + error->getMessage());
+                _startSoon();
+            });
+    }
+
+    std::unique_ptr<sdbus::IProxy> _bus;
+    sdbus::Slot _lost;
+    double _started = 0;
+};
+
+} // namespace
+
+void supervise(const Arguments& arguments)
+{
+    if (!arguments.empty())
+        throw UsageError("\"" + arguments[0] + "\" is too much; it must be supervise");
+    (void)bus();
+    host::serveBusOnLoop();
+    ecore_event_handler_add(
+        ECORE_EVENT_SIGNAL_EXIT,
+        [](void*, int, void*) -> Eina_Bool {
+            ecore_main_loop_quit();
+            return ECORE_CALLBACK_PASS_ON;
+        },
+        nullptr);
+    const Supervisor supervisor;
+    ecore_main_loop_begin();
+}
+
+} // namespace hostctl

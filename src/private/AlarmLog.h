@@ -1,0 +1,24 @@
+#pragma once
+
+#include <dlog.h>
+
+/// The part of a path after its last slash.
+constexpr const char* alarmLogFile(const char* path)
+{
+    const char* name = path;
+    for (const char* at = path; *at != '\0'; ++at) {
+        if (*at == '/')
+            name = at + 1;
+    }
+    return name;
+}
+
+/// One line of the library's log: where it comes from, and the message in the level's colour.
+#define ALARM_LOG(priority, look, format, ...)                                                     \
+    (void)dlog_print(priority, "alarm-common", "%s: %s(%d) > " look format "\033[0;m",             \
+        alarmLogFile(__FILE__), __func__, __LINE__, ##__VA_ARGS__)
+
+#define LOG_CRITICAL(format, ...)                                                                  \
+    ALARM_LOG(DLOG_ERROR, "\033[0;31m* Critical * ", format, ##__VA_ARGS__)
+#define LOG_INFO(format, ...) ALARM_LOG(DLOG_INFO, "\033[0;32m", format, ##__VA_ARGS__)
+#define LOG_WARNING(format, ...) ALARM_LOG(DLOG_WARN, "\033[0;35m", format, ##__VA_ARGS__)
