@@ -1,0 +1,52 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+#include <vector>
+
+struct AlarmDbData;
+
+/**
+ * The alarms that ring, of which the user answers the one that began last. Each rings for the
+ * registration that brought it: when its alarm is switched off, deleted or registered anew
+ * meanwhile, it is over. Main loop only.
+ */
+class AlarmAlert {
+public:
+    /// What became of a request: the alarm's row id, -1 when nothing rings, and for the user why it
+    /// was not done; empty when it was.
+    struct Answer {
+        int id = -1;
+        std::string reason;
+    };
+
+    AlarmAlert() = default;
+    AlarmAlert(const AlarmAlert&) = delete;
+    AlarmAlert& operator=(const AlarmAlert&) = delete;
+    ~AlarmAlert(); ///< with it ends what still rings
+
+    bool isRinging() const { return !_rings.empty(); }
+
+    /// Lets the alarm ring that the platform has registered as alarmMgrId; began is the time.
+    void ring(int alarmMgrId, const timespec& began);
+
+    /// The alarm rings again when its snooze is over. It goes on ringing when it cannot be snoozed.
+    Answer snooze();
+
+    /// The alarm is over, also when that cannot be saved.
+    Answer dismiss();
+
+    /// Lets those end whose alarms were changed. Called when the store has changed.
+    void endChanged();
+
+private:
+    struct Ring {
+        int id;
+        int alarmMgrId;
+        time_t instant; ///< at which it came due
+    };
+
+    void _end(int id);
+
+    std::vector<Ring> _rings; ///< the newest last
+};

@@ -1,0 +1,101 @@
+#include "AlarmAlert.h"
+#include "common/AlarmSave.h"
+#include "common/Alert.h"
+
+#include <app.h>
+#include <app_alarm.h>
+#include <app_preference.h>
+#include <cstdlib>
+#include <cstring>
+#include <dlog.h>
+#include <memory>
+#include <string>
+
+namespace {
+
+const char* const kTag = "alarm-alert";
+const char* const kChangedKey = ".alarmDbChanged";
+
+using Text = std::unique_ptr<char, void (*)(void*)>;
+
+Text operationOf(app_control_h request)
+{
+    char* text = nullptr;
+    (void)app_control_get_operation(request, &text);
+    return { text, free };
+}
+
+Text alarmOf(app_control_h request)
+{
+    char* text = nullptr;
+    (void)app_control_get_extra_data(request, APP_CONTROL_DATA_ALARM_ID, &text);
+    return { text, free };
+}
+
+void reply(app_control_h request, const AlarmAlert::Answer& answer)
+{
+    app_control_h made = nullptr;
+    if (app_control_create(&made) != APP_CONTROL_ERROR_NONE)
+        return;
+    const std::unique_ptr<app_control_s, int (*)(app_control_h)> control(made, app_control_destroy);
+    if (answer.id >= 0)
+        (void)app_control_add_extra_data(made, app::kAlarmExtra, std::to_string(answer.id).c_str());
+    if (!answer.reason.empty())
+        (void)app_control_add_extra_data(made, app::kReasonExtra, answer.reason.c_str());
+    (void)app_control_reply_to_launch_request(made, request,
+        answer.reason.empty() ? APP_CONTROL_RESULT_SUCCEEDED : APP_CONTROL_RESULT_FAILED);
+}
+
+void endWhenQuiet(const AlarmAlert& alert)
+{
+    if (alert.isRinging())
+        return;
+    // An alert that was killed may have left a ringing alarm there.
+    app::setRingingAlarm(-1);
+    ui_app_exit();
+}
+
+void storeChangedCb(const char*, void* data)
+{
+    AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
+    alert.endChanged();
+    endWhenQuiet(alert);
+}
+
+bool createCb(void*) { return true; }
+
+void appControlCb(app_control_h request, void* data)
+{
+    timespec began = {};
+    clock_gettime(CLOCK_REALTIME, &began);
+
+    // Listening begins here: what comes before the alarm shall not keep it from ringing in time.
+    (void)preference_set_changed_cb(kChangedKey, storeChangedCb, data);
+    AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
+    const Text alarm = alarmOf(request);
+    const Text operation = operationOf(request);
+    if (alarm)
+        alert.ring(static_cast<int>(strtol(alarm.get(), nullptr, 10)), began);
+    else if (operation && strcmp(operation.get(), app::kSnoozeOperation) == 0)
+        reply(request, alert.snooze());
+    else if (operation && strcmp(operation.get(), app::kDismissOperation) == 0)
+        reply(request, alert.dismiss());
+    else
+        dlog_print(DLOG_WARN, kTag, "a launch request without an alarm");
+    endWhenQuiet(alert);
+}
+
+void terminateCb(void*) { (void)preference_unset_changed_cb(kChangedKey); }
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    app::waitOnBusyStore();
+    AlarmAlert alert;
+    ui_app_lifecycle_callback_s lifecycle = {};
+    lifecycle.create = createCb;
+    lifecycle.terminate = terminateCb;
+    lifecycle.app_control = appControlCb;
+    return ui_app_main(argc, argv, &lifecycle, &alert);
+}

@@ -1,0 +1,211 @@
+#include "Commands.h"
+
+#include "AlertRequest.h"
+#include "CommandLine.h"
+#include "common/AlarmList.h"
+#include "common/AlarmSave.h"
+#include "common/AlarmTime.h"
+#include "common/Alert.h"
+#include "Failure.h"
+#include "Presentation.h"
+#include "Watch.h"
+
+#include <cstdio>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+const int kVolumeOfNewAlarm = 10;
+
+size_t terminalColumns()
+{
+    winsize size = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        return size.ws_col;
+    return 100;
+}
+
+void print(const std::string& text) { fputs(text.c_str(), stdout); }
+
+void printResult(const CommandLine& line, const AlarmDbData& alarm, const std::string& text)
+{
+    print((line.json ? alarmJson(alarm, time(nullptr)) : text) + '\n');
+}
+
+Failure noSuchAlarm(int id)
+{
+    return badInput("there is no alarm " + std::to_string(id) + "; alarm list shows all");
+}
+
+void check(app::Saved result, int id)
+{
+    if (result == app::Saved::NoSuchAlarm)
+        throw noSuchAlarm(id);
+    if (result != app::Saved::Yes)
+        throw Failure(Failure::kFailed, app::textOf(result));
+}
+
+AlarmDbData storedAlarm(int id)
+{
+    AlarmDbData alarm;
+    if (app::findAlarm(id, alarm) != app::Found::Yes)
+        throw noSuchAlarm(id);
+    return alarm;
+}
+
+void setRingIn(AlarmDbData& alarm, time_t instant)
+{
+    const app::WallTime time = app::wallTime(instant);
+    alarm.stime = static_cast<int>(instant);
+    alarm.hour = time.hour;
+    alarm.min = time.minute;
+    alarm.count = 0;
+    alarm.repeat_once = 1;
+    alarm.repeatWeekly = app::weekdayBit(instant);
+}
+
+// An alarm is known by its time of day, which the second pass of a doubled hour does not have
+// alone.
+void checkRingIn(const std::optional<int>& seconds)
+{
+    if (!seconds)
+        return;
+    const time_t instant = time(nullptr) + *seconds;
+    if (app::isNamedByWallTime(instant))
+        return;
+    const app::WallTime time = app::wallTime(instant);
+    throw badInput("the clock is set back then, so that " + clockText(time.hour, time.minute)
+        + " comes twice, and an alarm rings the first time only");
+}
+
+void apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
+{
+    alarm.name = options.name.value_or(alarm.name);
+    alarm.tone = options.tone.value_or(alarm.tone);
+    alarm.volume = options.volume.value_or(alarm.volume);
+    alarm.type = options.type.value_or(alarm.type);
+    alarm.vibration_type = options.vibration.value_or(alarm.vibration_type);
+    alarm.snooze_enable = options.snooze.value_or(alarm.snooze_enable);
+    if (options.off)
+        alarm.enable = 0;
+    if (options.days) {
+        alarm.repeat_once = options.days->once ? 1 : 0;
+        alarm.repeatWeekly = options.days->weekdays;
+    }
+    if (options.time) {
+        alarm.hour = options.time->hour;
+        alarm.min = options.time->minute;
+    }
+    if (options.inSeconds)
+        setRingIn(alarm, now + *options.inSeconds);
+    else if (options.time || options.days || !alarm.enable || app::dueInstant(alarm) <= now)
+        app::setNextRing(alarm, now);
+}
+
+void add(const CommandLine& line)
+{
+    checkRingIn(line.alarm.inSeconds);
+    AlarmDbData alarm;
+    alarm.enable = 1;
+    alarm.volume = kVolumeOfNewAlarm;
+    check(app::addAlarm(
+              alarm, [&line](AlarmDbData& made, time_t now) { apply(line.alarm, made, now); }),
+        alarm.id);
+    printResult(line, alarm, alarmForecast(alarm, time(nullptr)));
+}
+
+void change(const CommandLine& line, const app::Edit& edit)
+{
+    AlarmDbData alarm;
+    check(app::changeAlarm(*line.id, edit, alarm), *line.id);
+    printResult(line, alarm, alarmForecast(alarm, time(nullptr)));
+}
+
+void edit(const CommandLine& line)
+{
+    checkRingIn(line.alarm.inSeconds);
+    change(line, [&line](AlarmDbData& alarm, time_t now) { apply(line.alarm, alarm, now); });
+}
+
+void switchAlarm(const CommandLine& line, bool on)
+{
+    change(line, [on](AlarmDbData& alarm, time_t now) {
+        alarm.enable = on ? 1 : 0;
+        app::setNextRing(alarm, now);
+    });
+}
+
+void remove(const CommandLine& line)
+{
+    AlarmDbData alarm;
+    check(app::removeAlarm(*line.id, alarm), *line.id);
+    printResult(line, alarm, "alarm " + std::to_string(alarm.id) + " removed");
+}
+
+void list(const CommandLine& line)
+{
+    const std::vector<AlarmDbData> alarms = app::allAlarms();
+    const time_t now = time(nullptr);
+    print(line.json ? alarmsJson(alarms, now) + '\n' : alarmTable(alarms, now, terminalColumns()));
+}
+
+void show(const CommandLine& line)
+{
+    const AlarmDbData alarm = storedAlarm(*line.id);
+    const time_t now = time(nullptr);
+    print(line.json ? alarmJson(alarm, now) + '\n' : alarmDetails(alarm, now));
+}
+
+void next(const CommandLine& line)
+{
+    const time_t now = time(nullptr);
+    const std::optional<AlarmDbData> alarm = app::upcomingAlarm(app::allAlarms(), now);
+    if (alarm)
+        printResult(line, *alarm, alarmForecast(*alarm, now));
+    else
+        print(line.json ? "null\n" : "no alarm is on\n");
+}
+
+void snooze(const CommandLine& line)
+{
+    const AlarmDbData alarm = storedAlarm(askAlert(app::kSnoozeOperation));
+    printResult(line, alarm, alarmForecast(alarm, time(nullptr)));
+}
+
+void dismiss(const CommandLine& line)
+{
+    const AlarmDbData alarm = storedAlarm(askAlert(app::kDismissOperation));
+    printResult(line, alarm, "alarm " + std::to_string(alarm.id) + " dismissed");
+}
+
+} // namespace
+
+void runCommand(const CommandLine& line)
+{
+    const std::string fault = app::storeFault();
+    if (!fault.empty())
+        throw Failure(Failure::kFailed, "the alarms cannot be read: " + fault);
+
+    const std::string& command = line.command;
+    if (command == "add")
+        add(line);
+    else if (command == "list")
+        list(line);
+    else if (command == "show")
+        show(line);
+    else if (command == "edit")
+        edit(line);
+    else if (command == "on" || command == "off")
+        switchAlarm(line, command == "on");
+    else if (command == "remove")
+        remove(line);
+    else if (command == "next")
+        next(line);
+    else if (command == "snooze")
+        snooze(line);
+    else if (command == "dismiss")
+        dismiss(line);
+    else
+        watchAlarms(line.json);
+}

@@ -1,0 +1,184 @@
+#include "Presentation.h"
+
+#include "common/AlarmTime.h"
+#include "common/Alert.h"
+#include "Text.h"
+#include "Values.h"
+
+#include <algorithm>
+#include <array>
+#include <iomanip>
+#include <sstream>
+
+namespace {
+
+std::string formatted(time_t instant, const char* format)
+{
+    const tm local = app::localTime(instant);
+    std::ostringstream text;
+    text << std::put_time(&local, format);
+    return text.str();
+}
+
+// "2026-11-24T07:30:00+01:00"
+std::string isoText(time_t instant)
+{
+    std::string text = formatted(instant, "%Y-%m-%dT%H:%M:%S%z");
+    return text.insert(text.size() - 2, ":");
+}
+
+std::string instantText(time_t instant)
+{
+    return formatted(instant, instant % 60 == 0 ? "%a %e %b %H:%M" : "%a %e %b %H:%M:%S");
+}
+
+// While one alarm rings, so do those due before it that ring once and have not been answered.
+bool isRinging(const AlarmDbData& alarm, time_t now)
+{
+    const int ringing = app::ringingAlarm();
+    return alarm.enable && app::dueInstant(alarm) <= now
+        && (ringing == alarm.id || (ringing >= 0 && alarm.repeat_once));
+}
+
+std::string stateOf(const AlarmDbData& alarm, time_t now)
+{
+    if (!alarm.enable)
+        return "off";
+    if (isRinging(alarm, now))
+        return "ringing";
+    return alarm.count > 0 ? "snoozed" : "on";
+}
+
+bool willRing(const AlarmDbData& alarm, time_t now)
+{
+    return alarm.enable && !isRinging(alarm, now);
+}
+
+std::string nextText(const AlarmDbData& alarm, time_t now)
+{
+    return willRing(alarm, now) ? instantText(app::upcomingInstant(alarm, now)) : "-";
+}
+
+std::string daysOf(const AlarmDbData& alarm)
+{
+    return daysText({ alarm.repeat_once != 0, alarm.repeatWeekly });
+}
+
+const char* deviceOf(const AlarmDbData& alarm) { return alarm.deviceType == 1 ? "phone" : "watch"; }
+
+std::string typeText(int type)
+{
+    const std::array<const char*, 4> texts
+        = { "none", "sound", "vibration", "sound and vibration" };
+    return type >= 0 && type < 4 ? texts[static_cast<size_t>(type)] : "unknown";
+}
+
+using Row = std::vector<std::string>;
+
+std::string tableText(const std::vector<Row>& rows)
+{
+    std::vector<size_t> widths(rows.front().size());
+    for (const Row& row : rows) {
+        for (size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], displayWidth(row[i]));
+    }
+    std::string text;
+    for (const Row& row : rows) {
+        std::string line;
+        for (size_t i = 0; i + 1 < row.size(); ++i)
+            line += padToWidth(row[i], widths[i]) + "  ";
+        if (row.back().empty())
+            line.erase(line.find_last_not_of(' ') + 1);
+        text += line + row.back() + '\n';
+    }
+    return text;
+}
+
+} // namespace
+
+std::string alarmJson(const AlarmDbData& alarm, time_t now)
+{
+    const auto boolean = [](bool value) { return std::string(value ? "true" : "false"); };
+    const std::vector<std::pair<const char*, std::string>> members = {
+        { "id", std::to_string(alarm.id) },
+        { "time", jsonString(clockText(alarm.hour, alarm.min)) },
+        { "days", jsonString(daysOf(alarm)) },
+        { "name", jsonString(alarm.name) },
+        { "enabled", boolean(alarm.enable != 0) },
+        { "state", jsonString(stateOf(alarm, now)) },
+        { "next",
+            willRing(alarm, now) ? jsonString(isoText(app::upcomingInstant(alarm, now))) : "null" },
+        { "tone", jsonString(alarm.tone) },
+        { "volume", std::to_string(alarm.volume) },
+        { "type", std::to_string(alarm.type) },
+        { "vibration", std::to_string(alarm.vibration_type) },
+        { "snooze", boolean(alarm.snooze_enable != 0) },
+        { "snoozes", std::to_string(alarm.count) },
+        { "device", jsonString(deviceOf(alarm)) },
+    };
+    std::string text;
+    for (const auto& [name, value] : members)
+        text += (text.empty() ? "{" : ",") + jsonString(name) + ":" + value;
+    return text + "}";
+}
+
+std::string alarmsJson(const std::vector<AlarmDbData>& alarms, time_t now)
+{
+    std::string text;
+    for (const AlarmDbData& alarm : alarms)
+        text += (text.empty() ? "" : ",") + alarmJson(alarm, now);
+    return "[" + text + "]";
+}
+
+std::string alarmLine(const AlarmDbData& alarm, time_t now)
+{
+    std::string line = std::to_string(alarm.id) + "  " + clockText(alarm.hour, alarm.min) + "  "
+        + daysOf(alarm) + "  " + stateOf(alarm, now);
+    return alarm.name.empty() ? line : line + "  " + printable(alarm.name);
+}
+
+std::string alarmForecast(const AlarmDbData& alarm, time_t now)
+{
+    const std::string subject = "alarm " + std::to_string(alarm.id);
+    if (!alarm.enable)
+        return subject + " is off";
+    const time_t instant = app::upcomingInstant(alarm, now);
+    return subject + " rings " + instantText(instant) + ", in " + durationText(instant - now);
+}
+
+std::string alarmTable(const std::vector<AlarmDbData>& alarms, time_t now, size_t columns)
+{
+    if (alarms.empty())
+        return "no alarms\n";
+    std::vector<Row> rows = { { "ID", "TIME", "DAYS", "STATE", "NEXT", "NAME" } };
+    for (const AlarmDbData& alarm : alarms)
+        rows.push_back({ std::to_string(alarm.id), clockText(alarm.hour, alarm.min), daysOf(alarm),
+            stateOf(alarm, now), nextText(alarm, now), "" });
+
+    const std::string head = tableText(rows);
+    const size_t taken = head.find("NAME");
+    const size_t least = 10;
+    const size_t nameWidth = std::max(least, columns > taken ? columns - taken : 0);
+    for (size_t i = 0; i < alarms.size(); ++i)
+        rows[i + 1].back() = cutToWidth(printable(alarms[i].name), nameWidth);
+    return tableText(rows);
+}
+
+std::string alarmDetails(const AlarmDbData& alarm, time_t now)
+{
+    return tableText({
+        { "id", std::to_string(alarm.id) },
+        { "time", clockText(alarm.hour, alarm.min) },
+        { "days", daysOf(alarm) },
+        { "name", printable(alarm.name) },
+        { "state", stateOf(alarm, now) },
+        { "next", nextText(alarm, now) },
+        { "tone", printable(alarm.tone) },
+        { "volume", std::to_string(alarm.volume) },
+        { "type", std::to_string(alarm.type) + ", " + typeText(alarm.type) },
+        { "vibration", std::to_string(alarm.vibration_type) },
+        { "snooze", alarm.snooze_enable ? "allowed" : "not allowed" },
+        { "snoozes", std::to_string(alarm.count) },
+        { "device", deviceOf(alarm) },
+    });
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <AlarmDbData.h>
+#include <ctime>
+#include <string>
+#include <vector>
+
+/** How alarms are shown. The texts are one line without its end unless they say otherwise. */
+
+/// A JSON object with all that the user can set or wants to know.
+std::string alarmJson(const AlarmDbData& alarm, time_t now);
+std::string alarmsJson(const std::vector<AlarmDbData>& alarms, time_t now);
+
+/// "3  07:30  mon-fri  on  Gym"
+std::string alarmLine(const AlarmDbData& alarm, time_t now);
+
+/// "alarm 3 rings Tue 22 Nov 07:30, in 9 h 12 min" or "alarm 3 is off"
+std::string alarmForecast(const AlarmDbData& alarm, time_t now);
+
+/// A table of lines with their ends, for a terminal of so many columns; names are cut to fit.
+std::string alarmTable(const std::vector<AlarmDbData>& alarms, time_t now, size_t columns);
+
+/// A line with its end for each thing to know.
+std::string alarmDetails(const AlarmDbData& alarm, time_t now);

@@ -1,0 +1,127 @@
+#include "Text.h"
+
+#include <cstdio>
+#include <cwchar>
+
+namespace {
+
+const char* const kReplacement = "\xEF\xBF\xBD";
+const char* const kEllipsis = "\xE2\x80\xA6";
+
+struct Character {
+    char32_t code = 0;
+    size_t size = 1;
+    bool isValid = false;
+};
+
+// The character at a position before the text's end. One that is not UTF-8 is one byte long.
+Character characterAt(const std::string& text, size_t at)
+{
+    const auto lead = static_cast<unsigned char>(text[at]);
+    if (lead < 0x80)
+        return { lead, 1, true };
+    const size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || text.size() - at < size)
+        return {};
+    char32_t code = lead & (0xFFU >> (size + 1));
+    for (size_t i = 1; i < size; ++i) {
+        const auto byte = static_cast<unsigned char>(text[at + i]);
+        if ((byte & 0xC0U) != 0x80)
+            return {};
+        code = code << 6 | (byte & 0x3FU);
+    }
+    const bool isOverlong = (size == 3 && code < 0x800) || (size == 4 && code < 0x10000);
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (isOverlong || isSurrogate || code > 0x10FFFF)
+        return {};
+    return { code, size, true };
+}
+
+bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
+
+size_t widthOf(const Character& character)
+{
+    const int width = wcwidth(static_cast<wchar_t>(character.code));
+    return width < 0 ? 1 : static_cast<size_t>(width);
+}
+
+} // namespace
+
+bool isCleanText(const std::string& text)
+{
+    for (size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        if (!character.isValid || isControl(character.code))
+            return false;
+        at += character.size;
+    }
+    return true;
+}
+
+std::string printable(const std::string& text)
+{
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        if (character.isValid && !isControl(character.code))
+            result.append(text, at, character.size);
+        else
+            result += kReplacement;
+        at += character.size;
+    }
+    return result;
+}
+
+size_t displayWidth(const std::string& text)
+{
+    size_t width = 0;
+    for (size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        width += widthOf(character);
+        at += character.size;
+    }
+    return width;
+}
+
+std::string cutToWidth(const std::string& text, size_t columns)
+{
+    if (displayWidth(text) <= columns)
+        return text;
+    size_t width = 0;
+    size_t at = 0;
+    while (true) {
+        const Character character = characterAt(text, at);
+        if (width + widthOf(character) > columns - 1)
+            return text.substr(0, at) + kEllipsis;
+        width += widthOf(character);
+        at += character.size;
+    }
+}
+
+std::string padToWidth(const std::string& text, size_t columns)
+{
+    const size_t width = displayWidth(text);
+    return width < columns ? text + std::string(columns - width, ' ') : text;
+}
+
+std::string jsonString(const std::string& text)
+{
+    std::string result = "\"";
+    for (size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        if (!character.isValid) {
+            result += kReplacement;
+        } else if (character.code == '"' || character.code == '\\') {
+            result += '\\';
+            result += text[at];
+        } else if (isControl(character.code)) {
+            char escape[8];
+            snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character.code));
+            result += escape;
+        } else {
+            result.append(text, at, character.size);
+        }
+        at += character.size;
+    }
+    return result + '"';
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <AlarmDbData.h>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <vector>
+
+/** Reading the store with an answer that tells "none" from "cannot be read". */
+namespace app {
+
+/// Why the store cannot be read, for the user; empty when it can. The library's reads do not tell.
+std::string storeFault();
+
+/// Every alarm, the phone's too, by time of day. Deleted ones are left out.
+std::vector<AlarmDbData> allAlarms();
+
+enum class Found { Yes, No, Unreadable };
+
+/// Reads an alarm into the default record alarm, by its row id or by the platform's id.
+Found findAlarm(int id, AlarmDbData& alarm);
+Found findRegisteredAlarm(int alarmMgrId, AlarmDbData& alarm);
+
+/// The alarm that rings next after now.
+std::optional<AlarmDbData> upcomingAlarm(const std::vector<AlarmDbData>& alarms, time_t now);
+
+} // namespace app

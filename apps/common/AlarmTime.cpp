@@ -1,0 +1,135 @@
+#include "common/AlarmTime.h"
+
+#include <AlarmDbData.h>
+#include <algorithm>
+
+namespace app {
+
+namespace {
+
+const time_t kDay = 24 * 60 * 60;
+const int kEveryDay = 127;
+
+long zoneOffset(time_t instant) { return localTime(instant).tm_gmtoff; }
+
+// The instant of a day's wall time. local is that wall time counted as if the zone were UTC.
+time_t instantOf(time_t local)
+{
+    const long before = zoneOffset(local - kDay);
+    const long after = zoneOffset(local + kDay);
+    const time_t earlier = local - std::max(before, after);
+    const time_t later = local - std::min(before, after);
+    for (const time_t instant : { earlier, later }) {
+        if (instant + zoneOffset(instant) == local)
+            return instant;
+    }
+    // Skipped: the gap ends after earlier and at later or before.
+    time_t low = earlier;
+    time_t high = later;
+    while (high - low > 1) {
+        const time_t middle = low + (high - low) / 2;
+        (zoneOffset(middle) == after ? high : low) = middle;
+    }
+    return high;
+}
+
+// The start of the instant's day, counted as if the zone were UTC.
+time_t localDay(time_t instant)
+{
+    const time_t local = instant + zoneOffset(instant);
+    return local - local % kDay;
+}
+
+time_t secondsOfDay(const WallTime& time)
+{
+    return (time.hour * 60 + time.minute) * 60 + time.second;
+}
+
+int weekdayBitOfLocalDay(time_t day)
+{
+    const int thursday = 4;
+    return 1 << ((day / kDay + thursday) % 7);
+}
+
+WallTime registeredTime(const AlarmDbData& alarm)
+{
+    return { alarm.hour, alarm.min, localTime(alarm.stime).tm_sec };
+}
+
+} // namespace
+
+tm localTime(time_t instant)
+{
+    tzset();
+    tm local = {};
+    localtime_r(&instant, &local);
+    return local;
+}
+
+WallTime wallTime(time_t instant)
+{
+    const tm local = localTime(instant);
+    return { local.tm_hour, local.tm_min, local.tm_sec };
+}
+
+int weekdayBit(time_t instant) { return 1 << localTime(instant).tm_wday; }
+
+time_t nextInstant(time_t after, const WallTime& time, int weekdays)
+{
+    weekdays &= kEveryDay;
+    time_t day = localDay(after);
+    for (;; day += kDay) {
+        if (weekdays != 0 && (weekdays & weekdayBitOfLocalDay(day)) == 0)
+            continue;
+        const time_t instant = instantOf(day + secondsOfDay(time));
+        if (instant > after)
+            return instant;
+    }
+}
+
+time_t lastInstant(time_t upTo, const WallTime& time)
+{
+    time_t day = localDay(upTo);
+    for (;; day -= kDay) {
+        const time_t instant = instantOf(day + secondsOfDay(time));
+        if (instant <= upTo)
+            return instant;
+    }
+}
+
+bool isNamedByWallTime(time_t instant)
+{
+    return nextInstant(instant - 1, wallTime(instant), weekdayBit(instant)) == instant;
+}
+
+time_t dueInstant(const AlarmDbData& alarm)
+{
+    return static_cast<time_t>(alarm.stime) + alarm.count * alarm.snooze_min * 60;
+}
+
+time_t upcomingInstant(const AlarmDbData& alarm, time_t now)
+{
+    if (alarm.count == 0)
+        return nextInstant(now, registeredTime(alarm), alarm.repeatWeekly);
+    const time_t due = dueInstant(alarm);
+    return nextInstant(now, wallTime(due), alarm.repeatWeekly | weekdayBit(due));
+}
+
+time_t ringingInstant(const AlarmDbData& alarm, time_t now)
+{
+    if (alarm.count > 0)
+        return dueInstant(alarm);
+    return lastInstant(now, registeredTime(alarm));
+}
+
+void setNextRing(AlarmDbData& alarm, time_t now)
+{
+    const int weekdays = alarm.repeat_once ? 0 : alarm.repeatWeekly;
+    const time_t instant = nextInstant(now, { alarm.hour, alarm.min, 0 }, weekdays);
+    alarm.stime = static_cast<int>(instant);
+    alarm.count = 0;
+    if (alarm.repeat_once)
+        alarm.repeatWeekly = weekdayBit(instant);
+}
+
+} // namespace app

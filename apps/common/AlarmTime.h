@@ -1,0 +1,51 @@
+#pragma once
+
+#include <ctime>
+
+struct AlarmDbData;
+
+/**
+ * Time of day and the alarms' instants, in the device's zone as it is at each call. A wall time
+ * that a clock change skips stands for the first instant after the gap; one that comes twice, for
+ * the first of the two.
+ */
+namespace app {
+
+struct WallTime {
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+};
+
+/// The zone's broken-down time of the instant.
+tm localTime(time_t instant);
+
+WallTime wallTime(time_t instant);
+
+/// The instant's weekday in the layout of AlarmDbData::repeatWeekly.
+int weekdayBit(time_t instant);
+
+/// The first instant later than after at which it is time on a day of weekdays; 0 = any day.
+time_t nextInstant(time_t after, const WallTime& time, int weekdays);
+
+/// The last instant, upTo or earlier, at which it was time.
+time_t lastInstant(time_t upTo, const WallTime& time);
+
+/// Whether the wall time and weekday of an instant mean this very instant. They do not in the
+/// second pass of a doubled hour.
+bool isNamedByWallTime(time_t instant);
+
+/// When a registration of the alarm made before then rings: stime, later by the snoozes taken.
+time_t dueInstant(const AlarmDbData& alarm);
+
+/// When the alarm, being on, rings next after now.
+time_t upcomingInstant(const AlarmDbData& alarm, time_t now);
+
+/// When the alarm that rings at now came due.
+time_t ringingInstant(const AlarmDbData& alarm, time_t now);
+
+/// Prepares the alarm for its next hour:min after now: stime, no snoozes taken, and for a one-shot
+/// the weekday on which it rings.
+void setNextRing(AlarmDbData& alarm, time_t now);
+
+} // namespace app

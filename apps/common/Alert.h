@@ -1,0 +1,25 @@
+#pragma once
+
+/** How the applications reach the alert, and how it tells them what rings. */
+namespace app {
+
+extern const char* const kAlertId; ///< its application id
+
+/// Operations of a launch request: they act on the alarm that began to ring last. The alert
+/// replies with the extras below, and with APP_CONTROL_RESULT_FAILED when it could not do it.
+extern const char* const kSnoozeOperation;
+extern const char* const kDismissOperation;
+
+extern const char* const kAlarmExtra; ///< the alarm's row id; absent when nothing rings
+extern const char* const kReasonExtra; ///< of a failed result: one line for the user
+
+/// The package's preference with the row id of the alarm that rings, -1 when none does.
+extern const char* const kRingingKey;
+
+/// What the preference says; -1 when there is none.
+int ringingAlarm();
+
+/// Writes the preference when it says otherwise.
+void setRingingAlarm(int id);
+
+} // namespace app
