@@ -56,6 +56,9 @@ function(alarm_unit_test class)
     gtest_discover_tests(${class}Test NO_PRETTY_VALUES PROPERTIES LABELS unit TIMEOUT 30)
 endfunction()
 
+# Of those tests that use the desktop's libraries.
+set(ALARM_TEST_ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp")
+
 # A test of a host module with its real engine. ALARM_SESSION is a command that runs another one in a
 # session of its own; it needs the finished build, so the cases are listed when ctest starts.
 function(alarm_host_test name)
@@ -63,7 +66,7 @@ function(alarm_host_test name)
     target_link_libraries(${name}Test PRIVATE alarm-build host-support ${ARGN} GTest::gmock_main)
     set_target_properties(${name}Test PROPERTIES CROSSCOMPILING_EMULATOR "${ALARM_SESSION}")
     gtest_discover_tests(${name}Test NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 30
-                         PROPERTIES LABELS host TIMEOUT 60)
+                         PROPERTIES LABELS host TIMEOUT 60 ENVIRONMENT ${ALARM_TEST_ENVIRONMENT})
 endfunction()
 
 # A story of library, platform and applications, in a session of its own. SERIAL: it measures time, so
@@ -78,6 +81,6 @@ function(alarm_system_test name)
                                               GTest::gmock_main)
     set_target_properties(${name}Test PROPERTIES CROSSCOMPILING_EMULATOR "${ALARM_SESSION}")
     gtest_discover_tests(${name}Test NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 30
-                         PROPERTIES LABELS system TIMEOUT ${arg_TIMEOUT} RUN_SERIAL
-                                                                 ${arg_SERIAL})
+                         PROPERTIES LABELS system TIMEOUT ${arg_TIMEOUT} RUN_SERIAL ${arg_SERIAL}
+                                    ENVIRONMENT ${ALARM_TEST_ENVIRONMENT})
 endfunction()

@@ -3,7 +3,6 @@ option(ALARM_WERROR "Treat warnings as errors" ON)
 set(ALARM_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
 
 add_library(alarm-build INTERFACE)
-target_compile_features(alarm-build INTERFACE cxx_std_17 c_std_11)
 target_compile_options(
     alarm-build INTERFACE -Wall -Wextra -Wformat=2 -Wshadow $<$<BOOL:${ALARM_WERROR}>:-Werror>)
 target_link_options(alarm-build INTERFACE -Wl,--as-needed)

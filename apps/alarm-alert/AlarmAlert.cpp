@@ -37,9 +37,10 @@ std::string refusal(const AlarmDbData& alarm)
     const std::string subject = "alarm " + std::to_string(alarm.id);
     if (!alarm.snooze_enable)
         return subject + " is set so that it cannot be snoozed";
-    if (alarm.count >= alarm.snooze_times)
+    if (alarm.count >= alarm.snooze_times) {
         return subject + " has been snoozed " + std::to_string(alarm.count)
             + " times, which is all it can be";
+    }
     return "";
 }
 
@@ -49,7 +50,7 @@ void takeSnooze(AlarmDbData& alarm, time_t instant, time_t now)
 {
     const time_t minute = 60;
     const time_t late = std::max<time_t>(now - instant, 0) / minute * minute;
-    alarm.stime = static_cast<int>(instant + late - alarm.count * alarm.snooze_min * minute);
+    alarm.stime = static_cast<int>(instant + late - minute * alarm.count * alarm.snooze_min);
     ++alarm.count;
     while (!app::isNamedByWallTime(app::dueInstant(alarm)))
         alarm.stime += minute;

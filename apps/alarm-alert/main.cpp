@@ -1,6 +1,7 @@
 #include "AlarmAlert.h"
 #include "common/AlarmSave.h"
 #include "common/Alert.h"
+#include "common/StoreFile.h"
 
 #include <app.h>
 #include <app_alarm.h>
@@ -69,19 +70,21 @@ void appControlCb(app_control_h request, void* data)
     timespec began = {};
     clock_gettime(CLOCK_REALTIME, &began);
 
+    app::makeStore();
     // Listening begins here: what comes before the alarm shall not keep it from ringing in time.
     (void)preference_set_changed_cb(kChangedKey, storeChangedCb, data);
     AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
     const Text alarm = alarmOf(request);
     const Text operation = operationOf(request);
-    if (alarm)
+    if (alarm) {
         alert.ring(static_cast<int>(strtol(alarm.get(), nullptr, 10)), began);
-    else if (operation && strcmp(operation.get(), app::kSnoozeOperation) == 0)
+    } else if (operation && strcmp(operation.get(), app::kSnoozeOperation) == 0) {
         reply(request, alert.snooze());
-    else if (operation && strcmp(operation.get(), app::kDismissOperation) == 0)
+    } else if (operation && strcmp(operation.get(), app::kDismissOperation) == 0) {
         reply(request, alert.dismiss());
-    else
+    } else {
         dlog_print(DLOG_WARN, kTag, "a launch request without an alarm");
+    }
     endWhenQuiet(alert);
 }
 

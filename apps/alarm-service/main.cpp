@@ -2,6 +2,7 @@
 #include "common/AlarmList.h"
 #include "common/AlarmSave.h"
 #include "common/AlarmTime.h"
+#include "common/StoreFile.h"
 
 #include <app_preference.h>
 #include <dlog.h>
@@ -48,6 +49,7 @@ void changedCb(const char*, void* data) { static_cast<Upcoming*>(data)->follow()
 
 bool createCb(void* data)
 {
+    app::makeStore();
     if (preference_set_changed_cb(kChangedKey, changedCb, data) != PREFERENCE_ERROR_NONE)
         dlog_print(DLOG_WARN, kTag, "the changes of alarms cannot be heard");
     static_cast<Upcoming*>(data)->follow();

@@ -67,9 +67,10 @@ int askAlert(const char* operation)
 
     if (!answer)
         throw Failure(Failure::kFailed, "the alert application does not answer");
-    if (answer->result != APP_CONTROL_RESULT_SUCCEEDED)
+    if (answer->result != APP_CONTROL_RESULT_SUCCEEDED) {
         throw Failure(Failure::kFailed,
             answer->reason.empty() ? "the alert application ended without an answer"
                                    : printable(answer->reason));
+    }
     return static_cast<int>(strtol(answer->alarm.c_str(), nullptr, 10));
 }

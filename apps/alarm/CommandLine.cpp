@@ -102,12 +102,13 @@ public:
         bool options = true;
         for (; _at < _arguments.size(); ++_at) {
             const std::string& argument = _arguments[_at];
-            if (options && argument == "--")
+            if (options && argument == "--") {
                 options = false;
-            else if (options && argument.size() > 1 && argument[0] == '-')
+            } else if (options && argument.size() > 1 && argument[0] == '-') {
                 _takeOption();
-            else
+            } else {
                 words.push_back(argument);
+            }
         }
         if (words.empty() && _line.help)
             return _line;
@@ -154,9 +155,10 @@ private:
         if (!command.takesAlarm && !_alarmOption.empty())
             throw badInput(_alarmOption + " is for add and edit, not for " + command.name);
         if (command.takesId) {
-            if (words.empty())
+            if (words.empty()) {
                 throw badInput(std::string(command.name) + " needs the id of an alarm; alarm list"
                     + " shows the ids");
+            }
             _line.id = parseId(words.front());
             words.erase(words.begin());
         }
@@ -164,9 +166,10 @@ private:
             _line.alarm.time = parseClockTime(words.front());
             words.erase(words.begin());
         }
-        if (!words.empty())
+        if (!words.empty()) {
             throw badInput("there is no use for " + shown(words.front()) + "; alarm " + command.name
                 + " --help shows how it goes");
+        }
         if (command.takesAlarm)
             _checkAlarm(command);
     }

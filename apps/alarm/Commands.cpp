@@ -6,11 +6,13 @@
 #include "common/AlarmSave.h"
 #include "common/AlarmTime.h"
 #include "common/Alert.h"
+#include "common/StoreFile.h"
 #include "Failure.h"
 #include "Presentation.h"
 #include "Watch.h"
 
 #include <cstdio>
+#include <map>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -97,10 +99,11 @@ void apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
         alarm.hour = options.time->hour;
         alarm.min = options.time->minute;
     }
-    if (options.inSeconds)
+    if (options.inSeconds) {
         setRingIn(alarm, now + *options.inSeconds);
-    else if (options.time || options.days || !alarm.enable || app::dueInstant(alarm) <= now)
+    } else if (options.time || options.days || !alarm.enable || app::dueInstant(alarm) <= now) {
         app::setNextRing(alarm, now);
+    }
 }
 
 void add(const CommandLine& line)
@@ -128,10 +131,18 @@ void edit(const CommandLine& line)
     change(line, [&line](AlarmDbData& alarm, time_t now) { apply(line.alarm, alarm, now); });
 }
 
-void switchAlarm(const CommandLine& line, bool on)
+void switchOn(const CommandLine& line)
 {
-    change(line, [on](AlarmDbData& alarm, time_t now) {
-        alarm.enable = on ? 1 : 0;
+    change(line, [](AlarmDbData& alarm, time_t now) {
+        alarm.enable = 1;
+        app::setNextRing(alarm, now);
+    });
+}
+
+void switchOff(const CommandLine& line)
+{
+    change(line, [](AlarmDbData& alarm, time_t now) {
+        alarm.enable = 0;
         app::setNextRing(alarm, now);
     });
 }
@@ -161,10 +172,11 @@ void next(const CommandLine& line)
 {
     const time_t now = time(nullptr);
     const std::optional<AlarmDbData> alarm = app::upcomingAlarm(app::allAlarms(), now);
-    if (alarm)
+    if (alarm) {
         printResult(line, *alarm, alarmForecast(*alarm, now));
-    else
+    } else {
         print(line.json ? "null\n" : "no alarm is on\n");
+    }
 }
 
 void snooze(const CommandLine& line)
@@ -179,33 +191,29 @@ void dismiss(const CommandLine& line)
     printResult(line, alarm, "alarm " + std::to_string(alarm.id) + " dismissed");
 }
 
+void watch(const CommandLine& line) { watchAlarms(line.json); }
+
 } // namespace
 
 void runCommand(const CommandLine& line)
 {
+    app::makeStore();
     const std::string fault = app::storeFault();
     if (!fault.empty())
         throw Failure(Failure::kFailed, "the alarms cannot be read: " + fault);
 
-    const std::string& command = line.command;
-    if (command == "add")
-        add(line);
-    else if (command == "list")
-        list(line);
-    else if (command == "show")
-        show(line);
-    else if (command == "edit")
-        edit(line);
-    else if (command == "on" || command == "off")
-        switchAlarm(line, command == "on");
-    else if (command == "remove")
-        remove(line);
-    else if (command == "next")
-        next(line);
-    else if (command == "snooze")
-        snooze(line);
-    else if (command == "dismiss")
-        dismiss(line);
-    else
-        watchAlarms(line.json);
+    static const std::map<std::string, void (*)(const CommandLine&)> commands = {
+        { "add", add },
+        { "list", list },
+        { "show", show },
+        { "edit", edit },
+        { "on", switchOn },
+        { "off", switchOff },
+        { "remove", remove },
+        { "next", next },
+        { "snooze", snooze },
+        { "dismiss", dismiss },
+        { "watch", watch },
+    };
+    commands.at(line.command)(line);
 }

@@ -151,9 +151,10 @@ std::string alarmTable(const std::vector<AlarmDbData>& alarms, time_t now, size_
     if (alarms.empty())
         return "no alarms\n";
     std::vector<Row> rows = { { "ID", "TIME", "DAYS", "STATE", "NEXT", "NAME" } };
-    for (const AlarmDbData& alarm : alarms)
+    for (const AlarmDbData& alarm : alarms) {
         rows.push_back({ std::to_string(alarm.id), clockText(alarm.hour, alarm.min), daysOf(alarm),
             stateOf(alarm, now), nextText(alarm, now), "" });
+    }
 
     const std::string head = tableText(rows);
     const size_t taken = head.find("NAME");

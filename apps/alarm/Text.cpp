@@ -63,10 +63,11 @@ std::string printable(const std::string& text)
     std::string result;
     for (size_t at = 0; at < text.size();) {
         const Character character = characterAt(text, at);
-        if (character.isValid && !isControl(character.code))
+        if (character.isValid && !isControl(character.code)) {
             result.append(text, at, character.size);
-        else
+        } else {
             result += kReplacement;
+        }
         at += character.size;
     }
     return result;

@@ -66,7 +66,7 @@ int weekdaysOfRange(const std::string& range)
 ClockTime parseClockTime(const std::string& text)
 {
     const size_t colon = text.find(':');
-    if (colon != std::string::npos && colon <= 2 && text.size() == colon + 3) {
+    if (colon <= 2 && text.size() == colon + 3) {
         const int hour = decimal(text.substr(0, colon));
         const int minute = decimal(text.substr(colon + 1));
         if (hour >= 0 && hour <= 23 && minute >= 0 && minute <= 59)
@@ -105,9 +105,10 @@ int parseDuration(const std::string& text)
 int parseNumber(const std::string& option, const std::string& text, int lowest, int highest)
 {
     const int value = decimal(text);
-    if (value < lowest || value > highest)
+    if (value < lowest || value > highest) {
         throw badInput(option + " takes a number from " + std::to_string(lowest) + " to "
             + std::to_string(highest) + ", not " + quoted(text));
+    }
     return value;
 }
 

@@ -46,10 +46,11 @@ public:
 
     void start()
     {
-        if (_json)
+        if (_json) {
             printf("{\"event\":\"watching\",\"alarms\":%zu}\n", _alarms.size());
-        else
+        } else {
             printf("watching  %zu alarms\n", _alarms.size());
+        }
         if (_ringing >= 0)
             _printRinging();
         fflush(stdout);
@@ -78,10 +79,11 @@ private:
         }
         for (const auto& [id, alarm] : _alarms) {
             const auto old = before.find(id);
-            if (old == before.end())
+            if (old == before.end()) {
                 _print("added", alarm);
-            else if (isChanged(old->second, alarm))
+            } else if (isChanged(old->second, alarm)) {
                 _print("changed", alarm);
+            }
         }
         fflush(stdout);
     }
@@ -92,10 +94,11 @@ private:
         _ringing = app::ringingAlarm();
         if (_ringing == before)
             return;
-        if (_ringing >= 0)
+        if (_ringing >= 0) {
             _printRinging();
-        else
+        } else {
             puts(_json ? "{\"event\":\"quiet\",\"alarm\":null}" : "quiet");
+        }
         fflush(stdout);
     }
 
@@ -108,11 +111,12 @@ private:
 
     void _print(const char* event, const AlarmDbData& alarm) const
     {
-        if (_json)
+        if (_json) {
             printf("{\"event\":%s,\"alarm\":%s}\n", jsonString(event).c_str(),
                 alarmJson(alarm, time(nullptr)).c_str());
-        else
+        } else {
             printf("%-8s  %s\n", event, alarmLine(alarm, time(nullptr)).c_str());
+        }
     }
 
     bool _json;

@@ -13,10 +13,11 @@ namespace {
 void run(const std::vector<std::string>& arguments)
 {
     const CommandLine line = parseCommandLine(arguments);
-    if (line.help)
+    if (line.help) {
         fputs(helpText(line.command).c_str(), stdout);
-    else
+    } else {
         runCommand(line);
+    }
     if (fflush(stdout) != 0 || ferror(stdout))
         throw Failure(Failure::kFailed, "the result cannot be written");
 }

@@ -1,12 +1,11 @@
 #include "common/AlarmList.h"
 
 #include "common/AlarmTime.h"
+#include "common/StoreFile.h"
 
 #include <AlarmDbModel.h>
 #include <algorithm>
-#include <app_common.h>
 #include <cerrno>
-#include <cstdlib>
 #include <memory>
 #include <sqlite3.h>
 #include <tuple>
@@ -15,12 +14,6 @@
 namespace app {
 
 namespace {
-
-std::string storePath()
-{
-    const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
-    return folder ? std::string(folder.get()) + ".alarm.db" : "";
-}
 
 // The result of a look into table alarm, with SQLite's words for it.
 int lookInto(const std::string& path, std::string& text)

@@ -7,7 +7,7 @@ namespace app {
 
 namespace {
 
-const time_t kDay = 24 * 60 * 60;
+const time_t kDay = 24L * 60 * 60;
 const int kEveryDay = 127;
 
 long zoneOffset(time_t instant) { return localTime(instant).tm_gmtoff; }
@@ -104,7 +104,8 @@ bool isNamedByWallTime(time_t instant)
 
 time_t dueInstant(const AlarmDbData& alarm)
 {
-    return static_cast<time_t>(alarm.stime) + alarm.count * alarm.snooze_min * 60;
+    const time_t minute = 60;
+    return alarm.stime + minute * alarm.count * alarm.snooze_min;
 }
 
 time_t upcomingInstant(const AlarmDbData& alarm, time_t now)

@@ -61,10 +61,11 @@ SaveLock::SaveLock()
     const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (file < 0)
         return;
-    if (lock(file))
+    if (lock(file)) {
         _file = file;
-    else
+    } else {
         close(file);
+    }
 }
 
 SaveLock::~SaveLock()

@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <glib.h>
 #include <map>
+#include <system_error>
 #include <unistd.h>
 
 namespace host {
@@ -39,7 +40,7 @@ Entries fromWire(const WireEntries& wire)
 // Whether this text has not been seen in this session, by any process. Each leaves a file behind: a
 // store would cost the alert more time than all else that is done for it here.
 bool isFirstDelivery(const std::string& once)
-{
+try {
     static const std::string folder = runtimePath() + "delivered/";
     makeDirectory(folder);
     const std::unique_ptr<char, void (*)(void*)> name(
@@ -49,6 +50,8 @@ bool isFirstDelivery(const std::string& once)
         close(file);
     // Where nothing can be written, an alert that may come twice is better than none.
     return file >= 0 || errno != EEXIST;
+} catch (const std::system_error&) {
+    return true;
 }
 
 } // namespace
@@ -90,8 +93,8 @@ public:
     Receiver receiver;
 
 private:
-    void Launch(const WireEntries& request, const std::string& once,
-        const uint64_t& ticket) override
+    void Launch(
+        const WireEntries& request, const std::string& once, const uint64_t& ticket) override
     {
         if (!receiver)
             throw sdbus::Error("org.freedesktop.DBus.Error.Failed", "not an application");
@@ -140,21 +143,24 @@ void ApplicationPort::open(const std::string& application, Receiver receiver)
 void ApplicationPort::close()
 {
     bus().releaseName(_application);
-    while (bus().processPendingRequest()) { }
+    while (bus().processPendingRequest()) {
+    }
     _object->receiver = nullptr;
+    _isClosed = true;
 }
 
-void ApplicationPort::launch(
-    const std::string& application, const Entries& request, Answer answer)
+void ApplicationPort::launch(const std::string& application, const Entries& request, Answer answer)
 {
-    // The bus answers this one itself, so that two applications that launch each other, or one that
-    // launches itself, do not wait for one another.
-    uint32_t started = 0;
-    sdbus::createProxy(bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus")
-        ->callMethod("StartServiceByName")
-        .onInterface("org.freedesktop.DBus")
-        .withArguments(application, uint32_t { 0 })
-        .storeResultsTo(started);
+    // The bus answers this one itself, so that two applications that launch each other do not wait
+    // for one another. Nor does one wait that launches itself before it has its name.
+    if (_isClosed || application != identity().application) {
+        uint32_t started = 0;
+        sdbus::createProxy(bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus")
+            ->callMethod("StartServiceByName")
+            .onInterface("org.freedesktop.DBus")
+            .withArguments(application, uint32_t{ 0 })
+            .storeResultsTo(started);
+    }
 
     const uint64_t ticket = answer ? _object->expect(std::move(answer)) : 0;
     _object->target(application)
@@ -175,7 +181,7 @@ void ApplicationPort::reply(
     auto target = sdbus::createProxy(bus(), sender, kApplicationPath);
     target->callMethod("Reply")
         .onInterface(kInterface)
-        .withArguments(ticket, int32_t { result }, toWire(entries))
+        .withArguments(ticket, int32_t{ result }, toWire(entries))
         .dontExpectReply();
 }
 

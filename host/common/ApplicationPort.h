@@ -44,6 +44,7 @@ private:
     class Object;
     std::unique_ptr<Object> _object;
     std::string _application;
+    bool _isClosed = false;
 };
 
 } // namespace host

@@ -56,7 +56,8 @@ private:
     void _drain()
     {
         try {
-            while (_handler && bus().processPendingRequest()) { }
+            while (_handler && bus().processPendingRequest()) {
+            }
         } catch (const sdbus::Error& error) {
             logInfo("the session's bus is gone: " + error.getMessage());
             ecore_main_fd_handler_del(_handler);
@@ -69,8 +70,8 @@ private:
     void _follow()
     {
         const sdbus::IConnection::PollData poll = bus().getEventLoopPollData();
-        const int flags = ECORE_FD_READ | ECORE_FD_ERROR
-            | ((poll.events & POLLOUT) != 0 ? ECORE_FD_WRITE : 0);
+        const int flags
+            = ECORE_FD_READ | ECORE_FD_ERROR | ((poll.events & POLLOUT) != 0 ? ECORE_FD_WRITE : 0);
         ecore_main_fd_handler_active_set(_handler, static_cast<Ecore_Fd_Handler_Flags>(flags));
         if (_timer)
             ecore_timer_del(_timer);

@@ -15,8 +15,8 @@ extern const char* const kApplicationPath; ///< an application's object, at its 
 sdbus::IConnection& bus();
 
 /// Serves the connection from the Ecore main loop from now on; initialises Ecore; idempotent.
-/// Messages that came during a synchronous call are served before the loop sleeps. When the bus goes
-/// away the main loop is ended: a session's processes end with it.
+/// Messages that came during a synchronous call are served before the loop sleeps. When the bus
+/// goes away the main loop is ended: a session's processes end with it.
 void serveBusOnLoop();
 
 } // namespace host

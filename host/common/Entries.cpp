@@ -91,8 +91,8 @@ std::optional<Entries> decodeEntries(const std::string& text)
             return std::nullopt;
         entries.emplace_back(std::move(key), std::move(value));
     }
-    // g_base64_decode skips what it does not know, so only a text that comes out again is ours. That
-    // holds for what follows the last entry, too.
+    // g_base64_decode skips what it does not know, so only a text that comes out again is ours.
+    // That holds for what follows the last entry, too.
     if (encodeEntries(entries) != text)
         return std::nullopt;
     return entries;

@@ -20,7 +20,7 @@ namespace {
 const char* const kLetters = "??VDIWEFS";
 const char* const kTag = "host";
 
-std::atomic<LogHook> logHook { nullptr };
+std::atomic<LogHook> logHook{ nullptr };
 
 int lowestPriority()
 {
@@ -75,10 +75,7 @@ void writeQuietly(int file, const std::string& line)
 
 } // namespace
 
-void setLogHook(LogHook hook)
-{
-    logHook = hook;
-}
+void setLogHook(LogHook hook) { logHook = hook; }
 
 void writeLog(int priority, const char* tag, const char* text)
 {
@@ -106,19 +103,10 @@ void writeLog(int priority, const char* tag, const char* text)
     writeQuietly(STDERR_FILENO, line);
 }
 
-void logInfo(const std::string& text)
-{
-    writeLog(DLOG_INFO, kTag, text.c_str());
-}
+void logInfo(const std::string& text) { writeLog(DLOG_INFO, kTag, text.c_str()); }
 
-void logWarning(const std::string& text)
-{
-    writeLog(DLOG_WARN, kTag, text.c_str());
-}
+void logWarning(const std::string& text) { writeLog(DLOG_WARN, kTag, text.c_str()); }
 
-void logError(const std::string& text)
-{
-    writeLog(DLOG_ERROR, kTag, text.c_str());
-}
+void logError(const std::string& text) { writeLog(DLOG_ERROR, kTag, text.c_str()); }
 
 } // namespace host

@@ -4,8 +4,8 @@
 #include "host/common/Session.h"
 
 #include <chrono>
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <unistd.h>
 
 namespace host {
@@ -126,8 +126,8 @@ std::optional<SettingValue> SettingsStore::read(const std::string& store, const 
 void SettingsStore::write(
     const std::string& store, const std::string& key, const SettingValue& value)
 {
-    SQLite::Statement insert(
-        _impl->of(store, key), "REPLACE INTO setting (store, key, type, value) VALUES (?, ?, ?, ?)");
+    SQLite::Statement insert(_impl->of(store, key),
+        "REPLACE INTO setting (store, key, type, value) VALUES (?, ?, ?, ?)");
     insert.bind(1, store);
     insert.bind(2, key);
     insert.bind(3, typeName(value));
@@ -172,7 +172,11 @@ std::shared_ptr<void> SettingsStore::watch(Changed changed)
         [changed = std::move(changed)](sdbus::Message& message) {
             std::string store;
             std::string key;
-            message >> store >> key;
+            try {
+                message >> store >> key;
+            } catch (const sdbus::Error&) {
+                return; // a signal of another shape; nothing may be thrown into the bus library
+            }
             changed(store, key);
         });
     return std::make_shared<sdbus::Slot>(std::move(slot));

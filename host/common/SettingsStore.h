@@ -13,9 +13,10 @@ using SettingValue = std::variant<int, bool, std::string>;
 
 /**
  * Typed values under keys, shared by the processes of the session: the device's settings and the
- * packages' preferences. A store is named "vconf" or by its package; keys of "vconf" that begin with
- * "memory/" last as long as the session. A write is on disk when write returns, and is announced on
- * the bus. Every call throws std::exception when the store cannot be read or written. Main thread.
+ * packages' preferences. A store is named "vconf" or by its package; keys of "vconf" that begin
+ * with "memory/" last as long as the session. A write is on disk when write returns, and is
+ * announced on the bus. Every call throws std::exception when the store cannot be read or written.
+ * Main thread.
  */
 class SettingsStore {
 public:

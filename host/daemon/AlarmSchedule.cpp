@@ -12,8 +12,8 @@ namespace host {
 
 namespace {
 
-const std::int64_t kLatestSeconds = 30 * 60; ///< from this age on an alert is missed
-const std::int64_t kFarBackSeconds = 12 * 60 * 60;
+const std::int64_t kLatestSeconds = 1800; ///< half an hour: from this age on an alert is missed
+const std::int64_t kFarBackSeconds = 43200; ///< twelve hours
 const std::int64_t kSaveAgainSeconds = 60;
 const int kMostSendings = 4;
 /// The bus bounds how many calls of one connection may be open.
@@ -54,10 +54,11 @@ Launch launchFor(const Alarm& alarm, Entries request)
     const std::string id = std::to_string(alarm.id);
     const auto old = std::find_if(request.begin(), request.end(),
         [](const auto& entry) { return entry.first == APP_CONTROL_DATA_ALARM_ID; });
-    if (old != request.end())
+    if (old != request.end()) {
         old->second = id;
-    else
+    } else {
         request.emplace_back(APP_CONTROL_DATA_ALARM_ID, id);
+    }
 
     std::string once = "alarm:" + id + ":" + std::to_string(alarm.due);
     if (alarm.round > 0)
@@ -246,10 +247,11 @@ void AlarmSchedule::_launch(std::int64_t now)
         const std::optional<Entries> request = decodeEntries(alarm.request);
         const auto& [at, added] = _flights.try_emplace(
             alarm.id, Flight{ launchFor(alarm, request.value_or(Entries())), alarm.due, 1 });
-        if (request)
+        if (request) {
             _launcher(at->second.launch);
-        else
+        } else {
             answered(alarm.id, LaunchResult::Refused, "its request on disk cannot be read");
+        }
     }
 }
 

@@ -50,14 +50,15 @@ ClockWatch::ClockWatch(std::function<void()> due, std::function<void()> changed)
           inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "inotify_init1", [this] { _readZoneEvents(); })
 {
     // A link is replaced, not written, so its directory tells. zoneId() falls back to /etc.
-    const std::string link = zoneLinkPath();
+    const std::string& link = zoneLinkPath();
     for (const std::string& folder :
         { std::filesystem::path(link).parent_path().string(), std::string("/etc") }) {
         const int watch = inotify_add_watch(
             _zoneEvents.get(), folder.c_str(), IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO);
-        if (watch < 0 && errno != ENOENT)
+        if (watch < 0 && errno != ENOENT) {
             logWarning("Changes of the zone in " + folder
                 + " will not be seen: " + std::generic_category().message(errno));
+        }
     }
 }
 
@@ -77,10 +78,11 @@ void ClockWatch::wakeAt(std::optional<std::int64_t> instant)
 void ClockWatch::_readTimer()
 {
     std::uint64_t expirations = 0;
-    if (read(_timer.get(), &expirations, sizeof expirations) > 0)
+    if (read(_timer.get(), &expirations, sizeof expirations) > 0) {
         _due();
-    else if (errno == ECANCELED)
+    } else if (errno == ECANCELED) {
         _changed();
+    }
 }
 
 void ClockWatch::_readZoneEvents()

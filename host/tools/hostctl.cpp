@@ -41,9 +41,10 @@ void run(const hostctl::Arguments& words)
     if (words.empty())
         throw hostctl::UsageError("a command is missing; hostctl --help lists them");
     const auto found = commands.find(words[0]);
-    if (found == commands.end())
+    if (found == commands.end()) {
         throw hostctl::UsageError(
             "there is no command \"" + words[0] + "\"; hostctl --help lists them");
+    }
     found->second({ words.begin() + 1, words.end() });
 }
 

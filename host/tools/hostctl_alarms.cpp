@@ -115,10 +115,11 @@ void alarms(const Arguments& arguments)
         refuseUnlessEmpty(arguments, "alarms or alarms --json");
 
     const std::vector<WireAlarm> list = Proxy<com::velmora::host::Alarm_proxy>().List();
-    if (json)
+    if (json) {
         printJson(list);
-    else
+    } else {
         printLines(list);
+    }
 }
 
 void tray(const Arguments& arguments)

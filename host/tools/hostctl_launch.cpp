@@ -25,10 +25,11 @@ void addExtra(host::Entries& extras, const std::string& text)
         throw UsageError("\"" + key + "\" is the platform's own; an extra must not begin with __");
     const auto old = std::find_if(
         extras.begin(), extras.end(), [&](const auto& entry) { return entry.first == key; });
-    if (old != extras.end())
+    if (old != extras.end()) {
         old->second = text.substr(at + 1);
-    else
+    } else {
         extras.emplace_back(key, text.substr(at + 1));
+    }
 }
 
 // Calls Launch; the answer says that the application has the request.
@@ -55,10 +56,11 @@ void launch(const Arguments& arguments)
             throw UsageError("\"" + option + "\" is unknown; " + kRight);
         if (at + 1 == arguments.size())
             throw UsageError(option + " lacks its value; " + kRight);
-        if (option == "--operation")
+        if (option == "--operation") {
             operation = arguments[at + 1];
-        else
+        } else {
             addExtra(extras, arguments[at + 1]);
+        }
     }
 
     WireEntries request;

@@ -45,10 +45,11 @@ private:
             static_cast<Supervisor*>(data)->_start();
             return ECORE_CALLBACK_CANCEL;
         };
-        if (wait > 0)
+        if (wait > 0) {
             ecore_timer_add(wait, call, this);
-        else
+        } else {
             _start();
+        }
     }
 
     void _start()

@@ -1,5 +1,4 @@
 #include "app_alarm.h"
-
 #include "host/common/Bus.h"
 #include "host/common/Handles.h"
 #include "host/common/Log.h"
@@ -24,10 +23,7 @@ public:
     ~AlarmProxy() { unregisterProxy(); }
 };
 
-bool isIn(int value, int low, int high)
-{
-    return value >= low && value <= high;
-}
+bool isIn(int value, int low, int high) { return value >= low && value <= high; }
 
 // The platform's own sign for "the next such time of day, on whichever day".
 bool hasNoDate(const tm& date)
@@ -90,7 +86,7 @@ extern "C" int alarm_schedule_with_recurrence_week_flag(
     std::vector<sdbus::Struct<std::string, std::string>> request;
     for (const auto& [key, value] : entries)
         request.emplace_back(key, value);
-    sdbus::Struct<int32_t, int32_t, int32_t> day { 0, 0, 0 };
+    sdbus::Struct<int32_t, int32_t, int32_t> day{ 0, 0, 0 };
     if (!hasNoDate(*date))
         day = { date->tm_year + 1900, date->tm_mon + 1, date->tm_mday };
     return askService([&](AlarmProxy& service) {

@@ -39,15 +39,9 @@ extern "C" int app_get_id(char** id)
     return APP_ERROR_NONE;
 }
 
-extern "C" char* app_get_data_path(void)
-{
-    return packagePath("rw/", "/data/", true);
-}
+extern "C" char* app_get_data_path(void) { return packagePath("rw/", "/data/", true); }
 
-extern "C" char* app_get_resource_path(void)
-{
-    return packagePath("ro/", "/res/", false);
-}
+extern "C" char* app_get_resource_path(void) { return packagePath("ro/", "/res/", false); }
 
 extern "C" char* app_get_shared_resource_path(void)
 {

@@ -17,8 +17,8 @@ namespace {
 
 Entries::iterator entryOf(Entries& entries, const std::string& key)
 {
-    return std::find_if(entries.begin(), entries.end(),
-        [&key](const auto& entry) { return entry.first == key; });
+    return std::find_if(
+        entries.begin(), entries.end(), [&key](const auto& entry) { return entry.first == key; });
 }
 
 // Null takes the entry away; an entry that is there keeps its place.
@@ -71,8 +71,7 @@ int launchError(const sdbus::Error& error)
 }
 
 // The reply callback's request handle is a copy: the caller may destroy its own after sending.
-ApplicationPort::Answer answerTo(
-    app_control_h request, app_control_reply_cb callback, void* data)
+ApplicationPort::Answer answerTo(app_control_h request, app_control_reply_cb callback, void* data)
 {
     if (!callback)
         return nullptr;
@@ -108,8 +107,7 @@ extern "C" int app_control_get_operation(app_control_h app_control, char** opera
     return copyEntry(app_control, host::kOperationKey, operation);
 }
 
-extern "C" int app_control_get_extra_data(
-    app_control_h app_control, const char* key, char** value)
+extern "C" int app_control_get_extra_data(app_control_h app_control, const char* key, char** value)
 {
     return copyEntry(app_control, key, value);
 }
@@ -137,14 +135,14 @@ extern "C" int app_control_add_extra_data(
 extern "C" int app_control_send_launch_request(
     app_control_h app_control, app_control_reply_cb callback, void* user_data)
 {
-    const std::string* application
-        = app_control ? host::findEntry(app_control->data.entries, host::kApplicationIdKey)
-                      : nullptr;
+    const std::string* application = app_control
+        ? host::findEntry(app_control->data.entries, host::kApplicationIdKey)
+        : nullptr;
     if (!application || application->empty())
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
     try {
-        ApplicationPort::instance().launch(*application, app_control->data.entries,
-            answerTo(app_control, callback, user_data));
+        ApplicationPort::instance().launch(
+            *application, app_control->data.entries, answerTo(app_control, callback, user_data));
     } catch (const sdbus::Error& error) {
         host::logError("launching " + *application + " failed: " + error.getMessage());
         return launchError(error);

@@ -9,11 +9,14 @@
 
 using host::ApplicationPort;
 
+Application* Application::_running = nullptr;
+
 Application::Application(Callbacks callbacks)
     : _callbacks(std::move(callbacks))
 {
     ecore_app_no_system_modules(); // they look for a system bus and make every start slower
     ecore_init();
+    _running = this;
 }
 
 Application::~Application()
@@ -21,6 +24,7 @@ Application::~Application()
     if (_job)
         ecore_job_del(_job);
     ecore_shutdown();
+    _running = nullptr;
 }
 
 int Application::run()
@@ -29,18 +33,24 @@ int Application::run()
         return APP_ERROR_INVALID_CONTEXT;
     Ecore_Event_Handler* signals
         = ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, _signalCb, this);
-    int result = APP_ERROR_NONE;
+    int result = APP_ERROR_INVALID_CONTEXT;
     if (_callbacks.create()) {
-        if (_open()) {
+        if (!_ending && _open()) {
             ecore_main_loop_begin();
             _close();
-        } else {
-            result = APP_ERROR_INVALID_CONTEXT;
+            result = APP_ERROR_NONE;
         }
         _callbacks.terminate();
     }
     ecore_event_handler_del(signals);
     return result;
+}
+
+void Application::end()
+{
+    if (_running)
+        _running->_ending = true;
+    ecore_main_loop_quit();
 }
 
 bool Application::_open()
@@ -57,14 +67,19 @@ bool Application::_open()
 }
 
 // Nobody else would hear of a request that came too late for this process, so it goes to a new one.
+// That one cannot reply to the caller, who is told so.
 void Application::_close()
 {
     const std::string& application = host::identity().application;
     _ending = true;
     try {
         ApplicationPort::instance().close();
-        for (const ApplicationPort::Request& request : _waiting)
+        for (const ApplicationPort::Request& request : _waiting) {
             ApplicationPort::instance().launch(application, request.entries, nullptr);
+            if (request.ticket != 0)
+                ApplicationPort::instance().reply(
+                    request.sender, request.ticket, APP_CONTROL_RESULT_CANCELED, {});
+        }
     } catch (const sdbus::Error& error) {
         host::logInfo(application + " ends without its bus: " + error.getMessage());
     }
@@ -77,9 +92,11 @@ void Application::_receive(ApplicationPort::Request request)
         _job = ecore_job_add(_deliverCb, this);
 }
 
-// One request a turn of the loop: an application that ends itself leaves the others waiting.
+// One request at a time: an application that ends itself leaves the others waiting.
 void Application::_deliver()
 {
+    if (_ending)
+        return;
     ApplicationPort::Request request = std::move(_waiting.front());
     _waiting.pop_front();
     if (!_waiting.empty())
@@ -101,6 +118,6 @@ void Application::_deliverCb(void* data)
 
 Eina_Bool Application::_signalCb(void*, int, void*)
 {
-    ecore_main_loop_quit();
+    end();
     return ECORE_CALLBACK_PASS_ON;
 }

@@ -2,9 +2,9 @@
 
 #include "host/common/ApplicationPort.h"
 
-#include <Ecore.h>
 #include <app_control.h>
 #include <deque>
+#include <Ecore.h>
 #include <functional>
 
 /**
@@ -24,8 +24,11 @@ public:
     Application& operator=(const Application&) = delete;
     ~Application();
 
-    /// Returns when the application has ended: 0, or an app_error_e.
+    /// Returns when the application has ended: 0, or an app_error_e when it did not come to run.
     int run();
+
+    /// Makes the process's application end. What waits is left to its next life.
+    static void end();
 
 private:
     bool _open();
@@ -34,6 +37,8 @@ private:
     void _deliver();
     static void _deliverCb(void* data);
     static Eina_Bool _signalCb(void* data, int type, void* event);
+
+    static Application* _running;
 
     Callbacks _callbacks;
     std::deque<host::ApplicationPort::Request> _waiting;

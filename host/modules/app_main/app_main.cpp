@@ -31,10 +31,7 @@ extern "C" int ui_app_main(int, char**, ui_app_lifecycle_callback_s* callback, v
     return runApplication(callback, user_data);
 }
 
-extern "C" void ui_app_exit(void)
-{
-    ecore_main_loop_quit();
-}
+extern "C" void ui_app_exit(void) { Application::end(); }
 
 extern "C" int service_app_main(
     int, char**, service_app_lifecycle_callback_s* callback, void* user_data)
@@ -42,7 +39,4 @@ extern "C" int service_app_main(
     return runApplication(callback, user_data);
 }
 
-extern "C" void service_app_exit(void)
-{
-    ecore_main_loop_quit();
-}
+extern "C" void service_app_exit(void) { Application::end(); }

@@ -64,7 +64,7 @@ try {
         return nullptr;
     const std::string text(reinterpret_cast<const char*>(r), static_cast<size_t>(len));
     const auto entries = host::decodeEntries(text);
-    return entries ? new bundle { *entries } : nullptr;
+    return entries ? new bundle{ *entries } : nullptr;
 } catch (const std::bad_alloc&) {
     return nullptr;
 }

@@ -1,5 +1,4 @@
 #include "app_preference.h"
-
 #include "host/common/Bus.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"

@@ -1,0 +1,75 @@
+#include "common/StoreFile.h"
+
+#include "common/SaveLock.h"
+
+#include <AlarmDbModel.h>
+#include <app_common.h>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <sqlite3.h>
+
+namespace app {
+
+namespace {
+
+enum class State { None, Unfinished, Whole };
+
+int noteRow(void* found, int, char**, char**)
+{
+    *static_cast<bool*>(found) = true;
+    return 0;
+}
+
+// The result of the query; found says whether there is a row.
+int look(sqlite3* store, const char* query, bool& found)
+{
+    found = false;
+    return sqlite3_exec(store, query, noteRow, &found, nullptr);
+}
+
+// What cannot be read, or has alarms, is not taken for unfinished. Table tone is made last.
+State stateOf(const std::string& path)
+{
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> store(opened, sqlite3_close);
+    if (code != SQLITE_OK)
+        return State::None;
+    bool found = false;
+    if (look(opened, "SELECT 1 FROM sqlite_master WHERE name = 'tone'", found) != SQLITE_OK
+        || found)
+        return State::Whole;
+    const int read = look(opened, "SELECT 1 FROM alarm LIMIT 1", found);
+    const bool isEmpty = read == SQLITE_ERROR || (read == SQLITE_OK && !found);
+    return isEmpty ? State::Unfinished : State::Whole;
+}
+
+} // namespace
+
+std::string storePath()
+{
+    const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
+    return folder ? std::string(folder.get()) + ".alarm.db" : "";
+}
+
+void makeStore()
+{
+    const std::string path = storePath();
+    if (path.empty() || stateOf(path) == State::Whole)
+        return;
+    const SaveLock lock;
+    if (!lock.isHeld())
+        return;
+    const State state = stateOf(path);
+    if (state == State::Whole)
+        return;
+    if (state == State::Unfinished) {
+        // Its journal first: it would be taken for the new file's.
+        (void)remove((path + "-journal").c_str());
+        (void)remove(path.c_str());
+    }
+    const AlarmDbModel made;
+}
+
+} // namespace app
