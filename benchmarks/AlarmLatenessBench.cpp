@@ -1,0 +1,167 @@
+// How late alarms are: from the second for which they are set to the alert application's callback,
+// with every process of the road as it is for a user, against the least that timer, bus and a new
+// process take. The latter ring at the half seconds of the same run. Runs in a session of its own:
+//
+//   host-session AlarmLatenessBench [-n ALARMS]
+//
+// Exit status: 0 within the limits, 1 not.
+#include "Command.h"
+#include "HostSession.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <regex>
+#include <set>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace {
+
+const double kMedianLimit = 3;
+const double kTailLimit = 10;
+const size_t kFewest = 20; ///< alarms by which the limits are judged
+
+struct Ring {
+    std::string process;
+    double milliseconds = 0;
+};
+
+std::string runChecked(const std::vector<std::string>& command)
+{
+    const CommandResult result = runCommand(command);
+    if (result.status != 0)
+        throw std::runtime_error(command[0] + " " + command[1] + ": " + result.err);
+    return result.out;
+}
+
+int idIn(const std::string& json)
+{
+    std::smatch id;
+    if (!std::regex_search(json, id, std::regex(R"("id":(\d+))")))
+        throw std::runtime_error("no alarm in " + json);
+    return std::stoi(id[1]);
+}
+
+// Away from the instants at which something is measured.
+void sleepUntilPart(long milliseconds)
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const long nanoseconds = milliseconds * 1000000;
+    const timespec wanted = { now.tv_sec + (now.tv_nsec < nanoseconds ? 0 : 1), nanoseconds };
+    clock_nanosleep(CLOCK_REALTIME, TIMER_ABSTIME, &wanted, nullptr);
+}
+
+Ring waitForRing(HostSession& session, int id)
+{
+    const std::regex line(R"(alarm-alert\((\d+)\): ringing alarm )" + std::to_string(id)
+        + R"( at [0-9:]+, (-?\d+) us after its instant)");
+    std::smatch found;
+    std::string log;
+    const bool rang = session.waitFor([&] {
+        log = session.logText();
+        return std::regex_search(log, found, line);
+    });
+    if (!rang)
+        throw std::runtime_error("alarm " + std::to_string(id) + " did not ring");
+    return { found[1], std::stod(found[2]) / 1000 };
+}
+
+// Each a second after the one before, by an alert that has just been started.
+std::vector<double> ringAlarms(HostSession& session, size_t count)
+{
+    std::vector<double> lateness;
+    std::set<std::string> processes;
+    while (lateness.size() < count) {
+        sleepUntilPart(150);
+        const int id = idIn(runChecked({ "alarm", "add", "--in", "1s", "--json" }));
+        sleepUntilPart(100);
+        const Ring ring = waitForRing(session, id);
+        runChecked({ "alarm", "dismiss" });
+        if (!processes.insert(ring.process).second)
+            throw std::runtime_error("alarm " + std::to_string(id) + " found a running alert");
+        lateness.push_back(ring.milliseconds);
+    }
+    return lateness;
+}
+
+std::vector<double> bareLateness(const std::string& output)
+{
+    std::vector<double> lateness;
+    const char* at = output.c_str();
+    for (char* end = nullptr;; at = end) {
+        const long microseconds = strtol(at, &end, 10);
+        if (end == at)
+            return lateness;
+        lateness.push_back(static_cast<double>(microseconds) / 1000);
+    }
+}
+
+double percentile(std::vector<double> values, double part)
+{
+    std::sort(values.begin(), values.end());
+    const auto rank = static_cast<size_t>(part * static_cast<double>(values.size()) + 0.999999);
+    return values.at(rank > 0 ? rank - 1 : 0);
+}
+
+bool compare(const char* name, double alarm, double bare, double limit)
+{
+    const double ratio = alarm / bare;
+    printf("%-8s %9.2f %9.2f %8.2f %7.0f%s\n", name, alarm, bare, ratio, limit,
+        ratio > limit ? "  over" : "");
+    return ratio <= limit;
+}
+
+bool report(const std::vector<double>& alarm, const std::vector<double>& bare)
+{
+    printf("%zu alarms, %zu bare; milliseconds after the instant\n", alarm.size(), bare.size());
+    printf("%-8s %9s %9s %8s %7s\n", "", "alarm", "bare", "ratio", "limit");
+    const bool median
+        = compare("median", percentile(alarm, 0.5), percentile(bare, 0.5), kMedianLimit);
+    const bool tail = compare("p99", percentile(alarm, 0.99), percentile(bare, 0.99), kTailLimit);
+    const auto early = std::count_if(
+        alarm.begin(), alarm.end(), [](double milliseconds) { return milliseconds < 0; });
+    if (early > 0)
+        printf("%td alarms were early\n", early);
+    if (alarm.size() < kFewest) {
+        printf("too few alarms to judge\n");
+        return early == 0;
+    }
+    return median && tail && early == 0;
+}
+
+size_t parseCount(int argc, char** argv)
+{
+    size_t count = 100;
+    for (int option = 0; (option = getopt(argc, argv, "n:")) != -1;) {
+        count = option == 'n' ? strtoul(optarg, nullptr, 10) : 0;
+        if (count == 0)
+            break;
+    }
+    if (count == 0 || optind != argc) {
+        fprintf(stderr, "usage: AlarmLatenessBench [-n ALARMS]\n");
+        exit(2);
+    }
+    return count;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const size_t count = parseCount(argc, argv);
+    try {
+        HostSession session;
+        BackgroundCommand bare({ BARE_TIMER, std::to_string(count) });
+        const std::vector<double> alarms = ringAlarms(session, count);
+        const CommandResult result = bare.finish();
+        if (result.status != 0)
+            throw std::runtime_error("the bare timer failed");
+        return report(alarms, bareLateness(result.out)) ? 0 : 1;
+    } catch (const std::exception& error) {
+        fprintf(stderr, "AlarmLatenessBench: %s\n", error.what());
+        return 1;
+    }
+}

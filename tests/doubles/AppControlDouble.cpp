@@ -1,0 +1,41 @@
+#include "AppControlDouble.h"
+
+#include <algorithm>
+
+AppControlDouble& appControlDouble()
+{
+    static AppControlDouble instance;
+    return instance;
+}
+
+int app_control_create(app_control_h* app_control)
+{
+    AppControlDouble& state = appControlDouble();
+    if (state.createResult != APP_CONTROL_ERROR_NONE)
+        return state.createResult;
+    ++state.created;
+    state.alive.push_back(std::make_unique<app_control_s>());
+    *app_control = state.alive.back().get();
+    return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_destroy(app_control_h app_control)
+{
+    AppControlDouble& state = appControlDouble();
+    const auto found = std::find_if(state.alive.begin(), state.alive.end(),
+        [app_control](const auto& control) { return control.get() == app_control; });
+    if (found == state.alive.end()) {
+        ++state.wronglyDestroyed;
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    }
+    state.alive.erase(found);
+    return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_set_app_id(app_control_h app_control, const char* app_id)
+{
+    if (!app_control)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    app_control->applicationId = app_id ? app_id : "";
+    return APP_CONTROL_ERROR_NONE;
+}

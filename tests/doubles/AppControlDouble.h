@@ -1,0 +1,22 @@
+#pragma once
+
+#include <app_control.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct app_control_s {
+    std::string applicationId;
+};
+
+/// App controls that were made, and those not destroyed yet.
+struct AppControlDouble {
+    /// What app_control_create answers; no handle is made when it is not 0.
+    int createResult = APP_CONTROL_ERROR_NONE;
+    int created = 0;
+    std::vector<std::unique_ptr<app_control_s>> alive;
+    /// Handles that were destroyed without being alive, NULL too.
+    int wronglyDestroyed = 0;
+};
+
+AppControlDouble& appControlDouble();

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <sys/time.h>
+#include <vector>
+
+/// The clock of the objects that a test links. Without a value it is the real one.
+struct ClockDouble {
+    /// What gettimeofday and time answer.
+    std::optional<timeval> now;
+    /// The sleeps asked for, in microseconds.
+    std::vector<unsigned int> sleeps;
+    /// Takes the place of a sleep.
+    std::function<void()> sleep;
+};
+
+ClockDouble& clockDouble();

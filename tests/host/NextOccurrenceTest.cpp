@@ -1,0 +1,61 @@
+#include "host/daemon/NextOccurrence.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+struct Case {
+    const char* name;
+    const char* zone;
+    std::int64_t now;
+    struct {
+        int hour, minute, second;
+    } time;
+    int weekSet;
+    struct {
+        int year, month, day;
+    } firstDay; // 0, 0, 0 = any
+    std::int64_t expected;
+};
+
+const Case kCases[] = {
+#include "data/NextOccurrenceCases.inc"
+};
+
+cctz::time_zone zoneNamed(const std::string& name)
+{
+    cctz::time_zone zone;
+    EXPECT_TRUE(cctz::load_time_zone(name, &zone)) << name;
+    return zone;
+}
+
+class NextOccurrenceTest : public testing::TestWithParam<Case> {};
+
+TEST_P(NextOccurrenceTest, IsTheFirstInstantThatTheClockShowsTheTime)
+{
+    const Case& c = GetParam();
+    host::AlarmTime alarm{ c.time.hour, c.time.minute, c.time.second, c.weekSet, {} };
+    if (c.firstDay.day != 0)
+        alarm.firstDay = cctz::civil_day(c.firstDay.year, c.firstDay.month, c.firstDay.day);
+
+    EXPECT_EQ(c.expected, host::nextOccurrence(c.now, alarm, zoneNamed(c.zone)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, NextOccurrenceTest, testing::ValuesIn(kCases),
+    [](const auto& row) { return row.param.name; });
+
+TEST(NextOccurrenceSequenceTest, MeetsEveryDayOfAYearOnce)
+{
+    const cctz::time_zone zone = zoneNamed("Europe/Berlin");
+    const host::AlarmTime alarm{ 2, 30, 0, 0, {} };
+    std::int64_t instant = 1704063600; // 2024-01-01 00:00:00 +0100
+    for (cctz::civil_day day(2024, 1, 1); day < cctz::civil_day(2025, 1, 1); ++day) {
+        instant = host::nextOccurrence(instant, alarm, zone);
+
+        const auto shown = zone.lookup(cctz::time_point<cctz::seconds>(cctz::seconds(instant))).cs;
+        ASSERT_EQ(day, cctz::civil_day(shown));
+    }
+}
+
+} // namespace

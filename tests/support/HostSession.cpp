@@ -1,0 +1,170 @@
+#include "HostSession.h"
+
+#include "host/common/Bus.h"
+#include "host/common/Session.h"
+
+#include <chrono>
+#include <com.velmora.host.Alarm-proxy.h>
+#include <com.velmora.host.Tray-proxy.h>
+#include <csignal>
+#include <cstdlib>
+#include <Ecore.h>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const char* const kBusName = "org.freedesktop.DBus";
+const double kLookAgainSeconds = 0.01;
+
+template <typename Interface>
+class DaemonProxy : public sdbus::ProxyInterfaces<Interface> {
+public:
+    DaemonProxy()
+        : sdbus::ProxyInterfaces<Interface>(host::bus(), host::kDaemonName, host::kDaemonPath)
+    {
+        this->registerProxy();
+    }
+    ~DaemonProxy() { this->unregisterProxy(); }
+};
+
+// Calls the bus itself.
+template <typename Result, typename... Arguments>
+Result askBus(const char* method, const Arguments&... arguments)
+{
+    Result result{};
+    sdbus::createProxy(host::bus(), kBusName, "/org/freedesktop/DBus")
+        ->callMethod(method)
+        .onInterface(kBusName)
+        .withArguments(arguments...)
+        .storeResultsTo(result);
+    return result;
+}
+
+std::string nameOwner(const std::string& name)
+{
+    try {
+        return askBus<std::string>("GetNameOwner", name);
+    } catch (const sdbus::Error&) {
+        return "";
+    }
+}
+
+Eina_Bool renewCb(void*) { return ECORE_CALLBACK_RENEW; }
+
+void replaceFile(const std::string& path, const std::string& text)
+{
+    std::ofstream(path + ".new") << text;
+    fs::rename(path + ".new", path);
+}
+
+} // namespace
+
+HostSession::HostSession()
+{
+    if (!getenv("ALARM_HOST_HOME"))
+        throw std::runtime_error("This test needs a session; run it under host-session");
+    host::serveBusOnLoop();
+}
+
+void HostSession::setKey(const std::string& key, const host::SettingValue& value)
+{
+    host::SettingsStore::session().write("vconf", key, value);
+}
+
+std::optional<host::SettingValue> HostSession::preference(const std::string& key)
+{
+    return host::SettingsStore::session().read(host::identity().package, key);
+}
+
+void HostSession::setZone(const std::string& id)
+{
+    const std::string& link = host::zoneLinkPath();
+    fs::create_symlink("/usr/share/zoneinfo/" + id, link + ".new");
+    fs::rename(link + ".new", link);
+}
+
+std::vector<HostSession::Alarm> HostSession::alarms()
+{
+    std::vector<Alarm> alarms;
+    for (const auto& alarm : DaemonProxy<com::velmora::host::Alarm_proxy>().List()) {
+        const auto& time = alarm.get<4>();
+        alarms.push_back({ alarm.get<0>(), alarm.get<1>(), alarm.get<2>(), alarm.get<3>(),
+            time.get<0>(), time.get<1>(), time.get<2>(), alarm.get<5>() });
+    }
+    return alarms;
+}
+
+std::vector<HostSession::TrayEntry> HostSession::tray()
+{
+    std::vector<TrayEntry> entries;
+    for (const auto& entry : DaemonProxy<com::velmora::host::Tray_proxy>().List())
+        entries.push_back({ entry.get<0>(), entry.get<1>() });
+    return entries;
+}
+
+pid_t HostSession::daemonPid() { return pidOf(host::kDaemonName); }
+
+pid_t HostSession::pidOf(const std::string& name)
+{
+    const std::string owner = nameOwner(name);
+    try {
+        return owner.empty()
+            ? 0
+            : static_cast<pid_t>(askBus<std::uint32_t>("GetConnectionUnixProcessID", owner));
+    } catch (const sdbus::Error&) {
+        return 0; // gone in between
+    }
+}
+
+void HostSession::killDaemon()
+{
+    const std::string owner = nameOwner(host::kDaemonName);
+    if (owner.empty())
+        return;
+    const auto pid = static_cast<pid_t>(askBus<std::uint32_t>("GetConnectionUnixProcessID", owner));
+    if (kill(pid, SIGKILL) != 0)
+        throw std::system_error(errno, std::generic_category(), "killing the daemon");
+    if (!waitFor([&owner] { return !askBus<bool>("NameHasOwner", owner); }))
+        throw std::runtime_error("the daemon was killed, but its connection stays");
+}
+
+bool HostSession::waitFor(const std::function<bool()>& done, double seconds)
+{
+    using std::chrono::steady_clock;
+    const auto end = steady_clock::now() + std::chrono::duration<double>(seconds);
+    const std::unique_ptr<Ecore_Timer, void* (*)(Ecore_Timer*)> timer(
+        ecore_timer_add(kLookAgainSeconds, renewCb, nullptr), ecore_timer_del);
+    bool found = done();
+    while (!found && steady_clock::now() < end) {
+        ecore_main_loop_iterate_may_block(1);
+        found = done();
+    }
+    return found;
+}
+
+std::string HostSession::logText()
+{
+    const char* path = getenv("ALARM_HOST_LOG_FILE");
+    std::ostringstream text;
+    if (path)
+        text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+void HostSession::installApplication(const std::string& id, const std::string& executable)
+{
+    const std::string folder = host::homePath() + "dbus-services/";
+    fs::create_directories(folder);
+    replaceFile(
+        folder + id + ".service", "[D-BUS Service]\nName=" + id + "\nExec=" + executable + "\n");
+    sdbus::createProxy(host::bus(), kBusName, "/org/freedesktop/DBus")
+        ->callMethod("ReloadConfig")
+        .onInterface(kBusName);
+}

@@ -1,0 +1,239 @@
+#include "CommandStory.h"
+
+#include <csignal>
+
+using testing::ContainsRegex;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+class AlarmAlertTest : public CommandStory {
+protected:
+    void expectRefused(const std::string& command, const std::string& reason)
+    {
+        const CommandResult result = alarm({ command });
+        EXPECT_EQ(1, result.status);
+        EXPECT_EQ("", result.out);
+        EXPECT_EQ("alarm: " + reason + "\n", result.err);
+    }
+
+    static bool alertRuns()
+    {
+        const CommandResult result = runCommand({ "dbus-send", "--session", "--print-reply",
+            "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
+            "org.freedesktop.DBus.NameHasOwner", "string:com.velmora.alarm-alert" });
+        EXPECT_EQ(0, result.status) << result.err;
+        return result.out.find("boolean true") != std::string::npos;
+    }
+
+    bool waitUntilAlertEnds()
+    {
+        return session.waitFor([] { return !alertRuns(); });
+    }
+};
+
+TEST_F(AlarmAlertTest, AlarmRingsInTimeAndSaysSo)
+{
+    alarmOutput({ "add", "--in", "2s" });
+    const time_t due = std::stol(store->query("SELECT stime FROM alarm"));
+
+    ASSERT_TRUE(waitUntilRinging(1));
+
+    EXPECT_GE(time(nullptr), due);
+    EXPECT_THAT(session.logText(),
+        ContainsRegex(
+            "I/alarm-alert\\([0-9]+\\): ringing alarm 1 at [0-9][0-9]:[0-9][0-9]:[0-9][0-9]"
+            ", [0-9]+ us after its instant"));
+    EXPECT_EQ("ringing", member(alarmOutput({ "show", "1", "--json" }), "$.state"));
+}
+
+TEST_F(AlarmAlertTest, DismissedOneShotIsOffAndCancelled)
+{
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(1));
+
+    EXPECT_EQ("alarm 1 dismissed\n", alarmOutput({ "dismiss" }));
+
+    EXPECT_EQ("0 -1 0", store->query("SELECT enable, alarm_mgr_id, count FROM alarm"));
+    EXPECT_THAT(session.alarms(), IsEmpty());
+    EXPECT_EQ(-1, ringing());
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
+TEST_F(AlarmAlertTest, SnoozedAlarmIsRegisteredFiveMinutesLater)
+{
+    alarmOutput({ "add", "--in", "1s" });
+    const time_t due = std::stol(store->query("SELECT stime FROM alarm"));
+    const std::string before = store->query("SELECT alarm_mgr_id FROM alarm");
+    ASSERT_TRUE(waitUntilRinging(1));
+
+    EXPECT_THAT(alarmOutput({ "snooze" }), StartsWith("alarm 1 rings "));
+
+    const auto registered = session.alarms();
+    ASSERT_THAT(registered, SizeIs(1));
+    EXPECT_NE(before, std::to_string(registered[0].id));
+    EXPECT_EQ(due + 5L * 60, registered[0].next);
+    EXPECT_EQ("1 1 " + std::to_string(registered[0].id) + " " + std::to_string(due),
+        store->query("SELECT enable, count, alarm_mgr_id, stime FROM alarm"));
+    EXPECT_EQ("snoozed", member(alarmOutput({ "show", "1", "--json" }), "$.state"));
+    EXPECT_EQ(-1, ringing());
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
+TEST_F(AlarmAlertTest, SnoozedAlarmRingsAgainAndCountsOn)
+{
+    const AlarmDbData alarm = insertDueAlarm(1);
+    ASSERT_TRUE(waitUntilRinging(alarm.id));
+
+    alarmOutput({ "snooze" });
+
+    EXPECT_EQ("2 " + std::to_string(alarm.stime), store->query("SELECT count, stime FROM alarm"));
+    const auto registered = session.alarms();
+    ASSERT_THAT(registered, SizeIs(1));
+    EXPECT_EQ(alarm.stime + 10 * 60, registered[0].next);
+}
+
+TEST_F(AlarmAlertTest, DismissedWeeklyAlarmGoesBackToItsOwnTime)
+{
+    const AlarmDbData alarm = insertDueAlarm(2);
+    ASSERT_TRUE(waitUntilRinging(alarm.id));
+
+    alarmOutput({ "dismiss" });
+
+    const auto registered = session.alarms();
+    ASSERT_THAT(registered, SizeIs(1));
+    EXPECT_EQ(alarm.hour, registered[0].hour);
+    EXPECT_EQ(alarm.min, registered[0].minute);
+    EXPECT_EQ(0, registered[0].second);
+    EXPECT_EQ(127, registered[0].weekFlag);
+    EXPECT_EQ("1 0 " + std::to_string(registered[0].id),
+        store->query("SELECT enable, count, alarm_mgr_id FROM alarm"));
+}
+
+TEST_F(AlarmAlertTest, SnoozesAreLimited)
+{
+    const AlarmDbData alarm = insertDueAlarm(3);
+    ASSERT_TRUE(waitUntilRinging(alarm.id));
+    const std::string version = store->version();
+
+    expectRefused("snooze", "alarm 1 has been snoozed 3 times, which is all it can be");
+
+    EXPECT_EQ(alarm.id, ringing());
+    EXPECT_EQ(version, store->version());
+}
+
+TEST_F(AlarmAlertTest, AlarmThatCannotBeSnoozedGoesOnRinging)
+{
+    alarmOutput({ "add", "--in", "1s", "--snooze", "0" });
+    ASSERT_TRUE(waitUntilRinging(1));
+
+    expectRefused("snooze", "alarm 1 is set so that it cannot be snoozed");
+
+    EXPECT_EQ(1, ringing());
+    EXPECT_TRUE(alertRuns());
+}
+
+TEST_F(AlarmAlertTest, NothingRingsToAnswer)
+{
+    expectRefused("snooze", "nothing is ringing");
+    expectRefused("dismiss", "nothing is ringing");
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
+TEST_F(AlarmAlertTest, NewestOfSeveralIsAnsweredFirst)
+{
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(1));
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(2));
+
+    EXPECT_EQ("alarm 2 dismissed\n", alarmOutput({ "dismiss" }));
+    EXPECT_EQ(1, ringing());
+    EXPECT_EQ("alarm 1 dismissed\n", alarmOutput({ "dismiss" }));
+    EXPECT_EQ(-1, ringing());
+}
+
+TEST_F(AlarmAlertTest, AlarmSwitchedOffWhileRingingIsOver)
+{
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(1));
+
+    alarmOutput({ "off", "1" });
+
+    EXPECT_TRUE(waitUntilRinging(-1));
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
+TEST_F(AlarmAlertTest, RegistrationWithoutARowDoesNotRing)
+{
+    AlarmDbData alarm = insertDueAlarm();
+    AlarmDbModel().removeAlarmData(alarm, false, false, false, false);
+
+    EXPECT_TRUE(waitForLog("no alarm for the registration " + std::to_string(alarm.alarm_mgr_id)));
+    EXPECT_EQ(-1, ringing());
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
+TEST_F(AlarmAlertTest, AlarmMarkedAsOffInTheStoreDoesNotRing)
+{
+    const AlarmDbData alarm = insertDueAlarm();
+    AlarmDbModel().updateAlarmDataStatus(alarm.id, 0, false, false);
+
+    EXPECT_TRUE(waitForLog("alarm 1 is off"));
+    EXPECT_EQ(-1, ringing());
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
+TEST_F(AlarmAlertTest, WatchPrintsEachChange)
+{
+    BackgroundCommand watch({ "alarm", "watch" });
+    const auto waitForLine = [this, &watch](const std::string& line) {
+        return session.waitFor(
+            [&] { return watch.output().find(line + "\n") != std::string::npos; });
+    };
+    ASSERT_TRUE(waitForLine("watching  0 alarms"));
+
+    alarmOutput({ "add", "07:30", "--days", "daily", "--name", "Gym" });
+    EXPECT_TRUE(waitForLine("added     1  07:30  daily  on  Gym"));
+    alarmOutput({ "edit", "1", "--name", "Work" });
+    EXPECT_TRUE(waitForLine("changed   1  07:30  daily  on  Work"));
+    alarmOutput({ "off", "1" });
+    EXPECT_TRUE(waitForLine("changed   1  07:30  daily  off  Work"));
+    alarmOutput({ "remove", "1" });
+    EXPECT_TRUE(waitForLine("removed   1  07:30  daily  off  Work"));
+
+    watch.signal(SIGINT);
+    EXPECT_EQ(0, watch.finish().status);
+}
+
+TEST_F(AlarmAlertTest, WatchPrintsWhatRingsAsJsonLines)
+{
+    BackgroundCommand watch({ "alarm", "watch", "--json" });
+    const auto waitForText = [this, &watch](const std::string& text) {
+        return session.waitFor([&] { return watch.output().find(text) != std::string::npos; });
+    };
+    ASSERT_TRUE(waitForText("{\"event\":\"watching\",\"alarms\":0}\n"));
+    alarmOutput({ "add", "--in", "1s", "--name", "\"now\"" });
+
+    EXPECT_TRUE(waitForText("{\"event\":\"ringing\",\"alarm\":{\"id\":1,"));
+    alarmOutput({ "dismiss" });
+    EXPECT_TRUE(waitForText("{\"event\":\"quiet\",\"alarm\":null}\n"));
+
+    watch.signal(SIGINT);
+    const CommandResult result = watch.finish();
+    EXPECT_EQ("1",
+        store->query("SELECT min(json_valid(value)) FROM"
+                     " json_each('[' || replace(trim(?1, char(10)), char(10), ',') || ']')",
+            result.out));
+}
+
+TEST_F(AlarmAlertTest, ServiceFollowsTheUpcomingAlarm)
+{
+    EXPECT_EQ(0, runCommand({ "hostctl", "launch", "com.velmora.alarm-service" }).status);
+    EXPECT_TRUE(waitForLog("no upcoming alarm"));
+
+    alarmOutput({ "add", "--in", "3h" });
+    EXPECT_TRUE(waitForLog("upcoming alarm 1 at "));
+    alarmOutput({ "add", "--in", "2h" });
+    EXPECT_TRUE(waitForLog("upcoming alarm 2 at "));
+}

@@ -1,0 +1,151 @@
+#include "RingStory.h"
+
+#include <AlarmDbModel.h>
+#include <AlarmManagerModel.h>
+#include <algorithm>
+#include <app_alarm.h>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+std::vector<int> idsOf(const std::vector<HostSession::Alarm>& alarms)
+{
+    std::vector<int> ids;
+    for (const HostSession::Alarm& alarm : alarms)
+        ids.push_back(alarm.id);
+    return ids;
+}
+
+// Registers an application for a time of day, as any application of the watch may.
+int registerApplication(const char* application, time_t instant)
+{
+    app_control_h made = nullptr;
+    app_control_create(&made);
+    const std::unique_ptr<app_control_s, int (*)(app_control_h)> control(made, app_control_destroy);
+    app_control_set_app_id(made, application);
+    tm date = {};
+    localtime_r(&instant, &date);
+    int id = -1;
+    EXPECT_EQ(ALARM_ERROR_NONE, alarm_schedule_with_recurrence_week_flag(made, &date, 0, &id));
+    return id;
+}
+
+} // namespace
+
+// The alarm service under what may happen to it.
+class DaemonTest : public RingStory {
+protected:
+    /// Whatever rings twice has done so when a later alarm has rung.
+    void ringLastOne()
+    {
+        const AlarmDbData last = setAlarm(secondAfter(300));
+        EXPECT_TRUE(waitForRing(last.id));
+    }
+};
+
+TEST_F(DaemonTest, KilledAfterRegistrationItRingsOnce)
+{
+    const int id = addAlarm({ "--in", "2s" });
+    const time_t instant = storedAlarm(id).stime;
+
+    session.killDaemon();
+
+    EXPECT_TRUE(waitForRing(id));
+    EXPECT_GE(time(nullptr), instant);
+    ringLastOne();
+    EXPECT_EQ(1, countRings(id));
+}
+
+TEST_F(DaemonTest, KilledAtTheInstantItRingsOnce)
+{
+    std::vector<int> ids;
+    for (int milliseconds = -15; milliseconds <= 30; milliseconds += 5) {
+        SCOPED_TRACE("killed " + std::to_string(milliseconds) + " ms after the instant");
+        const time_t instant = secondAfter(300);
+        const AlarmDbData alarm = setAlarm(instant);
+        const pid_t daemon = session.daemonPid();
+        ASSERT_NE(0, daemon);
+
+        sleepUntil(instant, milliseconds);
+        ASSERT_EQ(0, kill(daemon, SIGKILL));
+
+        ASSERT_TRUE(waitForNewDaemon(daemon));
+        EXPECT_TRUE(waitForRing(alarm.id));
+        // It answers when it has launched what it found due, so the alert has that before this.
+        (void)session.alarms();
+        dismiss();
+        ids.push_back(alarm.id);
+    }
+    ringLastOne();
+    for (const int id : ids)
+        EXPECT_EQ(1, countRings(id)) << "alarm " << id;
+}
+
+TEST_F(DaemonTest, AlarmOfAnAbsentApplicationIsLoggedAndTheNextRings)
+{
+    const pid_t daemon = session.daemonPid();
+    const time_t instant = secondAfter(300);
+    const int absent = registerApplication("com.velmora.absent", instant);
+
+    EXPECT_TRUE(waitForLog("The alert of alarm " + std::to_string(absent)
+        + " for com.velmora.absent cannot be launched"));
+
+    const AlarmDbData next = setAlarm(secondAfter(300));
+    EXPECT_TRUE(waitForRing(next.id));
+    EXPECT_EQ(daemon, session.daemonPid());
+    const std::vector<int> registered = idsOf(session.alarms());
+    EXPECT_EQ(0, std::count(registered.begin(), registered.end(), absent));
+}
+
+TEST_F(DaemonTest, AlarmFollowsTheZone)
+{
+    session.setZone("Europe/Berlin");
+    const int id = addAlarm({ "07:30", "--days", "daily" });
+
+    for (const char* zone : { "America/New_York", "Asia/Kolkata" }) {
+        SCOPED_TRACE(zone);
+        session.setZone(zone);
+        setenv("TZ", zone, 1);
+        EXPECT_TRUE(session.waitFor([&] {
+            const time_t next = registration(id).value_or(HostSession::Alarm()).next;
+            tm local = {};
+            tzset();
+            localtime_r(&next, &local);
+            return local.tm_hour == 7 && local.tm_min == 30 && local.tm_sec == 0
+                && next > time(nullptr);
+        }));
+    }
+}
+
+TEST_F(DaemonTest, RegistrationsOutliveTheDaemon)
+{
+    for (const char* time : { "07:30", "12:00", "23:15" })
+        addAlarm({ time, "--days", "mon,sat" });
+    const std::vector<HostSession::Alarm> before = session.alarms();
+    const pid_t daemon = session.daemonPid();
+
+    session.killDaemon();
+    ASSERT_TRUE(waitForNewDaemon(daemon));
+
+    const std::vector<HostSession::Alarm> after = session.alarms();
+    EXPECT_EQ(3U, after.size());
+    EXPECT_EQ(idsOf(before), idsOf(after));
+    for (size_t i = 0; i < std::min(before.size(), after.size()); ++i)
+        EXPECT_EQ(before[i].next, after[i].next);
+}
+
+TEST_F(DaemonTest, TwoAlarmsOfOneSecondBothRing)
+{
+    const time_t instant = secondAfter(500);
+    const AlarmDbData first = setAlarm(instant);
+    const AlarmDbData second = setAlarm(instant);
+
+    const auto firstRing = waitForRing(first.id);
+    const auto secondRing = waitForRing(second.id);
+
+    ASSERT_TRUE(firstRing && secondRing);
+    EXPECT_EQ(firstRing->time, secondRing->time);
+    EXPECT_EQ(firstRing->alert, secondRing->alert);
+}
