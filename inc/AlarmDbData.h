@@ -7,8 +7,8 @@
  * memory, in messages to the phone and in backups. A plain value: nothing keeps
  * its fields consistent but the code that fills them.
  *
- * Times are seconds since the epoch unless a field says otherwise. hour and min
- * are local time.
+ * The alert time is in seconds since the epoch, hour and min are local time. The
+ * library gives the other times no unit unless a field says so.
  */
 struct AlarmDbData {
     /** Carried unchanged through store, messages and backups. */

@@ -21,9 +21,11 @@ struct sqlite3_stmt;
  * An object without a usable file still exists: its writes log that and return
  * their failure value, its reads fail as each says.
  *
- * Each object is used from one thread. A file locked by another process makes
- * the single reads, getAllEnabledMobileAlarmList() and the search wait up to
- * 1.5 s; nothing else waits or tries again.
+ * Each object is used from one thread. While another process has the file
+ * locked, each statement of the constructor, of the single reads, of
+ * getAllEnabledMobileAlarmList() and of the search waits up to 1.5 s; nothing
+ * else waits or tries again, and a fresh object's first statement, which reads
+ * the schema, fails at once.
  */
 class AlarmDbModel {
 public:
@@ -140,9 +142,9 @@ public:
     // Existence: false also when the file cannot be read.
 
     /**
-     * Whether an alarm of the phone with this uuid has a row, marked as deleted or
-     * not. The outputs are those of one such row and 0 without one; they are left
-     * alone when the file cannot be read.
+     * Whether a row has this uuid, the phone's or not, marked as deleted or not. The
+     * alarms of the watch have an empty one. The outputs are those of one such row and 0 without
+     * one; they are left alone when the file cannot be read.
      */
     bool hasAlarmData(std::string uuid, int& id, int& alarmMgrId, int& contextMgrId);
 
@@ -173,7 +175,8 @@ public:
     /**
      * Replaces the list by the alarms on the weekdays and between the times of day
      * of two instants (seconds since the epoch), both included, in local time and
-     * in no order. Over a midnight, an alarm at the start minute counts only while
+     * in no order: those switched on, or with includeDisabled all, but none that is
+     * marked as deleted. Over a midnight, an alarm at the start minute counts only while
      * it is snoozing. Weekdays that lie between the two are not covered, and a
      * range whose end has an earlier weekday, Saturday to Sunday apart, is empty.
      */
@@ -214,8 +217,11 @@ private:
 
     int _prepare(const std::string& sql, sqlite3_stmt** stmt);
     int _step(sqlite3_stmt** stmt);
+    void _finalize(sqlite3_stmt* stmt);
     int _prepareAndStep(const std::string& sql, sqlite3_stmt** stmt);
+    int _prepareAndStep(const char* sql, sqlite3_stmt** stmt);
     int _exec(const std::string& sql);
+    int _exec(const char* sql);
     sqlite3_stmt* _createSqliteStmt(const char* format, ...) const;
     char* _createSqliteQuery(const char* format, ...);
     int _tryWithTimeout(const std::function<int()>& action);

@@ -11,8 +11,9 @@ class AlarmManagerModel {
 public:
     /**
      * Schedules the alarm for the next hour:min on a day of repeatWeekly, or, while
-     * it is snoozing, count times snooze_min minutes after stime, and puts the
-     * platform's id into alarm_mgr_id.
+     * it is snoozing, for the hour and minute that are count times snooze_min
+     * minutes after stime (its last digit cleared), and puts the platform's id into
+     * alarm_mgr_id.
      *
      * A phone alarm is left to the phone while that is connected, unless force
      * is set: the result is then true and the id 0, not -1. An alarm of neither

@@ -10,7 +10,8 @@ public:
     static long long getCurrentDeviceMilliSecTime();
 
     /**
-     * Called after an alarm of the phone was changed or removed on the watch.
+     * Called after the store changed an alarm that the phone is to hear of, or
+     * removed one of the phone's.
      * Does nothing.
      */
     static void requestWatchUpdate();

@@ -12,6 +12,7 @@
 #include <ctime>
 #include <sqlite3.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 const char* const kFileName = ".alarm.db";
@@ -132,15 +133,11 @@ bool isOnLaterDay(const LocalTime& end, const LocalTime& start)
 }
 
 // Doubles every quote, so that a text between two of them stays one word of a statement.
-std::string quoted(const std::string& text, char quote)
+std::string quoted(std::string text, char quote)
 {
-    std::string result(1, quote);
-    for (const char c : text) {
-        if (c == quote)
-            result += quote;
-        result += c;
-    }
-    return result + quote;
+    for (size_t at = text.find(quote); at != std::string::npos; at = text.find(quote, at + 2))
+        text.insert(at, 1, quote);
+    return quote + std::move(text) + quote;
 }
 
 std::string exactTimes(const LocalTime& start, const LocalTime& end)
@@ -210,8 +207,10 @@ AlarmDbModel::AlarmDbModel()
 {
     if (!_initAlarmDb()) {
         LOG_CRITICAL("need to create db table");
-        if (!_createAlarmDbTable())
+        if (!_createAlarmDbTable()) {
+            _dbHandler = nullptr; // closed by then
             LOG_CRITICAL("Alarm db init failed");
+        }
     }
     if (!hasPreference(kChangedKey)) {
         LOG_CRITICAL("preference alarm db changed is created");
@@ -316,8 +315,8 @@ void AlarmDbModel::_checkUserVersion()
 int AlarmDbModel::_getUserVersion()
 {
     Statement stmt;
-    _prepareAndStep("PRAGMA user_version", stmt.out());
-    return sqlite3_column_int(stmt.get(), 0);
+    _prepareAndStep("PRAGMA user_version", stmt.inout());
+    return sqlite3_column_int(stmt.get(), 0); // 0 without a statement or a row
 }
 
 void AlarmDbModel::_setUserVersion(unsigned int version)
@@ -348,10 +347,16 @@ int AlarmDbModel::_step(sqlite3_stmt** stmt)
 {
     const int code = _tryWithTimeout([stmt] { return sqlite3_step(*stmt); });
     if (code != SQLITE_ROW && code != SQLITE_DONE) {
-        sqlite3_finalize(*stmt);
+        _finalize(*stmt);
         *stmt = nullptr;
     }
     return code;
+}
+
+void AlarmDbModel::_finalize(sqlite3_stmt* stmt)
+{
+    if (stmt)
+        sqlite3_finalize(stmt);
 }
 
 int AlarmDbModel::_prepareAndStep(const std::string& sql, sqlite3_stmt** stmt)
@@ -362,11 +367,18 @@ int AlarmDbModel::_prepareAndStep(const std::string& sql, sqlite3_stmt** stmt)
     return _step(stmt);
 }
 
+int AlarmDbModel::_prepareAndStep(const char* sql, sqlite3_stmt** stmt)
+{
+    return _prepareAndStep(std::string(sql), stmt);
+}
+
 int AlarmDbModel::_exec(const std::string& sql)
 {
     Statement stmt;
-    return _prepareAndStep(sql, stmt.out());
+    return _prepareAndStep(sql, stmt.inout());
 }
+
+int AlarmDbModel::_exec(const char* sql) { return _exec(std::string(sql)); }
 
 sqlite3_stmt* AlarmDbModel::_createSqliteStmt(const char* format, ...) const
 {
@@ -519,6 +531,8 @@ bool AlarmDbModel::_runChange(const char* sql)
         LOG_CRITICAL("db handler is not initialized");
         return false;
     }
+    if (!sql) // no memory for it
+        return false;
     LOG_CRITICAL("sql = %s", sql);
     Statement stmt;
     if (_prepare(sql, stmt.out()) != SQLITE_OK) {
@@ -644,7 +658,7 @@ bool AlarmDbModel::hasAlarmData(std::string uuid, int& id, int& alarmMgrId, int&
 {
     const Statement stmt(_createSqliteStmt("SELECT COUNT(ROWID), id, alarm_mgr_id, contextMgrId "
                                            "FROM alarm WHERE %s = uuid",
-        quoted(uuid, '\'').c_str()));
+        quoted(std::move(uuid), '\'').c_str()));
     if (!stmt.get()) {
         LOG_CRITICAL("stmt is nullptr");
         return false;
@@ -737,11 +751,9 @@ int AlarmDbModel::getAlarmListWithMultipleParameter(std::vector<AlarmDbData>& li
     if (useTimeRange == 0 && weekFlag != 0 && repeatOnce == 0)
         join(conditions, " (repeat_weekly & " + std::to_string(weekFlag) + ") > 0 ");
     if (!name.empty())
-        join(conditions, " name=" + quoted(name, '"') + " COLLATE NOCASE");
-    if (enableState == 1)
-        join(conditions, " enable = 1");
-    else if (enableState == 2)
-        join(conditions, " enable = 0");
+        join(conditions, " name=" + quoted(std::move(name), '"') + " COLLATE NOCASE");
+    if (enableState == 1 || enableState == 2)
+        join(conditions, enableState == 1 ? " enable = 1" : " enable = 0");
 
     std::string query = "SELECT * FROM alarm";
     if (!conditions.empty())

@@ -6,6 +6,8 @@
 #include "common/Alert.h"
 
 #include <algorithm>
+#include <app_alarm.h>
+#include <ctime>
 #include <dlog.h>
 
 namespace {
@@ -25,7 +27,7 @@ app::Found findRinging(int alarmMgrId, AlarmDbData& alarm)
 
 void logRinging(int id, const timespec& began, time_t instant)
 {
-    const app::WallTime time = app::wallTime(began.tv_sec);
+    const app::WallTime time = app::wallTime(instant);
     const long long late
         = static_cast<long long>(began.tv_sec - instant) * 1000000 + began.tv_nsec / 1000;
     dlog_print(DLOG_INFO, kTag, "ringing alarm %d at %02d:%02d:%02d, %lld us after its instant", id,
@@ -74,6 +76,16 @@ AlarmAlert::~AlarmAlert()
         app::setRingingAlarm(-1);
 }
 
+void AlarmAlert::resume()
+{
+    const int id = app::ringingAlarm();
+    AlarmDbData alarm;
+    if (isRinging() || id < 0 || app::findAlarm(id, alarm) != app::Found::Yes || !alarm.enable)
+        return;
+    dlog_print(DLOG_INFO, kTag, "alarm %d rings on", id);
+    _rings.push_back({ id, alarm.alarm_mgr_id, app::ringingInstant(alarm, time(nullptr)) });
+}
+
 void AlarmAlert::ring(int alarmMgrId, const timespec& began)
 {
     AlarmDbData alarm;
@@ -81,6 +93,9 @@ void AlarmAlert::ring(int alarmMgrId, const timespec& began)
     if (found != app::Found::Yes) {
         dlog_print(DLOG_WARN, kTag, "no alarm for the registration %d: %s", alarmMgrId,
             found == app::Found::No ? "it is gone" : app::storeFault().c_str());
+        // Whoever registered it died before the alarm was stored, or was removed for good.
+        if (found == app::Found::No)
+            (void)alarm_cancel(alarmMgrId);
         return;
     }
     if (!alarm.enable) {
@@ -125,7 +140,10 @@ AlarmAlert::Answer AlarmAlert::dismiss()
     const int id = _rings.back().id;
     AlarmDbData alarm;
     const app::Saved saved = app::changeAlarm(id, finish, alarm);
-    dlog_print(DLOG_INFO, kTag, "alarm %d is dismissed", id);
+    if (saved == app::Saved::Yes)
+        dlog_print(DLOG_INFO, kTag, "alarm %d is dismissed", id);
+    else
+        dlog_print(DLOG_ERROR, kTag, "alarm %d is dismissed, but %s", id, app::textOf(saved));
     _end(id);
     return { id, saved == app::Saved::Yes ? "" : app::textOf(saved) };
 }

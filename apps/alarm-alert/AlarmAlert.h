@@ -27,6 +27,9 @@ public:
 
     bool isRinging() const { return !_rings.empty(); }
 
+    /// Takes over the alarm that an alert before this one left ringing when it was killed.
+    void resume();
+
     /// Lets the alarm ring that the platform has registered as alarmMgrId; began is the time.
     void ring(int alarmMgrId, const timespec& began);
 

@@ -51,7 +51,7 @@ void endWhenQuiet(const AlarmAlert& alert)
 {
     if (alert.isRinging())
         return;
-    // An alert that was killed may have left a ringing alarm there.
+    // An alert that was killed may have left an alarm there that is off or gone now.
     app::setRingingAlarm(-1);
     ui_app_exit();
 }
@@ -71,9 +71,9 @@ void appControlCb(app_control_h request, void* data)
     clock_gettime(CLOCK_REALTIME, &began);
 
     app::makeStore();
-    // Listening begins here: what comes before the alarm shall not keep it from ringing in time.
     (void)preference_set_changed_cb(kChangedKey, storeChangedCb, data);
     AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
+    alert.resume();
     const Text alarm = alarmOf(request);
     const Text operation = operationOf(request);
     if (alarm) {

@@ -39,13 +39,14 @@ class Watch {
 public:
     explicit Watch(bool json)
         : _json(json)
-        , _alarms(readAlarms())
-        , _ringing(app::ringingAlarm())
     {
     }
 
+    /// What comes after this is heard, so the callbacks are there by now.
     void start()
     {
+        _alarms = readAlarms();
+        _ringing = app::ringingAlarm();
         if (_json) {
             printf("{\"event\":\"watching\",\"alarms\":%zu}\n", _alarms.size());
         } else {
@@ -121,7 +122,7 @@ private:
 
     bool _json;
     AlarmsById _alarms;
-    int _ringing;
+    int _ringing = -1;
 };
 
 Eina_Bool endLoop(void*, int, void*)

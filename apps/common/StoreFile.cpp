@@ -8,10 +8,14 @@
 #include <cstdlib>
 #include <memory>
 #include <sqlite3.h>
+#include <unistd.h>
 
 namespace app {
 
 namespace {
+
+const int kSettleTries = 40;
+const useconds_t kSettlePause = 50000;
 
 enum class State { None, Unfinished, Whole };
 
@@ -28,7 +32,8 @@ int look(sqlite3* store, const char* query, bool& found)
     return sqlite3_exec(store, query, noteRow, &found, nullptr);
 }
 
-// What cannot be read, or has alarms, is not taken for unfinished. Table tone is made last.
+// What cannot be read, has alarms or is somebody else's is not taken for unfinished. Table tone is
+// made last.
 State stateOf(const std::string& path)
 {
     sqlite3* opened = nullptr;
@@ -37,12 +42,25 @@ State stateOf(const std::string& path)
     if (code != SQLITE_OK)
         return State::None;
     bool found = false;
-    if (look(opened, "SELECT 1 FROM sqlite_master WHERE name = 'tone'", found) != SQLITE_OK
+    if (look(opened, "SELECT 1 FROM sqlite_master WHERE name NOT IN ('alarm', 'sqlite_sequence')",
+            found)
+            != SQLITE_OK
         || found)
         return State::Whole;
     const int read = look(opened, "SELECT 1 FROM alarm LIMIT 1", found);
     const bool isEmpty = read == SQLITE_ERROR || (read == SQLITE_OK && !found);
     return isEmpty ? State::Unfinished : State::Whole;
+}
+
+// Waits while whoever makes the file may still be at it. A process that is not ours takes no lock.
+State settledStateOf(const std::string& path)
+{
+    State state = stateOf(path);
+    for (int i = 0; state == State::Unfinished && i < kSettleTries; ++i) {
+        usleep(kSettlePause);
+        state = stateOf(path);
+    }
+    return state;
 }
 
 } // namespace
@@ -61,7 +79,7 @@ void makeStore()
     const SaveLock lock;
     if (!lock.isHeld())
         return;
-    const State state = stateOf(path);
+    const State state = settledStateOf(path);
     if (state == State::Whole)
         return;
     if (state == State::Unfinished) {

@@ -1,5 +1,7 @@
 #include "host/common/Bus.h"
+#include "host/common/Log.h"
 #include "host/daemon/AlarmService.h"
+#include "host/daemon/DefaultSettings.h"
 #include "host/daemon/TrayService.h"
 
 #include <cstdio>
@@ -26,6 +28,16 @@ void takeName()
     }
 }
 
+// Alarms ring without settings, too.
+void seedSettingsIfPossible()
+{
+    try {
+        host::seedSettings();
+    } catch (const std::exception& error) {
+        host::logWarning(std::string("The device's settings cannot be written: ") + error.what());
+    }
+}
+
 } // namespace
 
 // What on the watch is a set of system services, for one session.
@@ -34,6 +46,7 @@ int main()
     try {
         host::serveBusOnLoop();
         ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, endCb, nullptr);
+        seedSettingsIfPossible();
         host::AlarmService alarms;
         host::TrayService tray(alarms.schedule());
         // Last, so that whoever sees the name is answered.

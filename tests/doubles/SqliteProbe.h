@@ -23,6 +23,8 @@ public:
 
     void refuseAll();
 
+    sqlite3* connection() const { return _connection; }
+
     /// When above 0, a statement is interrupted once it has given so many rows.
     int interruptAfterRows = 0;
 

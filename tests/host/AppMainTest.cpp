@@ -72,7 +72,7 @@ TEST_F(AppMainTest, ASecondProcessOfAnIdEndsWithAnError)
     launch(kEcho, "first");
     expectRequests(echo, { "first" });
 
-    const CommandResult second = runCommand({ ECHO_PROGRAM });
+    const CommandResult second = runCommand({ "env", "ALARM_HOST_LOG=I", ECHO_PROGRAM });
 
     EXPECT_EQ(1, second.status);
     EXPECT_NE(std::string::npos, second.err.find("E/host("));
@@ -112,7 +112,7 @@ TEST_F(AppMainTest, TheApplicationEndsWithItsBus)
     BackgroundCommand bus({ "dbus-daemon", "--session", "--nofork", "--address=" + address });
     ASSERT_TRUE(waitUntil([&] { return access(place.file("bus").c_str(), F_OK) == 0; }));
     BackgroundCommand application({ "env", "DBUS_SESSION_BUS_ADDRESS=" + address,
-        "ALARM_HOST_RUNTIME=" + place.path(), ECHO_PROGRAM });
+        "ALARM_HOST_RUNTIME=" + place.path(), "ALARM_HOST_LOG=I", ECHO_PROGRAM });
     const std::string log = place.file(std::string(kEcho) + ".log");
     ASSERT_TRUE(waitUntil([&] {
         return runCommand({ "dbus-send", "--bus=" + address, "--print-reply",

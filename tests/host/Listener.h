@@ -69,7 +69,8 @@ inline double pitch(const Samples& samples)
             first = at;
         last = at;
     }
-    return count < 2 ? 0 : (count - 1) * static_cast<double>(kRate) / static_cast<double>(last - first);
+    return count < 2 ? 0
+                     : (count - 1) * static_cast<double>(kRate) / static_cast<double>(last - first);
 }
 
 /// The longest stretch of samples that are softer than level.
@@ -99,7 +100,7 @@ public:
     Listener()
         : _pipe(popen("exec parec -d watch.monitor --raw --format=s16le --rate=44100 --channels=1 "
                       "--latency-msec=10 --process-time-msec=5 2>/dev/null",
-              "r"))
+            "r"))
         , _thread([this] { _listen(); })
     {
         // From its first sample on it misses nothing.
@@ -167,7 +168,7 @@ private:
     }
 
     FILE* const _pipe;
-    std::atomic<bool> _isEnding { false };
+    std::atomic<bool> _isEnding{ false };
     std::mutex _mutex;
     std::condition_variable _more;
     Samples _heard;

@@ -43,8 +43,8 @@ std::vector<std::string> processesWith(const std::string& text)
 
 struct EndCase {
     const char* name;
-    const char* after; ///< what the session's command does then
-    int signal; ///< what the session is sent; 0 = nothing
+    const char* after; ///< what the session's command does then, until it is told to end
+    int signal; ///< what the session is sent; 0 = its command is told to end
     int status;
 };
 
@@ -53,15 +53,16 @@ struct EndCase {
 class SessionEndTest : public testing::TestWithParam<EndCase> {
 protected:
     HostSession session;
-    TempDir folder;
+    TempDir folder; ///< the inner session's
+    TempDir other;
 };
 
 TEST_P(SessionEndTest, NothingIsLeftRunning)
 {
     const EndCase& end = GetParam();
     const std::string mark = "TMPDIR=" + folder.path();
-    BackgroundCommand inner(
-        { "env", mark, "host-session", "sh", "-c", std::string(kBusySession) + end.after });
+    BackgroundCommand inner({ "env", mark, "END=" + other.file("end"), "host-session", "sh", "-c",
+        std::string(kBusySession) + end.after });
     ASSERT_TRUE(
         session.waitFor([&] { return inner.output().find("ringing") != std::string::npos; }, 20));
     // The bus, hostd, its supervisor, the alert, the service and the watching command at least.
@@ -69,6 +70,8 @@ TEST_P(SessionEndTest, NothingIsLeftRunning)
 
     if (end.signal != 0)
         inner.signal(end.signal);
+    else
+        std::ofstream(other.file("end")) << "now";
 
     EXPECT_EQ(end.status, inner.finish().status);
     EXPECT_TRUE(session.waitFor([&] { return processesWith(mark).empty(); }))
@@ -79,7 +82,8 @@ TEST_P(SessionEndTest, NothingIsLeftRunning)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, SessionEndTest,
-    testing::Values(EndCase{ "CommandEnds", "exit 3", 0, 3 },
+    testing::Values(
+        EndCase{ "CommandEnds", R"(until [ -e "$END" ]; do sleep 0.02; done; exit 3)", 0, 3 },
         EndCase{ "Terminated", "exec alarm watch", SIGTERM, 143 },
         EndCase{ "Killed", "exec alarm watch", SIGKILL, 137 }),
     [](const auto& row) { return row.param.name; });

@@ -203,6 +203,25 @@ TEST_F(TimeRangeTest, RangeBackwardsThroughTheWeekIsEmptyWithoutAStatement)
     EXPECT_THAT(criticals(), ElementsAre("stmt is nullptr"));
 }
 
+TEST_F(TimeRangeTest, FridayReachesNoFurtherThanSaturday)
+{
+    insertWeekly(127, 12, 0);
+
+    EXPECT_THAT(idsInRange(at(kSaturday - kDay, 10, 0), at(kSaturday + kDay, 10, 0)), IsEmpty());
+    EXPECT_THAT(probe->statements, IsEmpty());
+}
+
+TEST_F(TimeRangeTest, SaturdayAndSundayAre65AndNoWeekdayIs0)
+{
+    const int weekend = insertWeekly(65, 12, 0);
+    insertWeekly(0, 12, 0);
+
+    EXPECT_THAT(idsInRange(at(kSaturday, 11, 0), at(kSaturday, 13, 0)), ElementsAre(weekend));
+    EXPECT_THAT(
+        idsInRange(at(kSaturday + kDay, 11, 0), at(kSaturday + kDay, 13, 0)), ElementsAre(weekend));
+    EXPECT_THAT(idsInRange(at(kMonday, 11, 0), at(kMonday, 13, 0)), IsEmpty());
+}
+
 TEST_F(TimeRangeTest, SaturdayReachesNoFurtherThanSunday)
 {
     insertWeekly(127, 12, 0);

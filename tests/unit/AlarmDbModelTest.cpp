@@ -365,6 +365,37 @@ TEST_F(AlarmDbModelTest, RefusedToneTableLeavesNoConnection)
     EXPECT_EQ("1", file.value("SELECT COUNT(*) FROM sqlite_master WHERE name = 'alarm'"));
 }
 
+TEST_F(AlarmDbModelTest, TableThatIsNotMadeInTheEndLeavesTheConnectionOpen)
+{
+    file.write(""); // a file that can be opened only anew, so that making the tables meets the lock
+    const ExclusiveLock lock(file.path());
+    AlarmDbModel model;
+
+    EXPECT_EQ(0, model.getNumberOfAlarm());
+    AlarmDbData alarm;
+    EXPECT_TRUE(model.insertAlarmData(alarm, false, false));
+    EXPECT_EQ(0, alarm.id);
+}
+
+TEST_F(AlarmDbModelTest, ChangeIsToldEvenWhenTheFileIsNotClosed)
+{
+    makeFile();
+    SqliteProbe probe;
+    sqlite3_stmt* open = nullptr;
+    {
+        AlarmDbModel model;
+        ASSERT_EQ(
+            SQLITE_OK, sqlite3_prepare_v2(probe.connection(), "SELECT 1", -1, &open, nullptr));
+        model.setNotiFlag(true, true);
+    }
+
+    EXPECT_EQ(1, preferenceDouble().values[".alarmDbChanged"]);
+    EXPECT_EQ(1, preferenceDouble().values[".alarmDbChangedWidget"]);
+    sqlite3* left = sqlite3_db_handle(open);
+    sqlite3_finalize(open);
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(left));
+}
+
 TEST_F(AlarmDbModelTest, MigrationWritesTheVersionThatIsSet)
 {
     const RetryTuning restored;
@@ -551,6 +582,27 @@ TEST_F(BusyStoreTest, InsertLostToTheLockStillAnswersTrueWithTheLastId)
     EXPECT_THAT(clockDouble().sleeps, IsEmpty());
     lock->release();
     EXPECT_EQ("1", file.value("SELECT COUNT(*) FROM alarm"));
+}
+
+TEST_F(BusyStoreTest, FreshObjectThatCannotReadTheSchemaFailsAtOnce)
+{
+    sleepWithoutWaiting();
+    AlarmDbModel fresh;
+    forget();
+    clockDouble().sleeps.clear();
+    AlarmDbData read;
+    std::vector<AlarmDbData> list;
+
+    EXPECT_EQ(-1, fresh.getAlarm(alarm.id, read));
+    fresh.getAllAlarmList(list);
+    EXPECT_TRUE(fresh.insertAlarmData(read, false, false));
+
+    EXPECT_EQ(0, read.id);
+    EXPECT_THAT(list, IsEmpty());
+    EXPECT_THAT(criticals(),
+        ElementsAre(
+            "_createSqliteStmt:: Error(5)", "stmt is nullptr", "_createSqliteStmt:: Error(5)"));
+    EXPECT_THAT(clockDouble().sleeps, IsEmpty());
 }
 
 TEST_F(BusyStoreTest, OpeningReadsTheVersionWithWaitsAndThenTriesToMigrate)

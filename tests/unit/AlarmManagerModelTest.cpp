@@ -279,6 +279,22 @@ TEST_F(AlarmManagerModelTest, UpdatingIsUnregisteringAndRegisteringWithoutForce)
     EXPECT_EQ(700, alarm.alarm_mgr_id);
 }
 
+TEST_F(AlarmManagerModelTest, UpdatingRegistersWhetherOrNotItCouldCancel)
+{
+    alarmDouble().cancelResult = ALARM_ERROR_INVALID_PARAMETER;
+    alarm.alarm_mgr_id = 41;
+
+    EXPECT_TRUE(model.updateAlarmOnServer(alarm));
+    EXPECT_EQ(700, alarm.alarm_mgr_id);
+
+    alarm.alarm_mgr_id = -1;
+    dlogDouble() = {};
+
+    EXPECT_TRUE(model.updateAlarmOnServer(alarm));
+    EXPECT_EQ(701, alarm.alarm_mgr_id);
+    EXPECT_EQ("already canceled alarm", dlogDouble().criticals().front());
+}
+
 TEST_F(AlarmManagerModelTest, UpdatingAPhoneAlarmLeavesItToTheConnectedPhone)
 {
     connectPhone(true);

@@ -102,6 +102,7 @@ inline AlarmDbData phoneAlarm()
 inline std::vector<int> idsOf(const std::vector<AlarmDbData>& list)
 {
     std::vector<int> ids;
+    ids.reserve(list.size());
     for (const AlarmDbData& alarm : list)
         ids.push_back(alarm.id);
     return ids;
