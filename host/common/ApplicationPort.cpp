@@ -5,11 +5,11 @@
 #include "host/common/Session.h"
 
 #include <app_control.h>
-#include <cerrno>
 #include <com.velmora.host.Application-adaptor.h>
 #include <fcntl.h>
 #include <glib.h>
 #include <map>
+#include <random>
 #include <system_error>
 #include <unistd.h>
 
@@ -37,21 +37,13 @@ Entries fromWire(const WireEntries& wire)
     return entries;
 }
 
-// Whether this text has not been seen in this session, by any process. Each leaves a file behind: a
-// store would cost the alert more time than all else that is done for it here.
-bool isFirstDelivery(const std::string& once)
-try {
-    static const std::string folder = runtimePath() + "delivered/";
-    makeDirectory(folder);
+// A file for each text that was handled: a store would cost the alert more time than all else that
+// is done for it here.
+std::string traceOf(const std::string& once)
+{
     const std::unique_ptr<char, void (*)(void*)> name(
         g_compute_checksum_for_string(G_CHECKSUM_SHA256, once.c_str(), -1), g_free);
-    const int file = open((folder + name.get()).c_str(), O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (file >= 0)
-        close(file);
-    // Where nothing can be written, an alert that may come twice is better than none.
-    return file >= 0 || errno != EEXIST;
-} catch (const std::system_error&) {
-    return true;
+    return runtimePath() + "handled/" + name.get();
 }
 
 } // namespace
@@ -68,10 +60,14 @@ public:
 
     ~Object() { unregisterAdaptor(); }
 
+    // Random, so that nobody but the receiver of the request can answer it.
     uint64_t expect(Answer answer)
     {
-        _answers[++_lastTicket] = std::move(answer);
-        return _lastTicket;
+        uint64_t ticket = 0;
+        while (ticket == 0 || _answers.count(ticket) != 0)
+            ticket = std::uniform_int_distribution<uint64_t>()(_random);
+        _answers[ticket] = std::move(answer);
+        return ticket;
     }
 
     void answer(uint64_t ticket, int result, const Entries& entries)
@@ -94,15 +90,13 @@ public:
 
 private:
     void Launch(
-        const WireEntries& request, const std::string& once, const uint64_t& ticket) override
+        sdbus::Result<>&& handled, WireEntries request, std::string once, uint64_t ticket) override
     {
         if (!receiver)
             throw sdbus::Error("org.freedesktop.DBus.Error.Failed", "not an application");
-        if (once.empty() || isFirstDelivery(once))
-            receiver({ fromWire(request), _sender(), ticket });
+        receiver({ fromWire(request), _sender(), ticket, std::move(once), std::move(handled) });
     }
 
-    // Only the process that the request was sent to answers it, so a ticket is proof enough.
     void Reply(const uint64_t& ticket, const int32_t& result, const WireEntries& reply) override
     {
         answer(ticket, result, fromWire(reply));
@@ -116,7 +110,7 @@ private:
 
     std::map<std::string, std::unique_ptr<sdbus::IProxy>> _targets;
     std::map<uint64_t, Answer> _answers;
-    uint64_t _lastTicket = 0;
+    std::random_device _random;
 };
 
 ApplicationPort::ApplicationPort()
@@ -149,7 +143,27 @@ void ApplicationPort::close()
     _isClosed = true;
 }
 
-void ApplicationPort::launch(const std::string& application, const Entries& request, Answer answer)
+bool ApplicationPort::isNew(const Request& request)
+{
+    return request.once.empty() || access(traceOf(request.once).c_str(), F_OK) != 0;
+}
+
+void ApplicationPort::finish(const Request& request)
+try {
+    // Where no trace can be left, an alert that may come twice is better than none.
+    if (!request.once.empty()) {
+        makeDirectory(runtimePath() + "handled/");
+        const int trace = creat(traceOf(request.once).c_str(), 0600);
+        if (trace >= 0)
+            ::close(trace);
+    }
+    request.handled.returnResults();
+} catch (const std::exception& error) {
+    logWarning(std::string("That a request was handled cannot be told: ") + error.what());
+}
+
+void ApplicationPort::launch(
+    const std::string& application, const Entries& request, Answer answer, const std::string& once)
 {
     // The bus answers this one itself, so that two applications that launch each other do not wait
     // for one another. Nor does one wait that launches itself before it has its name.
@@ -166,7 +180,8 @@ void ApplicationPort::launch(const std::string& application, const Entries& requ
     _object->target(application)
         .callMethodAsync("Launch")
         .onInterface(kInterface)
-        .withArguments(toWire(request), std::string(), ticket)
+        .withTimeout(UINT64_MAX) // how long its callback takes is the application's affair
+        .withArguments(toWire(request), once, ticket)
         .uponReplyInvoke([this, application, ticket](const sdbus::Error* error) {
             if (!error)
                 return;

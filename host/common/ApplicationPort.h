@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <sdbus-c++/sdbus-c++.h>
 
 namespace host {
 
@@ -20,6 +21,8 @@ public:
         Entries entries;
         std::string sender; ///< unique bus name
         uint64_t ticket = 0; ///< 0 = no reply wanted
+        std::string once; ///< the same for requests of which one is to be handled; empty = none
+        sdbus::Result<> handled;
     };
     using Receiver = std::function<void(Request request)>;
     using Answer = std::function<void(int result, const Entries& reply)>;
@@ -32,9 +35,17 @@ public:
     /// later ones start the application anew.
     void close();
 
+    /// False when a request with its once text was handled in this session, by any process.
+    static bool isNew(const Request& request);
+
+    /// Tells the sender that the request needs nothing more. Until then it may send it again, to
+    /// the next process when this one dies.
+    static void finish(const Request& request);
+
     /// Starts the application if need be and sends the request; the answer, when one is wanted,
     /// comes once.
-    void launch(const std::string& application, const Entries& request, Answer answer);
+    void launch(const std::string& application, const Entries& request, Answer answer,
+        const std::string& once = {});
 
     void reply(const std::string& sender, uint64_t ticket, int result, const Entries& entries);
 

@@ -14,7 +14,7 @@ const char* const kApplicationPath = "/com/velmora/host/Application";
 
 namespace {
 
-const uint64_t kCallTimeoutMicroseconds = 10 * 1000 * 1000;
+const uint64_t kCallTimeoutMicroseconds = 10'000'000;
 
 // Lives as long as the process: Ecore forgets its handlers by itself when it is shut down.
 class Loop {
@@ -95,6 +95,32 @@ sdbus::IConnection& bus()
         return made;
     }();
     return *connection;
+}
+
+std::string applicationOf(const std::string& connection)
+{
+    const char* const interface = "org.freedesktop.DBus";
+    const auto daemon = sdbus::createProxy(bus(), interface, "/org/freedesktop/DBus");
+    std::vector<std::string> names;
+    daemon->callMethod("ListNames").onInterface(interface).storeResultsTo(names);
+    for (const std::string& name : names) {
+        if (name[0] == ':' || name == interface || name == kDaemonName)
+            continue;
+        try {
+            std::string owner;
+            daemon->callMethod("GetNameOwner")
+                .onInterface(interface)
+                .withArguments(name)
+                .storeResultsTo(owner);
+            if (owner == connection)
+                return name;
+        } catch (const sdbus::Error& error) {
+            // It was given back meanwhile.
+            if (error.getName() != "org.freedesktop.DBus.Error.NameHasNoOwner")
+                throw;
+        }
+    }
+    return "";
 }
 
 void serveBusOnLoop()

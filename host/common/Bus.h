@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sdbus-c++/sdbus-c++.h>
+#include <string>
 
 namespace host {
 
@@ -13,6 +14,10 @@ extern const char* const kApplicationPath; ///< an application's object, at its 
  * process ends. Main thread only.
  */
 sdbus::IConnection& bus();
+
+/// The application that this connection (a unique name) is, by the name that the bus says it owns.
+/// Empty when it is none or has ended. Throws sdbus::Error.
+std::string applicationOf(const std::string& connection);
 
 /// Serves the connection from the Ecore main loop from now on; initialises Ecore; idempotent.
 /// Messages that came during a synchronous call are served before the loop sleeps. When the bus

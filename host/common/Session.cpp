@@ -108,7 +108,7 @@ const std::string& zoneLinkPath()
 std::string zoneId()
 {
     for (const std::string& link : { zoneLinkPath(), std::string("/etc/localtime") }) {
-        const std::string id = zoneIdOfLink(link);
+        std::string id = zoneIdOfLink(link);
         if (!id.empty())
             return id;
     }

@@ -53,12 +53,13 @@ const char* typeName(const SettingValue& value)
 
 void bindValue(SQLite::Statement& statement, int at, const SettingValue& value)
 {
-    if (const auto* number = std::get_if<int>(&value))
+    if (const auto* number = std::get_if<int>(&value)) {
         statement.bind(at, *number);
-    else if (const auto* flag = std::get_if<bool>(&value))
+    } else if (const auto* flag = std::get_if<bool>(&value)) {
         statement.bind(at, *flag ? 1 : 0);
-    else
+    } else {
         statement.bind(at, std::get<std::string>(value));
+    }
 }
 
 SettingValue columnValue(SQLite::Statement& statement, int type, int value)

@@ -15,7 +15,7 @@ namespace {
 const std::int64_t kLatestSeconds = 1800; ///< half an hour: from this age on an alert is missed
 const std::int64_t kFarBackSeconds = 43200; ///< twelve hours
 const std::int64_t kSaveAgainSeconds = 60;
-const int kMostSendings = 4;
+const std::int64_t kLongestPauseSeconds = 60; ///< between two sendings of one alert
 /// The bus bounds how many calls of one connection may be open.
 const std::size_t kMostFlights = 64;
 
@@ -121,11 +121,16 @@ std::optional<std::int64_t> AlarmSchedule::launchDue()
             _recompute(now);
         _passOver(now);
     });
+    const std::optional<std::int64_t> pause = _sendAgain();
     _launch(now);
 
     std::optional<std::int64_t> next = _store.earliestDueAfter(now);
+    const auto wakeBy
+        = [&next](std::int64_t instant) { next = std::min(next.value_or(instant), instant); };
+    if (pause)
+        wakeBy(now + *pause);
     if (!saved)
-        next = std::min(next.value_or(now + kSaveAgainSeconds), now + kSaveAgainSeconds);
+        wakeBy(now + kSaveAgainSeconds);
     return next;
 }
 
@@ -137,21 +142,52 @@ void AlarmSchedule::answered(int id, LaunchResult result, const std::string& det
     Flight& flight = found->second;
     const std::string alert
         = "The alert of alarm " + std::to_string(id) + " for " + flight.launch.application;
-    if (result == LaunchResult::Lost && flight.sent < kMostSendings) {
+    const std::int64_t now = _clock.now();
+    const bool isMissed = result == LaunchResult::Lost && flight.due <= now - kLatestSeconds;
+    if (result == LaunchResult::Lost && !isMissed) {
         logWarning(alert + " was not answered and is sent again: " + detail);
-        ++flight.sent;
-        _launcher(flight.launch);
+        const std::int64_t pause = std::int64_t{ 1 } << std::min(flight.sent - 1, 6);
+        flight.again = _clock.elapsed() + std::min(pause, kLongestPauseSeconds);
         return;
     }
-    if (result == LaunchResult::Lost) {
+    if (isMissed) {
         logError(alert + " was sent " + std::to_string(flight.sent)
             + " times and never answered: " + detail);
     } else if (result == LaunchResult::Refused) {
         logError(alert + " cannot be launched: " + detail);
     }
-    _rung[id] = flight.due;
+    const std::string application = flight.launch.application;
+    const std::int64_t due = flight.due;
+    _rung[id] = due;
     _flights.erase(found);
-    (void)_tryToSave([this] { _rearm(_clock.now()); });
+    (void)_tryToSave([&] {
+        if (isMissed)
+            _report(application, due, now);
+        _rearm(now);
+    });
+}
+
+// Returns how many seconds the next of those has to wait that nobody has answered.
+std::optional<std::int64_t> AlarmSchedule::_sendAgain()
+{
+    const std::int64_t elapsed = _clock.elapsed();
+    std::vector<Launch> ready;
+    std::optional<std::int64_t> pause;
+    for (auto& [id, flight] : _flights) {
+        if (!flight.again)
+            continue;
+        if (*flight.again > elapsed) {
+            pause = std::min(pause.value_or(kLongestPauseSeconds), *flight.again - elapsed);
+            continue;
+        }
+        flight.again.reset();
+        ++flight.sent;
+        ready.push_back(flight.launch);
+    }
+    // A launcher may answer at once, which changes the flights.
+    for (const Launch& launch : ready)
+        _launcher(launch);
+    return pause;
 }
 
 // Writes down what rang: a recurring alarm waits for its next day, another one is gone.
@@ -220,10 +256,7 @@ void AlarmSchedule::_passOver(std::int64_t now)
         return;
     _store.transaction([&] {
         for (Alarm& alarm : missed) {
-            const auto instant = cctz::time_point<cctz::seconds>(cctz::seconds(alarm.due));
-            _store.post({ now,
-                "Missed alarm of " + alarm.application + " at "
-                    + cctz::format("%Y-%m-%d %H:%M", instant, _zone) });
+            _report(alarm.application, alarm.due, now);
             if (alarm.time.weekSet == 0) {
                 _store.remove(alarm.id);
                 continue;
@@ -233,6 +266,14 @@ void AlarmSchedule::_passOver(std::int64_t now)
             _store.updateTimes(alarm);
         }
     });
+}
+
+void AlarmSchedule::_report(const std::string& application, std::int64_t due, std::int64_t now)
+{
+    const auto instant = cctz::time_point<cctz::seconds>(cctz::seconds(due));
+    _store.post({ now,
+        "Missed alarm of " + application + " at "
+            + cctz::format("%Y-%m-%d %H:%M", instant, _zone) });
 }
 
 void AlarmSchedule::_launch(std::int64_t now)
@@ -246,7 +287,7 @@ void AlarmSchedule::_launch(std::int64_t now)
     for (const Alarm& alarm : ready) {
         const std::optional<Entries> request = decodeEntries(alarm.request);
         const auto& [at, added] = _flights.try_emplace(
-            alarm.id, Flight{ launchFor(alarm, request.value_or(Entries())), alarm.due, 1 });
+            alarm.id, Flight{ launchFor(alarm, request.value_or(Entries())), alarm.due, 1, {} });
         if (request) {
             _launcher(at->second.launch);
         } else {

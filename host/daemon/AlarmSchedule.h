@@ -70,13 +70,16 @@ private:
         Launch launch;
         std::int64_t due = 0;
         int sent = 0;
+        std::optional<std::int64_t> again; ///< when to send it again, by Clock::elapsed
     };
 
     void _recompute(std::int64_t now);
     bool _follow(Alarm& alarm, std::int64_t now) const;
     void _rearm(std::int64_t now);
     void _passOver(std::int64_t now);
+    void _report(const std::string& application, std::int64_t due, std::int64_t now);
     void _launch(std::int64_t now);
+    std::optional<std::int64_t> _sendAgain();
     bool _isRinging(int id) const { return _flights.count(id) != 0 || _rung.count(id) != 0; }
     bool _tryToSave(const std::function<void()>& change);
 

@@ -42,6 +42,9 @@ int app_control_destroy(app_control_h app_control);
 int app_control_get_operation(app_control_h app_control, char **operation);
 int app_control_get_extra_data(app_control_h app_control, const char *key, char **value);
 
+/* The application that sent a received request; KEY_NOT_FOUND when no application did. */
+int app_control_get_caller(app_control_h app_control, char **id);
+
 int app_control_set_operation(app_control_h app_control, const char *operation);
 int app_control_set_app_id(app_control_h app_control, const char *app_id);
 int app_control_add_extra_data(app_control_h app_control, const char *key, const char *value);

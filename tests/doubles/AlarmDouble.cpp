@@ -14,8 +14,11 @@ int alarm_schedule_with_recurrence_week_flag(
     AlarmDouble& state = alarmDouble();
     state.scheduled.push_back(
         { app_control ? app_control->applicationId : "", *date, week_flag, *alarm_id });
-    if (state.scheduleResult == ALARM_ERROR_NONE)
+    if (state.scheduleResult == ALARM_ERROR_NONE) {
         *alarm_id = state.nextId++;
+    } else {
+        *alarm_id = state.idOnRefusal.value_or(*alarm_id);
+    }
     return state.scheduleResult;
 }
 

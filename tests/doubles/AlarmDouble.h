@@ -2,6 +2,7 @@
 
 #include <app_alarm.h>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct AlarmDouble {
     };
     int scheduleResult = ALARM_ERROR_NONE;
     int nextId = 1;
+    std::optional<int> idOnRefusal; ///< what a refusal writes to the output
     std::vector<Request> scheduled;
 
     int cancelResult = ALARM_ERROR_NONE;

@@ -36,6 +36,9 @@ int app_control_set_app_id(app_control_h app_control, const char* app_id)
 {
     if (!app_control)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    const int result = appControlDouble().setAppIdResult;
+    if (result != APP_CONTROL_ERROR_NONE)
+        return result;
     app_control->applicationId = app_id ? app_id : "";
     return APP_CONTROL_ERROR_NONE;
 }

@@ -13,6 +13,7 @@ struct app_control_s {
 struct AppControlDouble {
     /// What app_control_create answers; no handle is made when it is not 0.
     int createResult = APP_CONTROL_ERROR_NONE;
+    int setAppIdResult = APP_CONTROL_ERROR_NONE; ///< when it is not 0 the id is not set
     int created = 0;
     std::vector<std::unique_ptr<app_control_s>> alive;
     /// Handles that were destroyed without being alive, NULL too.

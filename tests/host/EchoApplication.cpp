@@ -7,8 +7,13 @@
 // and does what the request's other extras say, in this order:
 //
 //   reply    replies with this text as extra "text"; twice, so that the second is seen to be
-//   nothing launch   sends a request with text "from:<own id>" to this application wait     waits
-//   until this file is there, without serving its main loop exit     ends
+//            nothing
+//   caller   writes "caller <application id or error code>"
+//   launch   sends a request with text "from:<own id>" to this application, with the
+//            same "caller"
+//   wait     waits until this file is there, without serving its main loop
+//   crash    takes this file away and dies, when the file is there
+//   exit     ends
 //
 // When it is created it looks for files in the runtime directory: with "refuse" it does not start,
 // with "exit" it asks to end, with "self" it sends itself a request.
@@ -16,6 +21,7 @@
 #include "host/common/Session.h"
 
 #include <app_control.h>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
@@ -52,6 +58,13 @@ std::string extra(app_control_h request, const char* key)
     return taken(value);
 }
 
+std::string caller(app_control_h request)
+{
+    char* id = nullptr;
+    const int code = app_control_get_caller(request, &id);
+    return code == APP_CONTROL_ERROR_NONE ? taken(id) : std::to_string(code);
+}
+
 std::string operation(app_control_h request)
 {
     char* value = nullptr;
@@ -59,7 +72,7 @@ std::string operation(app_control_h request)
     return taken(value);
 }
 
-void launch(const std::string& application)
+void launch(const std::string& application, const std::string& callerWanted = {})
 {
     app_control_h request = nullptr;
     app_control_create(&request);
@@ -67,6 +80,8 @@ void launch(const std::string& application)
     app_control_set_app_id(request, application.c_str());
     const std::string text = "from:" + host::identity().application;
     app_control_add_extra_data(request, "text", text.c_str());
+    if (!callerWanted.empty())
+        app_control_add_extra_data(request, "caller", callerWanted.c_str());
     const int code = app_control_send_launch_request(request, nullptr, nullptr);
     if (code != APP_CONTROL_ERROR_NONE)
         note("launch failed " + std::to_string(code));
@@ -104,11 +119,16 @@ void requestCb(app_control_h request, void*)
     note("request " + operation(request) + " " + extra(request, "text"));
     if (!extra(request, "reply").empty())
         reply(request, extra(request, "reply"));
+    if (!extra(request, "caller").empty())
+        note("caller " + caller(request));
     if (!extra(request, "launch").empty())
-        launch(extra(request, "launch"));
+        launch(extra(request, "launch"), extra(request, "caller"));
     const std::string gate = extra(request, "wait");
     while (!gate.empty() && access(gate.c_str(), F_OK) != 0)
         usleep(kPause);
+    const std::string bomb = extra(request, "crash");
+    if (!bomb.empty() && unlink(bomb.c_str()) == 0)
+        kill(getpid(), SIGKILL);
     if (!extra(request, "exit").empty())
         service_app_exit();
     note("done " + extra(request, "text"));

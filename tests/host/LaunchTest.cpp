@@ -66,10 +66,13 @@ protected:
     std::string onceText(const std::string& name) const { return name + _round; }
 
     // As another program of the session does, which has no app_control.
-    static void launchOnce(const std::string& text, const std::string& once)
+    static void launchOnce(
+        const std::string& text, const std::string& once, const Extras& extras = {})
     {
-        const std::vector<sdbus::Struct<std::string, std::string>> entries
+        std::vector<sdbus::Struct<std::string, std::string>> entries
             = { { host::kApplicationIdKey, kEcho }, { "text", text } };
+        for (const auto& [key, value] : extras)
+            entries.emplace_back(key, value);
         sdbus::createProxy(host::bus(), kEcho, host::kApplicationPath)
             ->callMethod("Launch")
             .onInterface("com.velmora.host.Application")
@@ -306,6 +309,44 @@ TEST_F(LaunchTest, ANewProcessKnowsWhatWasDeliveredToTheLast)
 
     expectRequests(echo, { "first", "ends", "last" });
     expectLines(echo, "create", 2);
+}
+
+TEST_F(LaunchTest, ARequestThatKilledItsReceiverIsHandledByTheNextProcess)
+{
+    const std::string bomb = makeFile("bomb");
+    EXPECT_THROW(
+        launchOnce("alert", onceText("alarm:9:100:"), { { "crash", bomb } }), sdbus::Error);
+
+    launchOnce("alert", onceText("alarm:9:100:"), { { "crash", bomb } });
+    launchOnce("alert", onceText("alarm:9:100:"), { { "crash", bomb } });
+
+    expectRequests(echo, { "alert", "alert" });
+    expectLines(echo, "done alert");
+    expectLines(echo, "create", 2);
+}
+
+TEST_F(LaunchTest, TheReceiverSeesWhichApplicationSentARequest)
+{
+    launch(kOther, "go", { { "launch", kEcho }, { "caller", "1" } });
+
+    expectLines(echo, std::string("caller ") + kOther);
+}
+
+TEST_F(LaunchTest, AProgramThatIsNoApplicationIsNoCaller)
+{
+    launch(kEcho, "text", { { "caller", "1" } });
+
+    expectLines(echo, "caller " + std::to_string(APP_CONTROL_ERROR_KEY_NOT_FOUND));
+}
+
+TEST_F(LaunchTest, OnlyAReceivedRequestHasACaller)
+{
+    const AppControl request = newRequest();
+    char* id = nullptr;
+    EXPECT_EQ(APP_CONTROL_ERROR_INVALID_PARAMETER, app_control_get_caller(nullptr, &id));
+    EXPECT_EQ(APP_CONTROL_ERROR_INVALID_PARAMETER, app_control_get_caller(request.get(), nullptr));
+    EXPECT_EQ(APP_CONTROL_ERROR_KEY_NOT_FOUND, app_control_get_caller(request.get(), &id));
+    EXPECT_EQ(nullptr, id);
 }
 
 TEST_F(LaunchTest, WhoIsNoApplicationRefusesRequests)

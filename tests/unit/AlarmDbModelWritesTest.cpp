@@ -72,6 +72,7 @@ protected:
         alarm.name = "it's";
         model->insertAlarmData(alarm, false, false);
         probe->refuseAll();
+        updateRequests = 0;
         forget();
     }
 
@@ -86,6 +87,7 @@ protected:
     {
         takeFileAway();
         model = std::make_unique<AlarmDbModel>();
+        updateRequests = 0;
         forget();
     }
     ~WritesWithoutConnectionTest() override
@@ -887,14 +889,44 @@ TEST_F(RefusedWritesTest, RemovalOfTheSyncedAlarmsClosesTheConnection)
     EXPECT_EQ("1", file.value("SELECT COUNT(*) FROM alarm"));
 }
 
-TEST_F(RefusedWritesTest, ChecksAndCountsReportTheStatement)
+TEST_F(RefusedWritesTest, UpdateRequestsAnUpdateOfThePhoneAllTheSame)
 {
-    EXPECT_EQ(-1, model->isDuplicatedAlarmData(alarm, true));
-    EXPECT_EQ(0, model->getNumberOfAlarm());
+    model->updateAlarmData(alarm, false, false, true, false);
 
-    EXPECT_THAT(criticals(),
-        ElementsAre("_createSqliteStmt:: Error(23)", "stmt is nullptr",
-            "_createSqliteStmt:: Error(23)", "stmt is nullptr"));
+    EXPECT_EQ(1, updateRequests);
+}
+
+TEST_F(RefusedWritesTest, RemoveRequestsNoUpdateOfThePhone)
+{
+    model->removeAlarmData(alarm, false, false, true, true);
+
+    EXPECT_EQ(0, updateRequests);
+}
+
+TEST_F(RefusedWritesTest, EachCheckReportsTheStatement)
+{
+    const auto expectReport = [this](int found) {
+        EXPECT_EQ(-1, found);
+        EXPECT_THAT(criticals(), ElementsAre("_createSqliteStmt:: Error(23)", "stmt is nullptr"));
+        forget();
+    };
+
+    expectReport(model->isDuplicatedAlarmData(alarm, true));
+    expectReport(model->isDuplicatedAlarmData(alarm, false));
+    expectReport(model->isDuplicatedAlarmDataWithWatch(alarm));
+    alarm.deviceType = 2;
+    expectReport(model->checkIsDuplicatedAlarmData(alarm));
+}
+
+TEST_F(RefusedWritesTest, EachCountReportsTheStatementAndIsZero)
+{
+    for (const auto count : { &AlarmDbModel::getNumberOfEnabledAlarmList,
+             &AlarmDbModel::getNumberOfUnsyncedAlarm, &AlarmDbModel::getNumberOfWatchAlarm,
+             &AlarmDbModel::getNumberOfAlarm, &AlarmDbModel::getNumberOfMobileAlarm }) {
+        forget();
+        EXPECT_EQ(0, (model.get()->*count)());
+        EXPECT_THAT(criticals(), ElementsAre("_createSqliteStmt:: Error(23)", "stmt is nullptr"));
+    }
 }
 
 TEST_F(WritesWithoutConnectionTest, InsertFails)
@@ -913,12 +945,14 @@ TEST_F(WritesWithoutConnectionTest, UpdateFailsBeforeItTouchesTheRecord)
 
     EXPECT_FALSE(alarm.isNeedToSync);
     EXPECT_EQ(0u, alarm.mobileAlertTime);
+    EXPECT_EQ(0, updateRequests);
     EXPECT_THAT(criticals(), ElementsAre(kNoConnection));
 }
 
 TEST_F(WritesWithoutConnectionTest, RemoveFails)
 {
     EXPECT_FALSE(model->removeAlarmData(alarm, true, true, true, true));
+    EXPECT_EQ(0, updateRequests);
     EXPECT_THAT(criticals(), ElementsAre(kNoConnection));
 }
 

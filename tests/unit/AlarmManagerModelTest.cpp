@@ -212,6 +212,27 @@ TEST_F(AlarmManagerModelTest, RefusalOfThePlatformIsTheOnlyFailure)
             "saved alarm manager id = 0"));
 }
 
+TEST_F(AlarmManagerModelTest, RecordHoldsTheIdThatARefusalLeft)
+{
+    alarmDouble().scheduleResult = ALARM_ERROR_CONNECTION_FAIL;
+    alarmDouble().idOnRefusal = 77;
+
+    EXPECT_FALSE(model.registerAlarmToServer(alarm, false));
+
+    EXPECT_EQ(77, alarm.alarm_mgr_id);
+    EXPECT_EQ("saved alarm manager id = 77", dlogDouble().criticals().back());
+}
+
+TEST_F(AlarmManagerModelTest, AppControlWithoutItsTargetIsPassedOnToThePlatform)
+{
+    appControlDouble().setAppIdResult = APP_CONTROL_ERROR_OUT_OF_MEMORY;
+
+    EXPECT_TRUE(model.registerAlarmToServer(alarm, false));
+
+    EXPECT_EQ("", onlyRequest().applicationId);
+    EXPECT_THAT(appControlDouble().alive, IsEmpty());
+}
+
 TEST_F(AlarmManagerModelTest, FailedAppControlIsPassedOnToThePlatform)
 {
     appControlDouble().createResult = APP_CONTROL_ERROR_OUT_OF_MEMORY;

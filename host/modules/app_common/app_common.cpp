@@ -17,7 +17,7 @@ static char* packagePath(const char* area, const char* folder, bool make)
         const std::string path = host::homePath() + area + package + folder;
         if (make)
             host::makeDirectory(path);
-        else if (!std::filesystem::is_directory(path))
+        if (!std::filesystem::is_directory(path))
             return nullptr;
         return strdup(path.c_str());
     } catch (const std::exception&) {

@@ -1,6 +1,7 @@
 #include "app_control.h"
 
 #include "host/common/ApplicationPort.h"
+#include "host/common/Bus.h"
 #include "host/common/Handles.h"
 #include "host/common/Log.h"
 
@@ -110,6 +111,26 @@ extern "C" int app_control_get_operation(app_control_h app_control, char** opera
 extern "C" int app_control_get_extra_data(app_control_h app_control, const char* key, char** value)
 {
     return copyEntry(app_control, key, value);
+}
+
+extern "C" int app_control_get_caller(app_control_h app_control, char** id)
+{
+    if (!app_control || !id)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    if (app_control->sender.empty())
+        return APP_CONTROL_ERROR_KEY_NOT_FOUND;
+    try {
+        const std::string caller = host::applicationOf(app_control->sender);
+        if (caller.empty())
+            return APP_CONTROL_ERROR_KEY_NOT_FOUND;
+        char* copy = strdup(caller.c_str());
+        if (!copy)
+            return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+        *id = copy;
+        return APP_CONTROL_ERROR_NONE;
+    } catch (const sdbus::Error&) {
+        return APP_CONTROL_ERROR_IO_ERROR;
+    }
 }
 
 extern "C" int app_control_set_operation(app_control_h app_control, const char* operation)

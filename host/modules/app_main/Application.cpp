@@ -75,10 +75,12 @@ void Application::_close()
     try {
         ApplicationPort::instance().close();
         for (const ApplicationPort::Request& request : _waiting) {
-            ApplicationPort::instance().launch(application, request.entries, nullptr);
-            if (request.ticket != 0)
+            ApplicationPort::instance().launch(application, request.entries, nullptr, request.once);
+            if (request.ticket != 0) {
                 ApplicationPort::instance().reply(
                     request.sender, request.ticket, APP_CONTROL_RESULT_CANCELED, {});
+            }
+            request.handled.returnResults();
         }
     } catch (const sdbus::Error& error) {
         host::logInfo(application + " ends without its bus: " + error.getMessage());
@@ -102,11 +104,14 @@ void Application::_deliver()
     if (!_waiting.empty())
         _job = ecore_job_add(_deliverCb, this);
 
-    app_control_s received;
-    received.data.entries = std::move(request.entries);
-    received.sender = std::move(request.sender);
-    received.ticket = request.ticket;
-    _callbacks.appControl(&received);
+    if (ApplicationPort::isNew(request)) {
+        app_control_s received;
+        received.data.entries = std::move(request.entries);
+        received.sender = std::move(request.sender);
+        received.ticket = request.ticket;
+        _callbacks.appControl(&received);
+    }
+    ApplicationPort::finish(request);
 }
 
 void Application::_deliverCb(void* data)

@@ -29,12 +29,13 @@ public:
 
     void set(const std::string& key, Watch watch)
     {
-        if (!_watch)
+        if (!_watch) {
             _watch = SettingsStore::session().watch(
                 [this](const std::string& store, const std::string& changed) {
                     if (store == host::identity().package)
                         _call(changed);
                 });
+        }
         _callbacks[key] = watch;
     }
 

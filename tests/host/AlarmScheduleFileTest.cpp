@@ -1,0 +1,139 @@
+#include "AlarmScheduleFixture.h"
+
+#include <csignal>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using testing::HasSubstr;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
+namespace {
+
+class AlarmScheduleFileTest : public AlarmScheduleFixture {};
+
+TEST_F(AlarmScheduleFileTest, MovesADamagedFileAsideAndStartsEmpty)
+{
+    const int lost = ringAt(7, 30, 0);
+    close();
+    std::ofstream(path(), std::ios::trunc) << std::string(20000, 'x');
+
+    open();
+
+    EXPECT_TRUE(schedule().list().empty());
+    EXPECT_EQ(20000u, fs::file_size(path() + ".damaged-1"));
+    ASSERT_EQ(1u, logLines.size());
+    EXPECT_THAT(logLines[0], StartsWith("The registered alarms are lost: " + path()));
+    EXPECT_GT(ringAt(7, 30, 0), lost);
+}
+
+TEST_F(AlarmScheduleFileTest, FindsDamageInsideTheFile)
+{
+    for (int minute = 0; minute < 60; ++minute)
+        ringAt(7, minute, 0);
+    close();
+    {
+        std::fstream file(path(), std::ios::in | std::ios::out);
+        file.seekp(static_cast<std::streamoff>(fs::file_size(path())) - 4096);
+        file << std::string(4096, 'x');
+    }
+
+    open();
+
+    EXPECT_TRUE(schedule().list().empty());
+    EXPECT_TRUE(fs::exists(path() + ".damaged-1"));
+}
+
+TEST_F(AlarmScheduleFileTest, KeepsEveryDamagedFile)
+{
+    for (const char* junk : { "first", "second" }) {
+        close();
+        std::ofstream(path(), std::ios::trunc) << junk;
+        open();
+        ringAt(7, 30, 0);
+    }
+
+    EXPECT_EQ(5u, fs::file_size(path() + ".damaged-1"));
+    EXPECT_EQ(6u, fs::file_size(path() + ".damaged-2"));
+    EXPECT_EQ(1u, schedule().list().size());
+}
+
+// Lets no file grow while it exists, as on a full disk.
+class NoFileGrows {
+public:
+    explicit NoFileGrows(const std::string& file)
+    {
+        _handler = std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &_before);
+        rlimit full = _before;
+        full.rlim_cur = fs::file_size(file);
+        EXPECT_EQ(0, setrlimit(RLIMIT_FSIZE, &full));
+    }
+    ~NoFileGrows()
+    {
+        setrlimit(RLIMIT_FSIZE, &_before);
+        std::signal(SIGXFSZ, _handler);
+    }
+
+private:
+    rlimit _before = {};
+    void (*_handler)(int) = nullptr;
+};
+
+TEST_F(AlarmScheduleFileTest, AFullDiskRefusesARegistrationAndKeepsTheOthers)
+{
+    ringAt(7, 30, 0);
+    {
+        const NoFileGrows full(path() + "-wal");
+        EXPECT_THROW(ringAt(8, 0, 0), SQLite::Exception);
+        EXPECT_EQ(1u, schedule().list().size());
+    }
+    open();
+    EXPECT_EQ(1u, schedule().list().size());
+    EXPECT_GT(ringAt(8, 0, 0), 1);
+}
+
+TEST_F(AlarmScheduleFileTest, RingsOnceOnAFullDiskAndWritesItDownLater)
+{
+    ringAt(7, 30, kEveryDay);
+    ringAt(7, 40, 0);
+    passUntil("2026-11-21 07:30:00");
+    {
+        const NoFileGrows full(path() + "-wal");
+        runDue();
+        EXPECT_EQ(1, deliverAll());
+        EXPECT_EQ(clock + 60, next); // when it tries to write again
+        passUntil("2026-11-21 07:40:00");
+        runDue();
+        EXPECT_EQ(1, deliverAll());
+        pass(60);
+        runDue();
+        EXPECT_TRUE(launches.empty());
+    }
+    runDue();
+
+    EXPECT_TRUE(launches.empty());
+    EXPECT_EQ(at("2026-11-22 07:30:00"), next);
+    EXPECT_EQ(1u, schedule().list().size());
+}
+
+TEST_F(AlarmScheduleFileTest, ARequestThatCannotBeReadIsLoggedAndPassed)
+{
+    ringAt(7, 30, 0);
+    {
+        SQLite::Database file(path(), SQLite::OPEN_READWRITE, 1000);
+        file.exec("UPDATE alarms SET request = 'nonsense'");
+    }
+    passUntil("2026-11-21 07:30:00");
+    runDue();
+
+    EXPECT_TRUE(launches.empty());
+    EXPECT_TRUE(schedule().list().empty());
+    ASSERT_EQ(1u, logLines.size());
+    EXPECT_THAT(logLines[0], HasSubstr("its request on disk cannot be read"));
+}
+
+} // namespace
