@@ -1,8 +1,8 @@
 #include "host/common/ApplicationPort.h"
 
-#include "host/common/Bus.h"
 #include "host/common/Log.h"
 #include "host/common/Session.h"
+#include "host/common/Wire.h"
 
 #include <app_control.h>
 #include <com.velmora.host.Application-adaptor.h>
@@ -18,24 +18,6 @@ namespace host {
 namespace {
 
 const char* const kInterface = "com.velmora.host.Application";
-
-using WireEntries = std::vector<sdbus::Struct<std::string, std::string>>;
-
-WireEntries toWire(const Entries& entries)
-{
-    WireEntries wire;
-    for (const auto& [key, value] : entries)
-        wire.emplace_back(key, value);
-    return wire;
-}
-
-Entries fromWire(const WireEntries& wire)
-{
-    Entries entries;
-    for (const auto& entry : wire)
-        entries.emplace_back(entry.get<0>(), entry.get<1>());
-    return entries;
-}
 
 // A file for each text that was handled: a store would cost the alert more time than all else that
 // is done for it here.

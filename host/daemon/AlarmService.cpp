@@ -92,12 +92,9 @@ int32_t AlarmService::Schedule(const std::string& package, const WireEntries& re
     const Triple& date, const Triple& time, const int32_t& weekFlag)
 {
     const int id = answering([&] {
-        Entries entries;
-        for (const auto& entry : request)
-            entries.emplace_back(entry.get<0>(), entry.get<1>());
         const AlarmTime alarm{ time.get<0>(), time.get<1>(), time.get<2>(), weekFlag,
             toDay(date.get<0>(), date.get<1>(), date.get<2>()) };
-        return _schedule.schedule(package, entries, alarm);
+        return _schedule.schedule(package, fromWire(request), alarm);
     });
     _update();
     return id;
@@ -128,9 +125,6 @@ std::vector<AlarmService::WireAlarm> AlarmService::List()
 
 void AlarmService::_launch(const Launch& launch)
 {
-    WireEntries request;
-    for (const auto& [key, value] : launch.request)
-        request.emplace_back(key, value);
     try {
         // Kept, because a proxy ends its pending calls with itself.
         auto& target = _targets[launch.application];
@@ -138,7 +132,7 @@ void AlarmService::_launch(const Launch& launch)
             target = sdbus::createProxy(bus(), launch.application, kApplicationPath);
         target->callMethodAsync("Launch")
             .onInterface("com.velmora.host.Application")
-            .withArguments(request, launch.once, std::uint64_t{ 0 })
+            .withArguments(toWire(launch.request), launch.once, std::uint64_t{ 0 })
             .uponReplyInvoke([this, id = launch.id](const sdbus::Error* error) {
                 _answered(id, error);
                 _update();

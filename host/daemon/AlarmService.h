@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/common/Bus.h"
+#include "host/common/Wire.h"
 #include "host/daemon/AlarmSchedule.h"
 #include "host/daemon/ClockWatch.h"
 
@@ -25,7 +25,6 @@ public:
     AlarmSchedule& schedule() { return _schedule; }
 
 private:
-    using WireEntries = std::vector<sdbus::Struct<std::string, std::string>>;
     using Triple = sdbus::Struct<int32_t, int32_t, int32_t>;
     using WireAlarm = sdbus::Struct<int32_t, std::string, std::string, int64_t, Triple, int32_t>;
 

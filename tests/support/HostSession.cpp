@@ -2,6 +2,7 @@
 
 #include "host/common/Bus.h"
 #include "host/common/Session.h"
+#include "host/common/Wire.h"
 
 #include <chrono>
 #include <com.velmora.host.Alarm-proxy.h>
@@ -22,17 +23,6 @@ namespace {
 
 const char* const kBusName = "org.freedesktop.DBus";
 const double kLookAgainSeconds = 0.01;
-
-template <typename Interface>
-class DaemonProxy : public sdbus::ProxyInterfaces<Interface> {
-public:
-    DaemonProxy()
-        : sdbus::ProxyInterfaces<Interface>(host::bus(), host::kDaemonName, host::kDaemonPath)
-    {
-        this->registerProxy();
-    }
-    ~DaemonProxy() { this->unregisterProxy(); }
-};
 
 // Calls the bus itself.
 template <typename Result, typename... Arguments>
@@ -93,7 +83,7 @@ void HostSession::setZone(const std::string& id)
 std::vector<HostSession::Alarm> HostSession::alarms()
 {
     std::vector<Alarm> alarms;
-    for (const auto& alarm : DaemonProxy<com::velmora::host::Alarm_proxy>().List()) {
+    for (const auto& alarm : host::DaemonProxy<com::velmora::host::Alarm_proxy>().List()) {
         const auto& time = alarm.get<4>();
         alarms.push_back({ alarm.get<0>(), alarm.get<1>(), alarm.get<2>(), alarm.get<3>(),
             time.get<0>(), time.get<1>(), time.get<2>(), alarm.get<5>() });
@@ -104,7 +94,7 @@ std::vector<HostSession::Alarm> HostSession::alarms()
 std::vector<HostSession::TrayEntry> HostSession::tray()
 {
     std::vector<TrayEntry> entries;
-    for (const auto& entry : DaemonProxy<com::velmora::host::Tray_proxy>().List())
+    for (const auto& entry : host::DaemonProxy<com::velmora::host::Tray_proxy>().List())
         entries.push_back({ entry.get<0>(), entry.get<1>() });
     return entries;
 }

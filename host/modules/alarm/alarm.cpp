@@ -1,8 +1,8 @@
 #include "app_alarm.h"
-#include "host/common/Bus.h"
 #include "host/common/Handles.h"
 #include "host/common/Log.h"
 #include "host/common/Session.h"
+#include "host/common/Wire.h"
 
 #include <com.velmora.host.Alarm-proxy.h>
 
@@ -13,15 +13,7 @@ const int kFirstYear = 1900;
 const int kLastYear = 9999;
 const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
 
-class AlarmProxy : public sdbus::ProxyInterfaces<com::velmora::host::Alarm_proxy> {
-public:
-    AlarmProxy()
-        : ProxyInterfaces(host::bus(), host::kDaemonName, host::kDaemonPath)
-    {
-        registerProxy();
-    }
-    ~AlarmProxy() { unregisterProxy(); }
-};
+using AlarmProxy = host::DaemonProxy<com::velmora::host::Alarm_proxy>;
 
 bool isIn(int value, int low, int high) { return value >= low && value <= high; }
 
@@ -83,14 +75,11 @@ extern "C" int alarm_schedule_with_recurrence_week_flag(
     if (const int wrong = checkTime(*date))
         return wrong;
 
-    std::vector<sdbus::Struct<std::string, std::string>> request;
-    for (const auto& [key, value] : entries)
-        request.emplace_back(key, value);
     sdbus::Struct<int32_t, int32_t, int32_t> day{ 0, 0, 0 };
     if (!hasNoDate(*date))
         day = { date->tm_year + 1900, date->tm_mon + 1, date->tm_mday };
     return askService([&](AlarmProxy& service) {
-        *alarm_id = service.Schedule(host::identity().package, request, day,
+        *alarm_id = service.Schedule(host::identity().package, host::toWire(entries), day,
             { date->tm_hour, date->tm_min, date->tm_sec }, week_flag);
     });
 }
