@@ -4,6 +4,7 @@
 #include "common/AlarmSave.h"
 #include "common/AlarmTime.h"
 #include "common/Alert.h"
+#include "common/StoreFile.h"
 
 #include <algorithm>
 #include <app_alarm.h>
@@ -48,7 +49,7 @@ std::string refusal(const AlarmDbData& alarm)
 
 // The next snooze begins in the minute in which it is asked for, so that it is as long when the
 // user was slow. The registration tells a time of day, so a time that comes twice is passed over.
-void takeSnooze(AlarmDbData& alarm, time_t instant, time_t now)
+bool takeSnooze(AlarmDbData& alarm, time_t instant, time_t now)
 {
     const time_t minute = 60;
     const time_t late = std::max<time_t>(now - instant, 0) / minute * minute;
@@ -56,16 +57,18 @@ void takeSnooze(AlarmDbData& alarm, time_t instant, time_t now)
     ++alarm.count;
     while (!app::isNamedByWallTime(app::dueInstant(alarm)))
         alarm.stime += minute;
+    return true;
 }
 
-void finish(AlarmDbData& alarm, time_t now)
+bool finish(AlarmDbData& alarm, time_t now)
 {
-    if (!alarm.repeat_once) {
+    if (alarm.repeat_once) {
+        alarm.enable = 0;
+        alarm.count = 0;
+    } else {
         app::setNextRing(alarm, now);
-        return;
     }
-    alarm.enable = 0;
-    alarm.count = 0;
+    return true;
 }
 
 } // namespace
@@ -124,7 +127,8 @@ AlarmAlert::Answer AlarmAlert::snooze()
     }
     const app::Saved saved = app::changeAlarm(
         ring.id,
-        [&ring](AlarmDbData& snoozed, time_t now) { takeSnooze(snoozed, ring.instant, now); },
+        [&ring](
+            AlarmDbData& snoozed, time_t now) { return takeSnooze(snoozed, ring.instant, now); },
         alarm);
     if (saved != app::Saved::Yes)
         return { ring.id, app::textOf(saved) };
@@ -140,10 +144,11 @@ AlarmAlert::Answer AlarmAlert::dismiss()
     const int id = _rings.back().id;
     AlarmDbData alarm;
     const app::Saved saved = app::changeAlarm(id, finish, alarm);
-    if (saved == app::Saved::Yes)
+    if (saved == app::Saved::Yes) {
         dlog_print(DLOG_INFO, kTag, "alarm %d is dismissed", id);
-    else
+    } else {
         dlog_print(DLOG_ERROR, kTag, "alarm %d is dismissed, but %s", id, app::textOf(saved));
+    }
     _end(id);
     return { id, saved == app::Saved::Yes ? "" : app::textOf(saved) };
 }

@@ -1,5 +1,4 @@
 #include "AlarmAlert.h"
-#include "common/AlarmSave.h"
 #include "common/Alert.h"
 #include "common/StoreFile.h"
 

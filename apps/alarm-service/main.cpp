@@ -1,6 +1,5 @@
 // The background service: follows the alarms and knows which one rings next.
 #include "common/AlarmList.h"
-#include "common/AlarmSave.h"
 #include "common/AlarmTime.h"
 #include "common/StoreFile.h"
 
@@ -11,7 +10,7 @@
 namespace {
 
 const char* const kTag = "alarm-service";
-const char* const kChangedKey = ".alarmDbChanged";
+const char* const kChangedKeys[] = { ".alarmDbChanged", ".alarmDbChangedWidget" };
 
 std::string describe(const std::optional<AlarmDbData>& alarm, time_t now)
 {
@@ -50,13 +49,19 @@ void changedCb(const char*, void* data) { static_cast<Upcoming*>(data)->follow()
 bool createCb(void* data)
 {
     app::makeStore();
-    if (preference_set_changed_cb(kChangedKey, changedCb, data) != PREFERENCE_ERROR_NONE)
-        dlog_print(DLOG_WARN, kTag, "the changes of alarms cannot be heard");
+    for (const char* key : kChangedKeys) {
+        if (preference_set_changed_cb(key, changedCb, data) != PREFERENCE_ERROR_NONE)
+            dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
+    }
     static_cast<Upcoming*>(data)->follow();
     return true;
 }
 
-void terminateCb(void*) { (void)preference_unset_changed_cb(kChangedKey); }
+void terminateCb(void*)
+{
+    for (const char* key : kChangedKeys)
+        (void)preference_unset_changed_cb(key);
+}
 
 } // namespace
 

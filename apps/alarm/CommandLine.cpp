@@ -1,32 +1,13 @@
 #include "CommandLine.h"
 
+#include "Commands.h"
 #include "Failure.h"
 #include "Text.h"
 
 #include <algorithm>
-#include <functional>
+#include <iterator>
 
 namespace {
-
-struct Command {
-    const char* name;
-    bool takesId;
-    bool takesAlarm; ///< a time and the options of an alarm
-};
-
-const Command kCommands[] = {
-    { "add", false, true },
-    { "list", false, false },
-    { "show", true, false },
-    { "edit", true, true },
-    { "on", true, false },
-    { "off", true, false },
-    { "remove", true, false },
-    { "next", false, false },
-    { "snooze", false, false },
-    { "dismiss", false, false },
-    { "watch", false, false },
-};
 
 struct Option {
     const char* name;
@@ -62,25 +43,6 @@ const Option kOptions[] = {
         } },
 };
 
-std::string shown(const std::string& word)
-{
-    const size_t columns = 40;
-    return "\"" + cutToWidth(printable(word), columns) + "\"";
-}
-
-const Command& findCommand(const std::string& name)
-{
-    const auto* found = std::find_if(std::begin(kCommands), std::end(kCommands),
-        [&name](const Command& command) { return name == command.name; });
-    if (found != std::end(kCommands))
-        return *found;
-    std::string all;
-    for (const Command& command : kCommands)
-        all += std::string(all.empty() ? "" : ", ") + command.name;
-    throw badInput(
-        (name.empty() ? "no command" : "unknown command " + shown(name)) + "; commands are " + all);
-}
-
 const Option* findOption(const std::string& name)
 {
     const auto* found = std::find_if(std::begin(kOptions), std::end(kOptions),
@@ -113,7 +75,7 @@ public:
         if (words.empty() && _line.help)
             return _line;
         const Command& command = findCommand(words.empty() ? "" : words[0]);
-        _line.command = command.name;
+        _line.command = &command;
         if (!_line.help)
             _takeWords(command, { words.begin() + 1, words.end() });
         return _line;
@@ -137,7 +99,7 @@ private:
         } else if (argument == "--help" || argument == "-h") {
             _line.help = true;
         } else {
-            throw badInput("unknown option " + shown(argument) + "; alarm --help shows them all");
+            throw badInput("unknown option " + quoted(argument) + "; alarm --help shows them all");
         }
     }
 
@@ -167,8 +129,8 @@ private:
             words.erase(words.begin());
         }
         if (!words.empty()) {
-            throw badInput("there is no use for " + shown(words.front()) + "; alarm " + command.name
-                + " --help shows how it goes");
+            throw badInput("there is no use for " + quoted(words.front()) + "; alarm "
+                + command.name + " --help shows how it goes");
         }
         if (command.takesAlarm)
             _checkAlarm(command);

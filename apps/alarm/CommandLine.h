@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+struct Command;
+
 /// What add and edit are told about an alarm.
 struct AlarmOptions {
     std::optional<ClockTime> time;
@@ -21,7 +23,7 @@ struct AlarmOptions {
 };
 
 struct CommandLine {
-    std::string command; ///< empty: only help is asked for
+    const Command* command = nullptr; ///< none: only help is asked for
     std::optional<int> id;
     AlarmOptions alarm;
     bool json = false;

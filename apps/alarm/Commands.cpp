@@ -9,10 +9,10 @@
 #include "common/StoreFile.h"
 #include "Failure.h"
 #include "Presentation.h"
+#include "Text.h"
 #include "Watch.h"
 
 #include <cstdio>
-#include <map>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -51,7 +51,10 @@ void check(app::Saved result, int id)
 AlarmDbData storedAlarm(int id)
 {
     AlarmDbData alarm;
-    if (app::findAlarm(id, alarm) != app::Found::Yes)
+    const app::Found found = app::findAlarm(id, alarm);
+    if (found == app::Found::Unreadable)
+        throw Failure(Failure::kFailed, app::textOf(app::Saved::Unreadable));
+    if (found == app::Found::No)
         throw noSuchAlarm(id);
     return alarm;
 }
@@ -81,7 +84,8 @@ void checkRingIn(const std::optional<int>& seconds)
         + " comes twice, and an alarm rings the first time only");
 }
 
-void apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
+// Whether that sets when the alarm rings.
+bool apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
 {
     alarm.name = options.name.value_or(alarm.name);
     alarm.tone = options.tone.value_or(alarm.tone);
@@ -101,9 +105,12 @@ void apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
     }
     if (options.inSeconds) {
         setRingIn(alarm, now + *options.inSeconds);
-    } else if (options.time || options.days || !alarm.enable || app::dueInstant(alarm) <= now) {
+    } else if (options.time || options.days || options.off) {
         app::setNextRing(alarm, now);
+    } else {
+        return false;
     }
+    return true;
 }
 
 void add(const CommandLine& line)
@@ -112,8 +119,8 @@ void add(const CommandLine& line)
     AlarmDbData alarm;
     alarm.enable = 1;
     alarm.volume = kVolumeOfNewAlarm;
-    check(app::addAlarm(
-              alarm, [&line](AlarmDbData& made, time_t now) { apply(line.alarm, made, now); }),
+    check(app::addAlarm(alarm,
+              [&line](AlarmDbData& made, time_t now) { return apply(line.alarm, made, now); }),
         alarm.id);
     printResult(line, alarm, alarmForecast(alarm, time(nullptr)));
 }
@@ -128,24 +135,21 @@ void change(const CommandLine& line, const app::Edit& edit)
 void edit(const CommandLine& line)
 {
     checkRingIn(line.alarm.inSeconds);
-    change(line, [&line](AlarmDbData& alarm, time_t now) { apply(line.alarm, alarm, now); });
+    change(line, [&line](AlarmDbData& alarm, time_t now) { return apply(line.alarm, alarm, now); });
 }
 
-void switchOn(const CommandLine& line)
+void switchTo(int enable, const CommandLine& line)
 {
-    change(line, [](AlarmDbData& alarm, time_t now) {
-        alarm.enable = 1;
+    change(line, [enable](AlarmDbData& alarm, time_t now) {
+        alarm.enable = enable;
         app::setNextRing(alarm, now);
+        return true;
     });
 }
 
-void switchOff(const CommandLine& line)
-{
-    change(line, [](AlarmDbData& alarm, time_t now) {
-        alarm.enable = 0;
-        app::setNextRing(alarm, now);
-    });
-}
+void switchOn(const CommandLine& line) { switchTo(1, line); }
+
+void switchOff(const CommandLine& line) { switchTo(0, line); }
 
 void remove(const CommandLine& line)
 {
@@ -193,7 +197,48 @@ void dismiss(const CommandLine& line)
 
 void watch(const CommandLine& line) { watchAlarms(line.json); }
 
+const Command kCommands[] = {
+    { "add", false, true, add, "alarm add TIME|--in TIME [OPTION...]: a new alarm\n" },
+    { "list", false, false, list,
+        "alarm list [--json]: all alarms by time of day, in a table that cuts long names, or as a\n"
+        "JSON array\n" },
+    { "show", true, false, show, "alarm show ID [--json]: everything about an alarm\n" },
+    { "edit", true, true, edit,
+        "alarm edit ID [TIME] [OPTION...]: changes what is given, and registers the alarm\n"
+        "anew when that is its time or days and it is on; alarm on switches it on\n" },
+    { "on", true, false, switchOn,
+        "alarm on ID [--json]: switches an alarm on; it is registered anew\n" },
+    { "off", true, false, switchOff,
+        "alarm off ID [--json]: switches an alarm off; it stays in the list\n" },
+    { "remove", true, false, remove,
+        "alarm remove ID [--json]: deletes an alarm and prints it a last time\n" },
+    { "next", false, false, next,
+        "alarm next [--json]: the alarm that rings next; null when none is on\n" },
+    { "snooze", false, false, snooze,
+        "alarm snooze [--json]: the ringing alarm rings again in 5 minutes; exit status 1 when\n"
+        "nothing rings or it cannot be snoozed (again)\n" },
+    { "dismiss", false, false, dismiss,
+        "alarm dismiss [--json]: ends the ringing alarm; one that rings once is then off. Exit\n"
+        "status 1 when nothing rings\n" },
+    { "watch", false, false, watch,
+        "alarm watch [--json]: prints a line for each change as it is announced: added, changed,\n"
+        "removed, ringing, quiet. With --json each line is an object with \"event\" and\n"
+        "\"alarm\"\n" },
+};
+
 } // namespace
+
+const Command& findCommand(const std::string& name)
+{
+    std::string all;
+    for (const Command& command : kCommands) {
+        if (name == command.name)
+            return command;
+        all += std::string(all.empty() ? "" : ", ") + command.name;
+    }
+    throw badInput((name.empty() ? "no command" : "unknown command " + quoted(name))
+        + "; commands are " + all);
+}
 
 void runCommand(const CommandLine& line)
 {
@@ -201,19 +246,5 @@ void runCommand(const CommandLine& line)
     const std::string fault = app::storeFault();
     if (!fault.empty())
         throw Failure(Failure::kFailed, "the alarms cannot be read: " + fault);
-
-    static const std::map<std::string, void (*)(const CommandLine&)> commands = {
-        { "add", add },
-        { "list", list },
-        { "show", show },
-        { "edit", edit },
-        { "on", switchOn },
-        { "off", switchOff },
-        { "remove", remove },
-        { "next", next },
-        { "snooze", snooze },
-        { "dismiss", dismiss },
-        { "watch", watch },
-    };
-    commands.at(line.command)(line);
+    line.command->run(line);
 }

@@ -1,6 +1,6 @@
 #include "Help.h"
 
-#include <map>
+#include "Commands.h"
 
 namespace {
 
@@ -34,43 +34,11 @@ const char* const kAlarmOptions = R"(
   --json          prints the alarm as JSON
 )";
 
-const std::map<std::string, std::string>& texts()
-{
-    static const std::map<std::string, std::string> all = {
-        { "", kOverview },
-        { "add",
-            std::string("alarm add TIME|--in TIME [OPTION...]: a new alarm\n") + kAlarmOptions },
-        { "edit",
-            std::string(
-                "alarm edit ID [TIME] [OPTION...]: changes what is given, and registers the\n"
-                "alarm anew when it is on; alarm on switches it on\n")
-                + kAlarmOptions },
-        { "list",
-            "alarm list [--json]: all alarms by time of day, in a table that cuts long names, or "
-            "as a\n"
-            "JSON array\n" },
-        { "show", "alarm show ID [--json]: everything about an alarm\n" },
-        { "on", "alarm on ID [--json]: switches an alarm on; it is registered anew\n" },
-        { "off", "alarm off ID [--json]: switches an alarm off; it stays in the list\n" },
-        { "remove", "alarm remove ID [--json]: deletes an alarm and prints it a last time\n" },
-        { "next", "alarm next [--json]: the alarm that rings next; null when none is on\n" },
-        { "snooze",
-            "alarm snooze [--json]: the ringing alarm rings again in 5 minutes; exit status 1 "
-            "when\n"
-            "nothing rings or it cannot be snoozed (again)\n" },
-        { "dismiss",
-            "alarm dismiss [--json]: ends the ringing alarm; one that rings once is then off. "
-            "Exit\n"
-            "status 1 when nothing rings\n" },
-        { "watch",
-            "alarm watch [--json]: prints a line for each change as it is announced: added, "
-            "changed,\n"
-            "removed, ringing, quiet. With --json each line is an object with \"event\" and "
-            "\"alarm\"\n" },
-    };
-    return all;
-}
-
 } // namespace
 
-std::string helpText(const std::string& command) { return texts().at(command); }
+std::string helpText(const Command* command)
+{
+    if (!command)
+        return kOverview;
+    return std::string(command->help) + (command->takesAlarm ? kAlarmOptions : "");
+}

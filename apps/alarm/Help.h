@@ -2,5 +2,7 @@
 
 #include <string>
 
-/// What --help prints for the command; for an empty one, the overview.
-std::string helpText(const std::string& command);
+struct Command;
+
+/// What --help prints for the command; without one, the overview.
+std::string helpText(const Command* command);

@@ -142,6 +142,8 @@ std::string alarmForecast(const AlarmDbData& alarm, time_t now)
     const std::string subject = "alarm " + std::to_string(alarm.id);
     if (!alarm.enable)
         return subject + " is off";
+    if (isRinging(alarm, now))
+        return subject + " is ringing";
     const time_t instant = app::upcomingInstant(alarm, now);
     return subject + " rings " + instantText(instant) + ", in " + durationText(instant - now);
 }

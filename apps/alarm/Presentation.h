@@ -14,7 +14,7 @@ std::string alarmsJson(const std::vector<AlarmDbData>& alarms, time_t now);
 /// "3  07:30  mon-fri  on  Gym"
 std::string alarmLine(const AlarmDbData& alarm, time_t now);
 
-/// "alarm 3 rings Tue 22 Nov 07:30, in 9 h 12 min" or "alarm 3 is off"
+/// "alarm 3 rings Tue 22 Nov 07:30, in 9 h 12 min", "alarm 3 is ringing" or "alarm 3 is off"
 std::string alarmForecast(const AlarmDbData& alarm, time_t now);
 
 /// A table of lines with their ends, for a terminal of so many columns; names are cut to fit.

@@ -39,6 +39,13 @@ Character characterAt(const std::string& text, size_t at)
 
 bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
 
+// Separators of lines and paragraphs; marks that reorder the text behind them.
+bool disturbsTheLine(char32_t code)
+{
+    return isControl(code) || code == 0x2028 || code == 0x2029 || (code >= 0x202A && code <= 0x202E)
+        || (code >= 0x2066 && code <= 0x2069);
+}
+
 size_t widthOf(const Character& character)
 {
     const int width = wcwidth(static_cast<wchar_t>(character.code));
@@ -63,7 +70,7 @@ std::string printable(const std::string& text)
     std::string result;
     for (size_t at = 0; at < text.size();) {
         const Character character = characterAt(text, at);
-        if (character.isValid && !isControl(character.code)) {
+        if (character.isValid && !disturbsTheLine(character.code)) {
             result.append(text, at, character.size);
         } else {
             result += kReplacement;
@@ -71,6 +78,12 @@ std::string printable(const std::string& text)
         at += character.size;
     }
     return result;
+}
+
+std::string quoted(const std::string& text)
+{
+    const size_t columns = 40;
+    return "\"" + cutToWidth(printable(text), columns) + "\"";
 }
 
 size_t displayWidth(const std::string& text)
@@ -115,7 +128,7 @@ std::string jsonString(const std::string& text)
         } else if (character.code == '"' || character.code == '\\') {
             result += '\\';
             result += text[at];
-        } else if (isControl(character.code)) {
+        } else if (disturbsTheLine(character.code)) {
             char escape[8];
             snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character.code));
             result += escape;

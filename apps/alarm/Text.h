@@ -7,8 +7,12 @@
 /// Whether text is UTF-8 without control characters.
 bool isCleanText(const std::string& text);
 
-/// The text with U+FFFD for every control character and every byte that is not UTF-8.
+/// The text with U+FFFD for every character that would break or turn the line it stands in, and for
+/// every byte that is not UTF-8.
 std::string printable(const std::string& text);
+
+/// What the user wrote, fit for a line of a message: printable, not too long, in quotes.
+std::string quoted(const std::string& text);
 
 /// The columns that a printable text takes on a terminal.
 size_t displayWidth(const std::string& text);

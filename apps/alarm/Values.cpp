@@ -17,13 +17,6 @@ const int kDays = 7;
 const int kEveryDay = 127;
 const char* const kDayNames[kDays] = { "sun", "mon", "tue", "wed", "thu", "fri", "sat" };
 
-// What the user wrote, fit for a line of a message.
-std::string quoted(const std::string& text)
-{
-    const size_t columns = 40;
-    return "\"" + cutToWidth(printable(text), columns) + "\"";
-}
-
 bool isDecimal(const std::string& text)
 {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;

@@ -2,6 +2,7 @@
 
 #include "common/AlarmList.h"
 #include "common/Alert.h"
+#include "common/StoreFile.h"
 #include "Failure.h"
 #include "Presentation.h"
 #include "Text.h"
@@ -35,6 +36,13 @@ bool isChanged(const AlarmDbData& before, const AlarmDbData& after)
     return before.modTime != after.modTime || shown(before) != shown(after);
 }
 
+// Nobody may read what cannot be written, so the watch ends; main() tells.
+void flush()
+{
+    if (fflush(stdout) != 0)
+        ecore_main_loop_quit();
+}
+
 class Watch {
 public:
     explicit Watch(bool json)
@@ -54,7 +62,7 @@ public:
         }
         if (_ringing >= 0)
             _printRinging();
-        fflush(stdout);
+        flush();
     }
 
     static void alarmsChangedCb(const char*, void* data)
@@ -86,7 +94,7 @@ private:
                 _print("changed", alarm);
             }
         }
-        fflush(stdout);
+        flush();
     }
 
     void _compareRinging()
@@ -100,7 +108,7 @@ private:
         } else {
             puts(_json ? "{\"event\":\"quiet\",\"alarm\":null}" : "quiet");
         }
-        fflush(stdout);
+        flush();
     }
 
     void _printRinging() const
@@ -146,7 +154,8 @@ void watchAlarms(bool json)
     listen(kChangedKey, Watch::alarmsChangedCb, watch);
     listen(app::kRingingKey, Watch::ringingChangedCb, watch);
     watch.start();
-    ecore_main_loop_begin();
+    if (!ferror(stdout))
+        ecore_main_loop_begin();
     (void)preference_unset_changed_cb(kChangedKey);
     (void)preference_unset_changed_cb(app::kRingingKey);
 }

@@ -1,6 +1,6 @@
 #include "CommandLine.h"
 #include "Commands.h"
-#include "common/AlarmSave.h"
+#include "common/StoreFile.h"
 #include "Failure.h"
 #include "Help.h"
 

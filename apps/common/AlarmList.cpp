@@ -5,27 +5,11 @@
 
 #include <AlarmDbModel.h>
 #include <algorithm>
-#include <cerrno>
-#include <memory>
-#include <sqlite3.h>
 #include <tuple>
-#include <unistd.h>
 
 namespace app {
 
 namespace {
-
-// The result of a look into table alarm, with SQLite's words for it.
-int lookInto(const std::string& path, std::string& text)
-{
-    sqlite3* opened = nullptr;
-    int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
-    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> store(opened, sqlite3_close);
-    if (code == SQLITE_OK)
-        code = sqlite3_exec(opened, "SELECT count(*) FROM alarm", nullptr, nullptr, nullptr);
-    text = sqlite3_errmsg(opened);
-    return code;
-}
 
 Found foundOrNot(int result, const AlarmDbData& alarm)
 {
@@ -35,29 +19,6 @@ Found foundOrNot(int result, const AlarmDbData& alarm)
 }
 
 } // namespace
-
-std::string storeFault()
-{
-    const std::string path = storePath();
-    if (path.empty())
-        return "there is no data folder";
-    if (access(path.c_str(), F_OK) != 0 && errno == ENOENT)
-        return "";
-
-    // Another process may have made the file and not yet the table.
-    const int tries = 20;
-    const useconds_t pause = 50000;
-    std::string text;
-    for (int i = 0; i < tries; ++i) {
-        const int code = lookInto(path, text);
-        if (code == SQLITE_OK)
-            return "";
-        if (code != SQLITE_ERROR)
-            break;
-        usleep(pause);
-    }
-    return text;
-}
 
 std::vector<AlarmDbData> allAlarms()
 {

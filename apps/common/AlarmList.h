@@ -3,14 +3,10 @@
 #include <AlarmDbData.h>
 #include <ctime>
 #include <optional>
-#include <string>
 #include <vector>
 
 /** Reading the store with an answer that tells "none" from "cannot be read". */
 namespace app {
-
-/// Why the store cannot be read, for the user; empty when it can. The library's reads do not tell.
-std::string storeFault();
 
 /// Every alarm, the phone's too, by time of day. Deleted ones are left out.
 std::vector<AlarmDbData> allAlarms();

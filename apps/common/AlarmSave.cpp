@@ -6,7 +6,8 @@
 
 #include <AlarmDbModel.h>
 #include <AlarmManagerModel.h>
-#include <sqlite3.h>
+#include <app_alarm.h>
+#include <dlog.h>
 #include <tuple>
 #include <unistd.h>
 
@@ -14,14 +15,9 @@ namespace app {
 
 namespace {
 
-const int kBusyTimeout = 2000; // milliseconds
+const char* const kTag = "alarm-save";
 const int kWriteTries = 5;
 const useconds_t kWritePause = 100000;
-
-int setBusyTimeout(sqlite3* connection, char**, const void*)
-{
-    return sqlite3_busy_timeout(connection, kBusyTimeout);
-}
 
 bool isSame(const AlarmDbData& left, const AlarmDbData& right)
 {
@@ -58,10 +54,25 @@ bool writeAndCheck(
     return false;
 }
 
-void cancel(AlarmDbData& alarm)
+Saved notFound(Found found) { return found == Found::No ? Saved::NoSuchAlarm : Saved::Unreadable; }
+
+// Takes the registration back, of which the library would not tell whether it was. One that stays
+// has no row: the alert cancels it when it comes due.
+bool cancel(const AlarmDbData& alarm)
 {
-    if (alarm.alarm_mgr_id > 0)
-        AlarmManagerModel().unregisterAlarmFromServer(alarm, false);
+    if (alarm.alarm_mgr_id <= 0)
+        return true;
+    const int error = alarm_cancel(alarm.alarm_mgr_id);
+    if (error == ALARM_ERROR_NONE || error == ALARM_ERROR_INVALID_PARAMETER)
+        return true; // or there was none
+    dlog_print(DLOG_ERROR, kTag, "the registration %d could not be taken back: error %d",
+        alarm.alarm_mgr_id, error);
+    return false;
+}
+
+Saved giveUp(const AlarmDbData& alarm)
+{
+    return cancel(alarm) ? Saved::NotStored : Saved::StillRegistered;
 }
 
 bool registerAlarm(AlarmDbData& alarm)
@@ -75,39 +86,45 @@ bool registerAlarm(AlarmDbData& alarm)
     return done;
 }
 
-// What edit makes of before, registered. The platform knows times of day only: an instant that went
-// by before it was registered would mean another day, so it is made anew.
+// What edit makes of before, registered if that sets its time. The platform knows times of day
+// only: an instant that went by before it was registered would mean another day, so it is made
+// anew.
 bool editAndRegister(const AlarmDbData& before, const Edit& edit, AlarmDbData& after)
 {
     const int tries = 3;
     for (int i = 0; i < tries; ++i) {
         after = before;
+        if (!edit(after, time(nullptr)))
+            return true;
         after.alarm_mgr_id = -1;
-        edit(after, time(nullptr));
         if (!after.enable)
             return true;
         if (!registerAlarm(after))
             return false;
         if (time(nullptr) < dueInstant(after))
             return true;
-        cancel(after);
+        (void)cancel(after);
     }
     return false;
 }
 
 } // namespace
 
-void waitOnBusyStore() { sqlite3_auto_extension(reinterpret_cast<void (*)()>(setBusyTimeout)); }
-
 const char* textOf(Saved result)
 {
     switch (result) {
     case Saved::NoSuchAlarm:
         return "there is no such alarm";
+    case Saved::Unreadable:
+        return "the store cannot be read";
     case Saved::NotRegistered:
         return "the alarm service did not take the alarm";
     case Saved::NotStored:
         return "the alarm could not be stored";
+    case Saved::StillRegistered:
+        return "the alarm could not be stored, nor its registration be taken back";
+    case Saved::NotRemoved:
+        return "the alarm could not be removed";
     default:
         return "saved";
     }
@@ -125,8 +142,7 @@ Saved addAlarm(AlarmDbData& alarm, const Edit& edit)
     const auto insert = [&alarm](AlarmDbModel& store) { store.insertAlarmData(alarm, true, true); };
     if (writeAndCheck(insert, [&alarm] { return isStored(alarm); }))
         return Saved::Yes;
-    cancel(alarm);
-    return Saved::NotStored;
+    return giveUp(alarm);
 }
 
 Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm)
@@ -135,7 +151,7 @@ Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm)
     AlarmDbData before;
     const Found found = findAlarm(id, before);
     if (found != Found::Yes)
-        return found == Found::No ? Saved::NoSuchAlarm : Saved::NotStored;
+        return notFound(found);
     const int modTime = lock.takeModTime();
     if (modTime < 0)
         return Saved::NotStored;
@@ -146,14 +162,15 @@ Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm)
     const auto update
         = [&alarm](AlarmDbModel& store) { store.updateAlarmData(alarm, true, true, true, false); };
     if (writeAndCheck(update, [&alarm] { return isStored(alarm); })) {
-        cancel(before);
+        if (alarm.alarm_mgr_id != before.alarm_mgr_id)
+            (void)cancel(before);
         return Saved::Yes;
     }
     // Where the row cannot be read, both stay: the alert rings for the one that the row names.
     AlarmDbData stored;
-    if (findAlarm(id, stored) == Found::Yes && stored.alarm_mgr_id == before.alarm_mgr_id)
-        cancel(alarm);
-    return Saved::NotStored;
+    const bool isRead = findAlarm(id, stored) == Found::Yes;
+    const bool isForNothing = isRead && stored.alarm_mgr_id != alarm.alarm_mgr_id;
+    return isForNothing ? giveUp(alarm) : Saved::NotStored;
 }
 
 Saved removeAlarm(int id, AlarmDbData& alarm)
@@ -161,9 +178,9 @@ Saved removeAlarm(int id, AlarmDbData& alarm)
     SaveLock lock;
     const Found found = findAlarm(id, alarm);
     if (found != Found::Yes)
-        return found == Found::No ? Saved::NoSuchAlarm : Saved::NotStored;
+        return notFound(found);
     if (!lock.isHeld())
-        return Saved::NotStored;
+        return Saved::NotRemoved;
 
     const auto remove
         = [&alarm](AlarmDbModel& store) { store.removeAlarmData(alarm, true, true, true, true); };
@@ -172,9 +189,8 @@ Saved removeAlarm(int id, AlarmDbData& alarm)
         return findAlarm(id, stored) == Found::No;
     };
     if (!writeAndCheck(remove, isGone))
-        return Saved::NotStored;
-    AlarmDbData registered = alarm;
-    cancel(registered);
+        return Saved::NotRemoved;
+    (void)cancel(alarm);
     return Saved::Yes;
 }
 

@@ -13,22 +13,28 @@
  */
 namespace app {
 
-/// Lets each SQLite connection that the process opens from now on wait while the file is busy.
-void waitOnBusyStore();
-
-enum class Saved { Yes, NoSuchAlarm, NotRegistered, NotStored };
+enum class Saved {
+    Yes,
+    NoSuchAlarm,
+    Unreadable,
+    NotRegistered,
+    NotStored,
+    StillRegistered, ///< not stored, and the alarm service did not forget it either
+    NotRemoved,
+};
 
 /// One line for the user about a save that was not done.
 const char* textOf(Saved result);
 
-/// Makes an alarm into what it is to be, given the time. Its instant must be later than now.
-using Edit = std::function<void(AlarmDbData& alarm, time_t now)>;
+/// Makes an alarm into what it is to be, given the time; tells whether that sets when it rings.
+/// Then its instant must be later than now, and it is registered anew when it is on, else not at
+/// all.
+using Edit = std::function<bool(AlarmDbData& alarm, time_t now)>;
 
 /// Saves a new alarm: what edit makes of alarm. alarm is the stored record afterwards.
 Saved addAlarm(AlarmDbData& alarm, const Edit& edit);
 
-/// Saves what edit makes of the stored alarm, registered anew when it is on, else not at all.
-/// alarm is the stored record afterwards.
+/// Saves what edit makes of the stored alarm. alarm is the stored record afterwards.
 Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm);
 
 /// Takes an alarm out of the store and cancels it. alarm is the record as it was.

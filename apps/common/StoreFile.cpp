@@ -4,6 +4,7 @@
 
 #include <AlarmDbModel.h>
 #include <app_common.h>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -14,10 +15,32 @@ namespace app {
 
 namespace {
 
+const int kBusyTimeout = 2000; // milliseconds
 const int kSettleTries = 40;
 const useconds_t kSettlePause = 50000;
 
 enum class State { None, Unfinished, Whole };
+
+using Store = std::unique_ptr<sqlite3, int (*)(sqlite3*)>;
+
+std::string storePath()
+{
+    const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
+    return folder ? std::string(folder.get()) + ".alarm.db" : "";
+}
+
+int setBusyTimeout(sqlite3* connection, char**, const void*)
+{
+    return sqlite3_busy_timeout(connection, kBusyTimeout);
+}
+
+// Opens a file that is there; sqlite3_errcode() tells whether it could be.
+Store openFile(const std::string& path)
+{
+    sqlite3* opened = nullptr;
+    (void)sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    return { opened, sqlite3_close };
+}
 
 int noteRow(void* found, int, char**, char**)
 {
@@ -26,28 +49,26 @@ int noteRow(void* found, int, char**, char**)
 }
 
 // The result of the query; found says whether there is a row.
-int look(sqlite3* store, const char* query, bool& found)
+int look(const Store& store, const char* query, bool& found)
 {
     found = false;
-    return sqlite3_exec(store, query, noteRow, &found, nullptr);
+    return sqlite3_exec(store.get(), query, noteRow, &found, nullptr);
 }
 
 // What cannot be read, has alarms or is somebody else's is not taken for unfinished. Table tone is
 // made last.
 State stateOf(const std::string& path)
 {
-    sqlite3* opened = nullptr;
-    const int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
-    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> store(opened, sqlite3_close);
-    if (code != SQLITE_OK)
+    const Store store = openFile(path);
+    if (sqlite3_errcode(store.get()) != SQLITE_OK)
         return State::None;
     bool found = false;
-    if (look(opened, "SELECT 1 FROM sqlite_master WHERE name NOT IN ('alarm', 'sqlite_sequence')",
+    if (look(store, "SELECT 1 FROM sqlite_master WHERE name NOT IN ('alarm', 'sqlite_sequence')",
             found)
             != SQLITE_OK
         || found)
         return State::Whole;
-    const int read = look(opened, "SELECT 1 FROM alarm LIMIT 1", found);
+    const int read = look(store, "SELECT 1 FROM alarm LIMIT 1", found);
     const bool isEmpty = read == SQLITE_ERROR || (read == SQLITE_OK && !found);
     return isEmpty ? State::Unfinished : State::Whole;
 }
@@ -63,13 +84,21 @@ State settledStateOf(const std::string& path)
     return state;
 }
 
+// The result of a look into table alarm, with SQLite's words for it.
+int lookIntoAlarms(const std::string& path, std::string& text)
+{
+    const Store store = openFile(path);
+    int code = sqlite3_errcode(store.get());
+    bool found = false;
+    if (code == SQLITE_OK)
+        code = look(store, "SELECT count(*) FROM alarm", found);
+    text = sqlite3_errmsg(store.get());
+    return code;
+}
+
 } // namespace
 
-std::string storePath()
-{
-    const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
-    return folder ? std::string(folder.get()) + ".alarm.db" : "";
-}
+void waitOnBusyStore() { sqlite3_auto_extension(reinterpret_cast<void (*)()>(setBusyTimeout)); }
 
 void makeStore()
 {
@@ -88,6 +117,29 @@ void makeStore()
         (void)remove(path.c_str());
     }
     const AlarmDbModel made;
+}
+
+std::string storeFault()
+{
+    const std::string path = storePath();
+    if (path.empty())
+        return "there is no data folder";
+    if (access(path.c_str(), F_OK) != 0 && errno == ENOENT)
+        return "";
+
+    // Another process may have made the file and not yet the table.
+    const int tries = 20;
+    const useconds_t pause = 50000;
+    std::string text;
+    for (int i = 0; i < tries; ++i) {
+        const int code = lookIntoAlarms(path, text);
+        if (code == SQLITE_OK)
+            return "";
+        if (code != SQLITE_ERROR)
+            break;
+        usleep(pause);
+    }
+    return text;
 }
 
 } // namespace app

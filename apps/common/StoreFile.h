@@ -5,8 +5,8 @@
 /** The file that the applications share. */
 namespace app {
 
-/// Where the store lies; empty when there is no data folder.
-std::string storePath();
+/// Lets each SQLite connection that the process opens from now on wait while the file is busy.
+void waitOnBusyStore();
 
 /**
  * Makes the store when there is none. The library makes it in steps, and takes any file for a whole
@@ -15,5 +15,8 @@ std::string storePath();
  * them at a time, and one that was left unfinished is made anew.
  */
 void makeStore();
+
+/// Why the store cannot be read, for the user; empty when it can. The library's reads do not tell.
+std::string storeFault();
 
 } // namespace app

@@ -2,6 +2,7 @@
 
 #include "host/common/Bus.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 
@@ -28,7 +29,7 @@ Exit status: 0 done, 1 failed, 2 wrong usage.
 const int kFailed = 1;
 const int kWrongUsage = 2;
 
-void run(const hostctl::Arguments& words)
+void runCommand(const hostctl::Arguments& words)
 {
     static const std::map<std::string, void (*)(const hostctl::Arguments&)> commands = {
         { "key", hostctl::key },
@@ -48,6 +49,26 @@ void run(const hostctl::Arguments& words)
     found->second({ words.begin() + 1, words.end() });
 }
 
+void run(const hostctl::Arguments& words)
+{
+    if (!words.empty() && words.size() <= 2 && words.back() == "--help") {
+        fputs(kHelp, stdout);
+    } else {
+        runCommand(words);
+    }
+    if (fflush(stdout) != 0 || ferror(stdout))
+        throw std::runtime_error("the result cannot be written");
+}
+
+// One line, whatever the text has from the command line or the bus.
+int failed(int status, std::string text)
+{
+    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    fprintf(stderr, "hostctl: %s\n", text.c_str());
+    return status;
+}
+
 } // namespace
 
 sdbus::IConnection& hostctl::bus()
@@ -63,20 +84,14 @@ sdbus::IConnection& hostctl::bus()
 int main(int argc, char** argv)
 {
     const hostctl::Arguments words(argv + 1, argv + argc);
-    if (!words.empty() && words.size() <= 2 && words.back() == "--help") {
-        fputs(kHelp, stdout);
-        return 0;
-    }
     try {
         run(words);
         return 0;
     } catch (const hostctl::UsageError& error) {
-        fprintf(stderr, "hostctl: %s\n", error.what());
-        return kWrongUsage;
+        return failed(kWrongUsage, error.what());
     } catch (const sdbus::Error& error) {
-        fprintf(stderr, "hostctl: %s\n", error.getMessage().c_str());
+        return failed(kFailed, error.getMessage());
     } catch (const std::exception& error) {
-        fprintf(stderr, "hostctl: %s\n", error.what());
+        return failed(kFailed, error.what());
     }
-    return kFailed;
 }

@@ -1,4 +1,4 @@
-#include "host/common/Bus.h"
+#include "host/common/Wire.h"
 #include "host/tools/hostctl.h"
 
 #include <com.velmora.host.Alarm-proxy.h>
@@ -14,17 +14,6 @@ namespace {
 
 using Triple = sdbus::Struct<int32_t, int32_t, int32_t>;
 using WireAlarm = sdbus::Struct<int32_t, std::string, std::string, int64_t, Triple, int32_t>;
-
-template <typename Interface>
-class Proxy final : public sdbus::ProxyInterfaces<Interface> {
-public:
-    Proxy()
-        : sdbus::ProxyInterfaces<Interface>(bus(), host::kDaemonName, host::kDaemonPath)
-    {
-        this->registerProxy();
-    }
-    ~Proxy() { this->unregisterProxy(); }
-};
 
 std::string local(std::int64_t instant, const char* format)
 {
@@ -114,7 +103,8 @@ void alarms(const Arguments& arguments)
     if (!json)
         refuseUnlessEmpty(arguments, "alarms or alarms --json");
 
-    const std::vector<WireAlarm> list = Proxy<com::velmora::host::Alarm_proxy>().List();
+    const std::vector<WireAlarm> list
+        = host::DaemonProxy<com::velmora::host::Alarm_proxy>(bus()).List();
     if (json) {
         printJson(list);
     } else {
@@ -125,7 +115,7 @@ void alarms(const Arguments& arguments)
 void tray(const Arguments& arguments)
 {
     refuseUnlessEmpty(arguments, "tray");
-    for (const auto& entry : Proxy<com::velmora::host::Tray_proxy>().List()) {
+    for (const auto& entry : host::DaemonProxy<com::velmora::host::Tray_proxy>(bus()).List()) {
         printf(
             "%s  %s\n", local(entry.get<0>(), "%Y-%m-%d %H:%M:%S").c_str(), entry.get<1>().c_str());
     }

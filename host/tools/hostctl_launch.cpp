@@ -1,5 +1,4 @@
-#include "host/common/Bus.h"
-#include "host/common/Entries.h"
+#include "host/common/Wire.h"
 #include "host/tools/hostctl.h"
 
 #include <algorithm>
@@ -12,8 +11,6 @@ namespace {
 
 const char* const kRight
     = "it must be launch APPLICATION [--operation OPERATION] [--extra KEY=VALUE]...";
-
-using WireEntries = std::vector<sdbus::Struct<std::string, std::string>>;
 
 void addExtra(host::Entries& extras, const std::string& text)
 {
@@ -32,13 +29,13 @@ void addExtra(host::Entries& extras, const std::string& text)
     }
 }
 
-// Calls Launch; the answer says that the application has the request.
-void send(const std::string& application, const WireEntries& request)
+// Calls Launch; the answer says that the application's callback is through with the request.
+void send(const std::string& application, const host::Entries& request)
 {
     auto target = sdbus::createProxy(bus(), application, host::kApplicationPath);
     target->callMethod("Launch")
         .onInterface("com.velmora.host.Application")
-        .withArguments(request, std::string(), std::uint64_t{ 0 });
+        .withArguments(host::toWire(request), std::string(), std::uint64_t{ 0 });
 }
 
 } // namespace
@@ -63,17 +60,13 @@ void launch(const Arguments& arguments)
         }
     }
 
-    WireEntries request;
-    request.emplace_back(host::kOperationKey, operation);
-    request.emplace_back(host::kApplicationIdKey, application);
-    for (const auto& [key, value] : extras)
-        request.emplace_back(key, value);
+    host::Entries request
+        = { { host::kOperationKey, operation }, { host::kApplicationIdKey, application } };
+    request.insert(request.end(), extras.begin(), extras.end());
     try {
         send(application, request);
     } catch (const sdbus::Error& error) {
-        const std::string& name = error.getName();
-        if (name == "org.freedesktop.DBus.Error.ServiceUnknown"
-            || name == "org.freedesktop.DBus.Error.InvalidArgs")
+        if (error.getName() == "org.freedesktop.DBus.Error.ServiceUnknown")
             throw std::runtime_error("this session has no application " + application);
         throw std::runtime_error(application + " did not take the request: " + error.getMessage());
     }

@@ -12,6 +12,17 @@ const char* const kBusName = "org.freedesktop.DBus";
 const char* const kBusPath = "/org/freedesktop/DBus";
 const double kPauseSeconds = 1;
 
+// Runs what a C library calls back; no exception may pass through that.
+template <typename Action>
+void guarded(Action action)
+{
+    try {
+        action();
+    } catch (const std::exception& error) {
+        host::logError(std::string("hostd cannot be watched: ") + error.what());
+    }
+}
+
 // Starts hostd again whenever it is lost, at most once a second.
 class Supervisor {
 public:
@@ -20,7 +31,7 @@ public:
         , _lost(bus().addMatch(std::string("type='signal',sender='org.freedesktop.DBus',"
                                            "member='NameOwnerChanged',arg0='")
                   + host::kDaemonName + "'",
-              [this](sdbus::Message& change) { _ownerChanged(change); }))
+              [this](sdbus::Message& change) { guarded([&] { _ownerChanged(change); }); }))
     {
         _start();
     }
@@ -42,7 +53,7 @@ private:
     {
         const double wait = _started + kPauseSeconds - ecore_time_get();
         const auto call = [](void* data) -> Eina_Bool {
-            static_cast<Supervisor*>(data)->_start();
+            guarded([data] { static_cast<Supervisor*>(data)->_start(); });
             return ECORE_CALLBACK_CANCEL;
         };
         if (wait > 0) {
@@ -62,7 +73,7 @@ private:
                 if (!error)
                     return;
                 host::logError("hostd cannot be started: " + error->getMessage());
-                _startSoon();
+                guarded([this] { _startSoon(); });
             });
     }
 

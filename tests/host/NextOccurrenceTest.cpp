@@ -1,27 +1,11 @@
 #include "host/daemon/NextOccurrence.h"
 
+#include "data/NextOccurrenceCases.h"
+
 #include <gtest/gtest.h>
 #include <string>
 
 namespace {
-
-struct Case {
-    const char* name;
-    const char* zone;
-    std::int64_t now;
-    struct {
-        int hour, minute, second;
-    } time;
-    int weekSet;
-    struct {
-        int year, month, day;
-    } firstDay; // 0, 0, 0 = any
-    std::int64_t expected;
-};
-
-const Case kCases[] = {
-#include "data/NextOccurrenceCases.inc"
-};
 
 cctz::time_zone zoneNamed(const std::string& name)
 {
@@ -30,11 +14,11 @@ cctz::time_zone zoneNamed(const std::string& name)
     return zone;
 }
 
-class NextOccurrenceTest : public testing::TestWithParam<Case> {};
+class NextOccurrenceTest : public testing::TestWithParam<NextOccurrenceCase> {};
 
 TEST_P(NextOccurrenceTest, IsTheFirstInstantThatTheClockShowsTheTime)
 {
-    const Case& c = GetParam();
+    const NextOccurrenceCase& c = GetParam();
     host::AlarmTime alarm{ c.time.hour, c.time.minute, c.time.second, c.weekSet, {} };
     if (c.firstDay.day != 0)
         alarm.firstDay = cctz::civil_day(c.firstDay.year, c.firstDay.month, c.firstDay.day);
@@ -42,7 +26,7 @@ TEST_P(NextOccurrenceTest, IsTheFirstInstantThatTheClockShowsTheTime)
     EXPECT_EQ(c.expected, host::nextOccurrence(c.now, alarm, zoneNamed(c.zone)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, NextOccurrenceTest, testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Table, NextOccurrenceTest, testing::ValuesIn(kNextOccurrenceCases),
     [](const auto& row) { return row.param.name; });
 
 TEST(NextOccurrenceSequenceTest, MeetsEveryDayOfAYearOnce)

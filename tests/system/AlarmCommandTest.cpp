@@ -179,6 +179,37 @@ TEST_F(AlarmCommandTest, EditChangesWhatIsGivenAndRegistersAnew)
     EXPECT_EQ(std::to_string(after[0].id), store->query("SELECT alarm_mgr_id FROM alarm"));
 }
 
+TEST_F(AlarmCommandTest, EditThatTouchesNoTimeKeepsTheRegistration)
+{
+    alarmOutput({ "add", "07:30", "--days", "mon-fri" });
+    alarmOutput({ "add", "--in", "2h" });
+    alarmOutput({ "add", "08:00", "--off" });
+    store->query("UPDATE alarm SET stime = stime - 7 * 86400 WHERE id <> 2");
+    const std::string timing
+        = "SELECT alarm_mgr_id, stime, hour, min, repeat_weekly, enable FROM alarm ORDER BY id";
+    const std::string before = store->query(timing);
+
+    for (const char* id : { "1", "2", "3" })
+        alarmOutput({ "edit", id, "--name", "New", "--volume", "3" });
+
+    EXPECT_EQ("New 3,New 3,New 3", store->query("SELECT name, volume FROM alarm"));
+    EXPECT_EQ(before, store->query(timing));
+    EXPECT_THAT(session.alarms(), SizeIs(2));
+}
+
+TEST_F(AlarmCommandTest, OnRegistersAnewWhatIsOn)
+{
+    alarmOutput({ "add", "07:30", "--days", "daily" });
+    const int before = session.alarms().at(0).id;
+
+    alarmOutput({ "on", "1" });
+
+    const auto after = session.alarms();
+    ASSERT_THAT(after, SizeIs(1));
+    EXPECT_NE(before, after[0].id);
+    EXPECT_EQ(std::to_string(after[0].id), store->query("SELECT alarm_mgr_id FROM alarm"));
+}
+
 TEST_F(AlarmCommandTest, EditMakesAWeeklyAlarmAOneShotAndBack)
 {
     alarmOutput({ "add", "07:30", "--days", "daily" });
@@ -279,6 +310,59 @@ TEST_F(AlarmCommandTest, StoreThatIsNoneIsToldApartFromAnEmptyOne)
     EXPECT_EQ(1, result.status);
     EXPECT_EQ("", result.out);
     EXPECT_EQ("alarm: the alarms cannot be read: no such table: alarm\n", result.err);
+}
+
+TEST_F(AlarmCommandTest, AlarmThatCannotBeReadIsNotTakenForNone)
+{
+    alarmOutput({ "add", "07:30", "--days", "daily" });
+    store->query("ALTER TABLE alarm RENAME COLUMN isDeleted TO gone");
+
+    for (const char* command : { "show", "on", "off", "remove" }) {
+        const CommandResult result = alarm({ command, "1" });
+        EXPECT_EQ(1, result.status) << command;
+        EXPECT_EQ("alarm: the store cannot be read\n", result.err) << command;
+    }
+    EXPECT_THAT(session.alarms(), SizeIs(1));
+}
+
+TEST_F(AlarmCommandTest, ResultThatCannotBeWrittenIsAFailure)
+{
+    alarmOutput({ "add", "07:30" });
+
+    for (const char* command : { "list", "list --json", "show 1", "watch", "--help" }) {
+        const CommandResult result
+            = runCommand({ "bash", "-c", "exec alarm " + std::string(command) + " >/dev/full" });
+        EXPECT_EQ(1, result.status) << command;
+        EXPECT_EQ("alarm: the result cannot be written\n", result.err) << command;
+    }
+}
+
+TEST_F(AlarmCommandTest, NameCannotTurnOrBreakItsLine)
+{
+    // Overrides, isolates, the separators of lines and paragraphs.
+    const std::string name = "a\u202A\u202Eb\u2066\u2069c\u2028d\u2029e";
+    const std::string shown = "a��b��c�d�e";
+    alarmOutput({ "add", "07:30", "--off", "--name", name });
+
+    EXPECT_EQ(name, store->query("SELECT name FROM alarm"));
+    EXPECT_EQ(name, member(alarmOutput({ "show", "1", "--json" }), "$.name"));
+    EXPECT_THAT(linesOf(alarmOutput({ "list" }))[1], testing::EndsWith("  " + shown));
+    EXPECT_THAT(alarmOutput({ "show", "1" }), HasSubstr("\nname       " + shown + "\n"));
+    EXPECT_THAT(
+        alarm({ "add", name }).err, StartsWith("alarm: \"" + shown + "\" is not a time of day"));
+}
+
+TEST_F(AlarmCommandTest, NameOfAnotherWriterCannotBreakItsLine)
+{
+    alarmOutput({ "add", "07:30", "--off" });
+    store->query("UPDATE alarm SET name = ?",
+        "a\nb\xC2\x85"
+        "c");
+
+    EXPECT_THAT(linesOf(alarmOutput({ "list" }))[1], testing::EndsWith("  a�b�c"));
+    EXPECT_EQ("a\nb\xC2\x85"
+              "c",
+        member(alarmOutput({ "show", "1", "--json" }), "$.name"));
 }
 
 struct NameCase {

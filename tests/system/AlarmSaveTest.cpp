@@ -25,6 +25,13 @@ protected:
         }
     }
 
+    /// Ends the alarm service, and lets none be started.
+    void loseDaemon()
+    {
+        session.installApplication("com.velmora.host", "/bin/false");
+        session.killDaemon();
+    }
+
     /// Every enabled row has its own registration, and there is no other.
     void expectRowsAndRegistrationsMatch()
     {
@@ -122,8 +129,36 @@ TEST_F(AlarmSaveTest, AlarmThatStaysIsStillRegistered)
     const CommandResult result = alarm({ "remove", "1" });
 
     EXPECT_EQ(1, result.status);
-    EXPECT_EQ("alarm: the alarm could not be stored\n", result.err);
+    EXPECT_EQ("alarm: the alarm could not be removed\n", result.err);
     expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(AlarmSaveTest, RegistrationThatCannotBeTakenBackIsTold)
+{
+    store->query("CREATE TRIGGER refuse BEFORE INSERT ON alarm BEGIN SELECT RAISE(ABORT, ''); END");
+    BackgroundCommand add({ "alarm", "add", "07:30" });
+    ASSERT_TRUE(session.waitFor([this] { return session.alarms().size() == 1; }));
+
+    loseDaemon();
+
+    const CommandResult result = add.finish();
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ(
+        "alarm: the alarm could not be stored, nor its registration be taken back\n", result.err);
+}
+
+TEST_F(AlarmSaveTest, RegistrationThatOutlivesItsAlarmIsLogged)
+{
+    alarmOutput({ "add", "07:30" });
+    const std::string registration = store->query("SELECT alarm_mgr_id FROM alarm");
+    loseDaemon();
+
+    const CommandResult result = runCommand({ "env", "ALARM_HOST_LOG=E", "alarm", "remove", "1" });
+
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("alarm 1 removed\n", result.out);
+    EXPECT_THAT(result.err,
+        testing::HasSubstr("the registration " + registration + " could not be taken back: error"));
 }
 
 TEST_F(AlarmSaveTest, LockedStoreIsNoEmptyList)

@@ -1,11 +1,8 @@
 #pragma once
 
-#include "Command.h"
-#include "HostSession.h"
+#include "RingStory.h"
 
-#include <AlarmDbData.h>
 #include <AlarmDbModel.h>
-#include <AlarmManagerModel.h>
 #include <app_common.h>
 #include <cstdlib>
 #include <gmock/gmock.h>
@@ -68,8 +65,8 @@ private:
     sqlite3* _store = nullptr;
 };
 
-/// A story told with the alarm application's commands, in a session of its own.
-class CommandStory : public testing::Test {
+/// A story told with the alarm application's commands, and read in the alarms' file.
+class CommandStory : public RingStory {
 protected:
     static void openStore() { const AlarmDbModel model; }
 
@@ -103,42 +100,5 @@ protected:
         return store->query("SELECT json_extract(?, '" + path + "')", json);
     }
 
-    int ringing()
-    {
-        const auto value = session.preference("alarmRinging");
-        return value ? std::get<int>(*value) : -1;
-    }
-
-    bool waitUntilRinging(int id)
-    {
-        return session.waitFor([this, id] { return ringing() == id; });
-    }
-
-    bool waitForLog(const std::string& text)
-    {
-        return session.waitFor(
-            [this, &text] { return session.logText().find(text) != std::string::npos; });
-    }
-
-    HostSession session;
     std::unique_ptr<StoreView> store;
 };
-
-/// Stores and registers a watch alarm of any day that is due in two seconds, after so many snoozes.
-inline AlarmDbData insertDueAlarm(int snoozes = 0)
-{
-    AlarmDbData alarm;
-    alarm.enable = 1;
-    alarm.repeat_once = 0;
-    alarm.repeatWeekly = 127;
-    alarm.count = snoozes;
-    alarm.stime = static_cast<int>(time(nullptr)) + 2 - snoozes * alarm.snooze_min * 60;
-    const time_t own = alarm.stime;
-    tm local = {};
-    localtime_r(&own, &local);
-    alarm.hour = local.tm_hour;
-    alarm.min = local.tm_min;
-    EXPECT_TRUE(AlarmManagerModel().registerAlarmToServer(alarm, false));
-    EXPECT_TRUE(AlarmDbModel().insertAlarmData(alarm, true, true));
-    return alarm;
-}

@@ -36,13 +36,15 @@ int RingStory::addAlarm(const std::vector<std::string>& options)
     return std::regex_search(added.out, id, std::regex(R"("id":(\d+))")) ? std::stoi(id[1]) : -1;
 }
 
-AlarmDbData RingStory::setAlarm(time_t instant, int weekdays)
+AlarmDbData RingStory::setAlarm(time_t instant, int weekdays, int snoozes)
 {
-    tm local = {};
-    localtime_r(&instant, &local);
     AlarmDbData alarm;
     alarm.enable = 1;
-    alarm.stime = static_cast<int>(instant);
+    alarm.count = snoozes;
+    const time_t own = instant - 60L * snoozes * alarm.snooze_min;
+    tm local = {};
+    localtime_r(&own, &local);
+    alarm.stime = static_cast<int>(own);
     alarm.hour = local.tm_hour;
     alarm.min = local.tm_min;
     alarm.repeat_once = weekdays == 0 ? 1 : 0;
@@ -98,6 +100,11 @@ int RingStory::ringing()
 {
     const auto value = session.preference("alarmRinging");
     return value ? std::get<int>(*value) : -1;
+}
+
+bool RingStory::waitUntilRinging(int id)
+{
+    return session.waitFor([this, id] { return ringing() == id; });
 }
 
 void RingStory::dismiss()

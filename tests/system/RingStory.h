@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+const int kEveryDay = 127; ///< of weekdays
+
 /// What the alert logs when an alarm begins to ring.
 struct Ring {
     pid_t alert = 0; ///< the process
@@ -30,8 +32,9 @@ protected:
     /// Runs alarm add with the options and returns the new alarm's row id, -1 when it failed.
     int addAlarm(const std::vector<std::string>& options);
 
-    /// Stores and registers an alarm that rings at the instant, on one day or each of the days.
-    AlarmDbData setAlarm(time_t instant, int weekdays = 0);
+    /// Stores and registers an alarm that rings at the instant, after so many snoozes, on one day
+    /// or each of the days.
+    AlarmDbData setAlarm(time_t instant, int weekdays = 0, int snoozes = 0);
 
     AlarmDbData storedAlarm(int id);
     /// What the alarm service knows about the stored alarm.
@@ -43,6 +46,7 @@ protected:
     bool waitForLog(const std::string& text);
     /// The row id in the preference that tells what rings.
     int ringing();
+    bool waitUntilRinging(int id); ///< -1: nothing
     void dismiss();
 
     /// Waits until another process than the one of this pid serves the session.

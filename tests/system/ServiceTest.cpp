@@ -1,5 +1,6 @@
 #include "RingStory.h"
 
+#include <AlarmDbModel.h>
 #include <regex>
 #include <set>
 
@@ -43,6 +44,18 @@ TEST_F(ServiceTest, ServiceStaysAndHearsEveryChange)
         return log.compare(last, 18, "upcoming alarm 39 ") == 0;
     })) << session.logText();
     EXPECT_EQ(1U, services().size());
+}
+
+TEST_F(ServiceTest, ServiceHearsAChangeThatIsForTheWidgetsOnly)
+{
+    output({ "hostctl", "launch", "com.velmora.alarm-service" });
+    ASSERT_TRUE(waitForLog("no upcoming alarm"));
+
+    AlarmDbData alarm;
+    alarm.enable = 1;
+    AlarmDbModel().insertAlarmData(alarm, false, true);
+
+    EXPECT_TRUE(waitForLog("upcoming alarm " + std::to_string(alarm.id) + " at "));
 }
 
 TEST_F(ServiceTest, WatchPrintsEveryAnnouncedChange)

@@ -6,13 +6,18 @@
 // Processes that save at once.
 class SharedStoreTest : public StoreStory {
 protected:
-    /// Rounds on a directory in which nothing is yet: all writers are at once the first.
-    void writeAtOnce(int rounds, int writerCount, int saves)
+    /// Rounds of writers that begin at once: on a directory in which nothing is yet, so that each
+    /// may be the first, or on a file.
+    void writeAtOnce(bool onFile, int writerCount, int saves)
     {
+        const int rounds = 100;
         std::vector<int> registered;
         for (int round = 1; round <= rounds && !HasFailure(); ++round) {
             SCOPED_TRACE("round " + std::to_string(round));
             const TempDir home;
+            std::vector<Row> expected;
+            if (onFile)
+                expected = saveFirst(home);
             const Gate gate(home.file("gate"));
             Writers writers;
             for (int i = 0; i < writerCount; ++i)
@@ -22,14 +27,25 @@ protected:
             const std::vector<Row> saved = finish(writers);
 
             EXPECT_EQ(static_cast<size_t>(writerCount * saves), saved.size());
+            expected.insert(expected.end(), saved.begin(), saved.end());
             Store store(storeIn(home.path()));
-            EXPECT_EQ(saved, store.rows());
-            expectNothingDoubled(saved);
+            EXPECT_EQ(expected, store.rows());
+            expectNothingDoubled(expected);
             expectSound(store);
-            for (const Row& row : saved)
+            for (const Row& row : expected)
                 registered.push_back(row.registration);
         }
         expectRegistered(registered);
+    }
+
+    /// What one writer saves where nothing was.
+    std::vector<Row> saveFirst(const TempDir& home)
+    {
+        const Gate gate(home.file("first"));
+        gate.letPass();
+        Writers writers;
+        startWriter(writers, home.path(), gate, 1);
+        return finish(writers);
     }
 
     void expectRegistered(std::vector<int> expected)
@@ -43,19 +59,20 @@ protected:
     }
 };
 
-TEST_F(SharedStoreTest, TwoFirstWritersLoseNothing) { writeAtOnce(100, 2, 3); }
+TEST_F(SharedStoreTest, TwoFirstWritersLoseNothing) { writeAtOnce(false, 2, 3); }
 
-TEST_F(SharedStoreTest, EightFirstWritersLoseNothing) { writeAtOnce(100, 8, 2); }
+TEST_F(SharedStoreTest, EightFirstWritersLoseNothing) { writeAtOnce(false, 8, 2); }
+
+TEST_F(SharedStoreTest, TwoWritersOfAFileLoseNothing) { writeAtOnce(true, 2, 3); }
+
+TEST_F(SharedStoreTest, EightWritersOfAFileLoseNothing) { writeAtOnce(true, 8, 2); }
 
 TEST_F(SharedStoreTest, WritersWaitForAProcessThatHoldsTheLock)
 {
     const TempDir home;
+    std::vector<Row> expected = saveFirst(home);
     const Gate gate(home.file("gate"));
     gate.letPass();
-    Writers first;
-    startWriter(first, home.path(), gate, 1);
-    std::vector<Row> expected = finish(first);
-
     Store store(storeIn(home.path()));
     store.exec("BEGIN EXCLUSIVE");
     Writers writers;

@@ -27,13 +27,14 @@ bool passGate(const char* path)
 }
 
 // Two hours from now, so that none rings during a test.
-void setTime(AlarmDbData& alarm, time_t now)
+bool setTime(AlarmDbData& alarm, time_t now)
 {
-    const app::WallTime time = app::wallTime(now + 2 * 60 * 60);
+    const app::WallTime time = app::wallTime(now + 2L * 60 * 60);
     alarm.enable = 1;
     alarm.hour = time.hour;
     alarm.min = time.minute;
     app::setNextRing(alarm, now);
+    return true;
 }
 
 bool save(const std::string& name)
@@ -42,10 +43,11 @@ bool save(const std::string& name)
     alarm.name = name;
     const app::Saved result = app::addAlarm(alarm, setTime);
     const bool done = result == app::Saved::Yes;
-    if (done)
+    if (done) {
         printf("saved %d %d %d\n", alarm.id, alarm.modTime, alarm.alarm_mgr_id);
-    else
+    } else {
         printf("refused: %s\n", app::textOf(result));
+    }
     fflush(stdout);
     return done;
 }

@@ -175,7 +175,8 @@ def main():
         ymd = f"{{ {first.year}, {first.month}, {first.day} }}" if first else "{ 0, 0, 0 }"
         offset = datetime.fromtimestamp(expected, zone).strftime("%a %F %T %z")
         print(f"// {local} -> {offset}")
-        print(f'Case {{ "{name}", "{zone_id}", {now}, {{ {at.hour}, {at.minute}, {at.second} }},')
+        clock = f"{at.hour}, {at.minute}, {at.second}"
+        print(f'NextOccurrenceCase {{ "{name}", "{zone_id}", {now}, {{ {clock} }},')
         print(f"    {week_set}, {ymd}, {expected} }},")
 
 

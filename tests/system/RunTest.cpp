@@ -1,0 +1,125 @@
+#include "Command.h"
+#include "TempDir.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace fs = std::filesystem;
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+// The command ./run in a tree of its own, in which the build is this one.
+class RunTest : public testing::Test {
+protected:
+    RunTest()
+    {
+        for (const char* folder : { "scripts", "build", "scenarios" })
+            fs::create_directory(tree.file(folder));
+        fs::copy(SOURCE_DIR "/run", tree.file("run"));
+        fs::create_directory_symlink(BUILD_DIR, tree.file("build/release"));
+        writeScript("scripts/build", "");
+    }
+
+    void writeScript(const std::string& name, const std::string& text)
+    {
+        std::ofstream(tree.file(name)) << "#!/usr/bin/env bash\n" << text;
+        fs::permissions(tree.file(name), fs::perms::owner_all);
+    }
+
+    CommandResult run(const std::vector<std::string>& arguments)
+    {
+        // What the test is to log is not what the scenario's session does.
+        std::vector<std::string> command = { "env", "-u", "ALARM_HOST_LOG", tree.file("run") };
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return runCommand(command);
+    }
+
+    TempDir tree;
+};
+
+TEST_F(RunTest, ScenariosAreListedWithTheirPurpose)
+{
+    writeScript("scenarios/good", "# All is well.\n");
+
+    const CommandResult result = run({ "--list" });
+
+    EXPECT_EQ(0, result.status) << result.err;
+    EXPECT_EQ("good     All is well.\n", result.out);
+    EXPECT_THAT(runCommand({ SOURCE_DIR "/run", "--list" }).out, HasSubstr("road     The road of"));
+}
+
+TEST_F(RunTest, UnknownScenarioIsRefusedWithThoseThatAreKnown)
+{
+    writeScript("scenarios/good", "");
+    writeScript("scenarios/other", "");
+
+    for (const char* name : { "nonsense", "../run" }) {
+        const CommandResult result = run({ name });
+        EXPECT_EQ(2, result.status);
+        EXPECT_EQ("", result.out);
+        EXPECT_EQ("run: no scenario " + std::string(name) + "; there are: good other, and shell\n",
+            result.err);
+    }
+    const CommandResult two = run({ "good", "other" });
+    EXPECT_EQ(2, two.status);
+    EXPECT_THAT(two.err, StartsWith("usage: ./run "));
+}
+
+TEST_F(RunTest, HelpIsPrinted)
+{
+    const CommandResult result = run({ "--help" });
+
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.out, StartsWith("usage: ./run [SCENARIO]\n"));
+}
+
+TEST_F(RunTest, OutcomeOfAScenarioIsTheLastLine)
+{
+    writeScript("scenarios/good", "echo playing\necho it went well >&3\n");
+
+    const CommandResult result = run({ "good" });
+
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("playing\nPASS good: it went well\n", result.out);
+    EXPECT_EQ("", result.err);
+}
+
+TEST_F(RunTest, FailedScenarioSaysWhy)
+{
+    writeScript("scenarios/bad", "echo it went badly >&3\nexit 7\n");
+    writeScript("scenarios/silent", "exit 7\n");
+
+    const CommandResult bad = run({ "bad" });
+    EXPECT_EQ(1, bad.status);
+    EXPECT_EQ("FAIL bad: it went badly\n", bad.out);
+    const CommandResult silent = run({ "silent" });
+    EXPECT_EQ(1, silent.status);
+    EXPECT_EQ("FAIL silent: it ended with status 7\n", silent.out);
+}
+
+TEST_F(RunTest, FailedBuildFails)
+{
+    writeScript("scenarios/good", "echo it went well >&3\n");
+    writeScript("scripts/build", "exit 1\n");
+
+    const CommandResult result = run({ "good" });
+
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ("FAIL good: it does not build\n", result.out);
+}
+
+TEST_F(RunTest, RoadPasses)
+{
+    fs::copy(SOURCE_DIR "/scenarios/road", tree.file("scenarios/road"));
+
+    const CommandResult result = run({});
+
+    EXPECT_EQ(0, result.status) << result.out << result.err;
+    const std::string last = result.out.substr(result.out.rfind('\n', result.out.size() - 2) + 1);
+    EXPECT_THAT(
+        last, MatchesRegex("PASS road: rang [0-9]+ ms after [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\n"));
+    EXPECT_EQ("", result.err);
+}
