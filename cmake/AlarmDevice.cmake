@@ -8,7 +8,11 @@ pkg_check_modules(
     capi-appfw-app-common
     capi-appfw-app-control
     capi-appfw-preference
+    capi-base-utils-i18n
     dlog
+    elementary
+    ui-extension
     vconf)
+pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
 add_library(alarm-platform INTERFACE)
 target_link_libraries(alarm-platform INTERFACE PkgConfig::DEVICE)

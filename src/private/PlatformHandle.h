@@ -1,6 +1,8 @@
 #pragma once
 
 #include <app_control.h>
+#include <cstdlib>
+#include <glib.h>
 #include <sqlite3.h>
 
 /// Holds a handle of the platform, or none, and releases it once.
@@ -40,5 +42,7 @@ private:
 };
 
 using AppControl = PlatformHandle<app_control_h, app_control_destroy>;
+using GlibText = PlatformHandle<char*, g_free>;
+using HeapText = PlatformHandle<char*, free>;
 using SqliteText = PlatformHandle<char*, sqlite3_free>;
 using Statement = PlatformHandle<sqlite3_stmt*, sqlite3_finalize>;
