@@ -1,9 +1,11 @@
 #include "host/common/SettingsStore.h"
 
 #include "host/common/Bus.h"
+#include "host/common/CommitMark.h"
 #include "host/common/Session.h"
 
 #include <chrono>
+#include <map>
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <unistd.h>
@@ -87,17 +89,30 @@ void announce(const std::string& store, const std::string& key)
 } // namespace
 
 struct SettingsStore::Impl {
-    SQLite::Database& of(const std::string& store, const std::string& key)
+    // A file, and what has been read from it since it last changed.
+    struct Store {
+        Store(const std::string& file, const char* synchronous)
+            : database(openStore(file, synchronous))
+            , mark(database->getHandle())
+        {
+        }
+
+        std::unique_ptr<SQLite::Database> database;
+        CommitMark mark;
+        std::map<std::pair<std::string, std::string>, std::optional<SettingValue>> known;
+    };
+
+    Store& of(const std::string& store, const std::string& key)
     {
         if (!isSessionKey(store, key))
-            return *lasting;
+            return lasting;
         if (!session)
-            session = openStore(runtimePath() + "memory.db", "OFF");
+            session = std::make_unique<Store>(runtimePath() + "memory.db", "OFF");
         return *session;
     }
 
-    std::unique_ptr<SQLite::Database> lasting = openStore(homePath() + "settings.db", "FULL");
-    std::unique_ptr<SQLite::Database> session; // opened by the first use
+    Store lasting{ homePath() + "settings.db", "FULL" };
+    std::unique_ptr<Store> session; // opened by the first use
 };
 
 SettingsStore::SettingsStore()
@@ -115,19 +130,27 @@ SettingsStore& SettingsStore::session()
 
 std::optional<SettingValue> SettingsStore::read(const std::string& store, const std::string& key)
 {
+    Impl::Store& from = _impl->of(store, key);
+    if (from.mark.moved())
+        from.known.clear();
+    const auto found = from.known.find({ store, key });
+    if (found != from.known.end())
+        return found->second;
     SQLite::Statement query(
-        _impl->of(store, key), "SELECT type, value FROM setting WHERE store = ? AND key = ?");
+        *from.database, "SELECT type, value FROM setting WHERE store = ? AND key = ?");
     query.bind(1, store);
     query.bind(2, key);
-    if (!query.executeStep())
-        return std::nullopt;
-    return columnValue(query, 0, 1);
+    std::optional<SettingValue> value;
+    if (query.executeStep())
+        value = columnValue(query, 0, 1);
+    from.known.emplace(std::make_pair(store, key), value);
+    return value;
 }
 
 void SettingsStore::write(
     const std::string& store, const std::string& key, const SettingValue& value)
 {
-    SQLite::Statement insert(_impl->of(store, key),
+    SQLite::Statement insert(*_impl->of(store, key).database,
         "REPLACE INTO setting (store, key, type, value) VALUES (?, ?, ?, ?)");
     insert.bind(1, store);
     insert.bind(2, key);
@@ -140,7 +163,7 @@ void SettingsStore::write(
 bool SettingsStore::erase(const std::string& store, const std::string& key)
 {
     SQLite::Statement remove(
-        _impl->of(store, key), "DELETE FROM setting WHERE store = ? AND key = ?");
+        *_impl->of(store, key).database, "DELETE FROM setting WHERE store = ? AND key = ?");
     remove.bind(1, store);
     remove.bind(2, key);
     const bool erased = remove.exec() > 0;
@@ -153,8 +176,8 @@ std::vector<std::pair<std::string, SettingValue>> SettingsStore::list(const std:
 {
     std::vector<std::pair<std::string, SettingValue>> found;
     for (const char* probe : { "", "memory/" }) {
-        SQLite::Database& database = _impl->of(store, probe);
-        if (*probe && &database == _impl->lasting.get())
+        SQLite::Database& database = *_impl->of(store, probe).database;
+        if (*probe && &database == _impl->lasting.database.get())
             break;
         SQLite::Statement query(
             database, "SELECT key, type, value FROM setting WHERE store = ? ORDER BY key");

@@ -1,3 +1,4 @@
+#include "host/common/Session.h"
 #include "HostSession.h"
 #include "Probing.h"
 #include "TempDir.h"
@@ -152,6 +153,35 @@ TEST_F(SettingsTest, AnotherProcessSeesAValueAtOnce)
     int value = kUntouched;
     EXPECT_EQ(VCONF_OK, vconf_get_int("db/test/key", &value));
     EXPECT_EQ(5, value);
+}
+
+TEST_F(SettingsTest, AReadFollowsEveryWriteOfAnotherProcess)
+{
+    for (const char* key : { "db/test/followed", "memory/test/followed" }) {
+        for (int written = 0; written < 20; ++written) {
+            int value = kUntouched;
+            EXPECT_EQ(VCONF_ERROR, vconf_get_int(key, &value));
+            probe({ "set", "vconf", key, "int", std::to_string(written) });
+            EXPECT_EQ(VCONF_OK, vconf_get_int(key, &value));
+            EXPECT_EQ(written, value);
+            EXPECT_EQ(0, runCommand({ "hostctl", "key", "unset", key }).status);
+        }
+    }
+}
+
+TEST_F(SettingsTest, AReadFollowsAWriteFromOutsideThePlatform)
+{
+    session.setKey("db/test/key", "before");
+    EXPECT_EQ("before", textUnder("db/test/key"));
+
+    const std::string file = host::homePath() + "settings.db";
+    const char* const sql = "UPDATE setting SET value = 'after' WHERE key = 'db/test/key';"
+                            "PRAGMA wal_checkpoint(TRUNCATE);";
+    EXPECT_EQ(0, runCommand({ "sqlite3", file, sql }).status);
+
+    EXPECT_EQ("after", textUnder("db/test/key"));
+    session.setKey("db/test/key", "later");
+    EXPECT_EQ("later", textUnder("db/test/key"));
 }
 
 TEST_F(SettingsTest, MemoryKeysEndWithTheSession)
