@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -54,6 +55,8 @@ Identity readIdentity()
     }
     return { environment("ALARM_HOST_PACKAGE"), "" };
 }
+
+const char* const kZoneData = "/usr/share/zoneinfo/";
 
 // "Europe/Berlin" from ".../zoneinfo/Europe/Berlin"; empty when the link does not lead there.
 std::string zoneIdOfLink(const std::string& link)
@@ -113,6 +116,27 @@ std::string zoneId()
             return id;
     }
     return "UTC";
+}
+
+bool isZoneId(const std::string& id)
+{
+    if (id.empty() || id.front() == '/' || id.find("..") != std::string::npos)
+        return false;
+    const std::string file = kZoneData + id;
+    std::error_code error;
+    char magic[4] = {};
+    return fs::is_regular_file(file, error) && std::ifstream(file).read(magic, sizeof magic)
+        && std::string(magic, sizeof magic) == "TZif";
+}
+
+void setZoneId(const std::string& id)
+{
+    const std::string& link = zoneLinkPath();
+    const std::string made = link + ".new";
+    std::error_code error;
+    fs::remove(made, error);
+    fs::create_symlink(kZoneData + id, made);
+    fs::rename(made, link);
 }
 
 } // namespace host

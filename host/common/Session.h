@@ -31,6 +31,12 @@ const std::string& zoneLinkPath();
 /// when neither tells.
 std::string zoneId();
 
+/// Whether the zone data have that zone.
+bool isZoneId(const std::string& id);
+
+/// Points the zone link there, in one step. Throws std::system_error.
+void setZoneId(const std::string& id);
+
 /// Makes the directory with its parents, mode 0700. Throws std::system_error.
 void makeDirectory(const std::string& path);
 

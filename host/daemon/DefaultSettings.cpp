@@ -1,5 +1,6 @@
 #include "host/daemon/DefaultSettings.h"
 
+#include "host/common/Keys.h"
 #include "host/common/SettingsStore.h"
 
 #include <cstdlib>
@@ -10,17 +11,23 @@ namespace host {
 
 namespace {
 
-const char* const kStore = "vconf";
+const char* const kLocale = "en_US.UTF-8";
 
-// The session's locale for times, by the names that a locale is looked up under.
-std::string timeLocale()
+bool namesLanguage(const std::string& locale)
 {
-    for (const char* name : { "LC_ALL", "LC_TIME", "LANG" }) {
+    const std::string name = locale.substr(0, locale.find('.'));
+    return name != "C" && name != "POSIX";
+}
+
+// The session's locale for a category, by the names that a locale is looked up under.
+std::string localeOf(const char* category)
+{
+    for (const char* name : { "LC_ALL", category, "LANG" }) {
         const char* locale = getenv(name);
         if (locale && *locale)
-            return locale;
+            return namesLanguage(locale) ? locale : kLocale;
     }
-    return "en_US.UTF-8";
+    return kLocale;
 }
 
 } // namespace
@@ -30,16 +37,17 @@ void seedSettings()
     const std::vector<std::pair<const char*, SettingValue>> defaults = {
         { "memory/private/vap/conn_type", 0 },
         { "memory/wms/wmanager_connected", false },
-        { "db/menu_widget/regionformat", timeLocale() },
-        { "db/menu_widget/regionformat_time1224", 1 },
+        { kLanguageKey, localeOf("LC_MESSAGES") },
+        { kRegionFormatKey, localeOf("LC_TIME") },
+        { kClockKey, 1 },
         { "db/setting/sound/call/vibration_type", 0 },
         { "db/setting/sound/vibration_long_on", false },
         { "db/retailmode/enabled", 0 },
     };
     SettingsStore& settings = SettingsStore::session();
     for (const auto& [key, value] : defaults) {
-        if (!settings.read(kStore, key))
-            settings.write(kStore, key, value);
+        if (!settings.read(kDeviceStore, key))
+            settings.write(kDeviceStore, key, value);
     }
 }
 

@@ -17,6 +17,9 @@ const char* const kHelp
   hostctl key list
   hostctl preference [--package PACKAGE] get|set|unset|list ...
                                          the same for a package's preferences; the alarm's by default
+  hostctl locale LOCALE                  the language and region of texts, such as ko_KR
+  hostctl clock 12|24                    whether times are shown in 12 or 24 hours
+  hostctl zone ZONE                      the device's time zone, such as Asia/Seoul
   hostctl alarms [--json]                the registered alarms, the earliest first
   hostctl tray                           what the notification tray shows, the oldest first
   hostctl launch APPLICATION [--operation OPERATION] [--extra KEY=VALUE]...
@@ -34,6 +37,9 @@ void runCommand(const hostctl::Arguments& words)
     static const std::map<std::string, void (*)(const hostctl::Arguments&)> commands = {
         { "key", hostctl::key },
         { "preference", hostctl::preference },
+        { "locale", hostctl::locale },
+        { "clock", hostctl::clock },
+        { "zone", hostctl::zone },
         { "alarms", hostctl::alarms },
         { "tray", hostctl::tray },
         { "launch", hostctl::launch },

@@ -22,6 +22,9 @@ sdbus::IConnection& bus();
 
 void key(const Arguments& arguments);
 void preference(const Arguments& arguments);
+void locale(const Arguments& arguments);
+void clock(const Arguments& arguments);
+void zone(const Arguments& arguments);
 void alarms(const Arguments& arguments);
 void tray(const Arguments& arguments);
 void launch(const Arguments& arguments);

@@ -1,3 +1,4 @@
+#include "host/common/Keys.h"
 #include "host/common/SettingsStore.h"
 #include "host/tools/hostctl.h"
 
@@ -11,7 +12,6 @@ namespace {
 using host::SettingsStore;
 using host::SettingValue;
 
-const char* const kDeviceStore = "vconf";
 const char* const kAlarmPackage = "com.velmora.alarm";
 
 SettingValue parseInt(const std::string& text)
@@ -97,7 +97,7 @@ void run(const std::string& command, const std::string& store, const Arguments& 
 
 } // namespace
 
-void key(const Arguments& arguments) { run("key", kDeviceStore, arguments); }
+void key(const Arguments& arguments) { run("key", host::kDeviceStore, arguments); }
 
 void preference(const Arguments& arguments)
 {

@@ -73,12 +73,7 @@ std::optional<host::SettingValue> HostSession::preference(const std::string& key
     return host::SettingsStore::session().read(host::identity().package, key);
 }
 
-void HostSession::setZone(const std::string& id)
-{
-    const std::string& link = host::zoneLinkPath();
-    fs::create_symlink("/usr/share/zoneinfo/" + id, link + ".new");
-    fs::rename(link + ".new", link);
-}
+void HostSession::setZone(const std::string& id) { host::setZoneId(id); }
 
 std::vector<HostSession::Alarm> HostSession::alarms()
 {

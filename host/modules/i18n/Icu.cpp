@@ -1,6 +1,9 @@
 #include "Icu.h"
 
+#include "host/common/Session.h"
+
 #include <algorithm>
+#include <cstdlib>
 #include <unicode/uloc.h>
 
 namespace i18n {
@@ -19,6 +22,19 @@ int codeOf(UErrorCode status)
     default:
         return I18N_ERROR_UNKNOWN;
     }
+}
+
+// The session's zone, which ICU does not find behind a TZ that names a link. Another TZ counts, and
+// whatever it is then stays.
+static bool detectDefaultZone()
+{
+    const char* named = getenv("TZ");
+    UErrorCode status = U_ZERO_ERROR;
+    if (!named || std::string(named).find(host::zoneLinkPath()) != std::string::npos) {
+        const std::string id = host::zoneId();
+        ucal_setDefaultTimeZone(std::u16string(id.begin(), id.end()).c_str(), &status);
+    }
+    return U_SUCCESS(status);
 }
 
 std::string localeName(const char* locale) { return locale ? locale : uloc_getDefault(); }
@@ -42,6 +58,8 @@ std::u16string textOf(const i18n_uchar* text, int32_t length)
 Zone::Zone(const i18n_uchar* name, int32_t length)
     : isDefault(!name)
 {
+    static const bool detected = detectDefaultZone();
+    (void)detected;
     UErrorCode status = U_ZERO_ERROR;
     id = name ? textOf(name, length) : written(status, ucal_getDefaultTimeZone);
 }
