@@ -1,10 +1,10 @@
 #include "CommandLine.h"
 #include "Commands.h"
+#include "common/Language.h"
 #include "common/StoreFile.h"
 #include "Failure.h"
 #include "Help.h"
 
-#include <clocale>
 #include <cstdio>
 #include <Ecore.h>
 
@@ -26,8 +26,7 @@ void run(const std::vector<std::string>& arguments)
 
 int main(int argc, char** argv)
 {
-    // The alarms' texts are UTF-8, whatever the terminal's language.
-    setlocale(LC_CTYPE, "C.UTF-8");
+    app::useDeviceLanguage();
     app::waitOnBusyStore();
     ecore_init();
     int status = 0;

@@ -3,6 +3,7 @@
 #include "host/common/Handles.h"
 #include "host/common/Log.h"
 #include "host/common/Session.h"
+#include "Language.h"
 
 #include <app_common.h>
 #include <sdbus-c++/sdbus-c++.h>
@@ -31,6 +32,7 @@ int Application::run()
 {
     if (host::identity().application.empty())
         return APP_ERROR_INVALID_CONTEXT;
+    const Language language;
     Ecore_Event_Handler* signals
         = ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, _signalCb, this);
     int result = APP_ERROR_INVALID_CONTEXT;

@@ -1,0 +1,53 @@
+#include "Language.h"
+
+#include "host/common/Keys.h"
+#include "host/common/Log.h"
+#include "host/common/SettingsStore.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <exception>
+#include <string>
+#include <utils_i18n.h>
+#include <vconf.h>
+
+namespace {
+
+// Without its character set; empty when the setting is unset.
+std::string localeUnder(const char* key)
+{
+    const std::unique_ptr<char, void (*)(void*)> value(vconf_get_str(key), free);
+    const std::string locale = value ? value.get() : "";
+    return locale.substr(0, locale.find('.'));
+}
+
+// gettext goes by LANGUAGE in any locale but "C", so the machine needs no locales of its own.
+// English comes last, for a text that the language does not have.
+void adopt()
+{
+    const std::string language = localeUnder(host::kLanguageKey);
+    setenv("LANGUAGE", (language.empty() ? "en" : language + ":en").c_str(), 1);
+    setlocale(
+        LC_MESSAGES, "C"); // so that the next makes gettext forget the texts that it has found
+    setlocale(LC_ALL, "C.UTF-8");
+    const std::string region = localeUnder(host::kRegionFormatKey);
+    if (!region.empty())
+        (void)i18n_ulocale_set_default(region.c_str());
+}
+
+} // namespace
+
+Language::Language()
+{
+    adopt();
+    try {
+        _watch = host::SettingsStore::session().watch(
+            [](const std::string& store, const std::string& key) {
+                if (store == host::kDeviceStore
+                    && (key == host::kLanguageKey || key == host::kRegionFormatKey))
+                    adopt();
+            });
+    } catch (const std::exception& error) {
+        host::logWarning(std::string("The language is not followed: ") + error.what());
+    }
+}
