@@ -6,6 +6,7 @@
 //
 // and does what the request's other extras say, in this order:
 //
+//   show     writes "shows", the text of this message id of the alarm's, and ICU's default locale
 //   reply    replies with this text as extra "text"; twice, so that the second is seen to be
 //            nothing
 //   caller   writes "caller <application id or error code>"
@@ -24,10 +25,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <libintl.h>
 #include <memory>
 #include <service_app.h>
 #include <string>
 #include <unistd.h>
+#include <utils_i18n.h>
 
 namespace {
 
@@ -98,6 +101,15 @@ void reply(app_control_h request, const std::string& text)
     app_control_destroy(answer);
 }
 
+void show(const std::string& message)
+{
+    const char* const domain = "alarm-merid";
+    bindtextdomain(domain, (host::homePath() + "ro/com.velmora.alarm/res/locale").c_str());
+    const char* locale = "";
+    i18n_ulocale_get_default(&locale);
+    note(std::string("shows ") + dgettext(domain, message.c_str()) + " " + locale);
+}
+
 bool createCb(void*)
 {
     if (isAsked("refuse")) {
@@ -117,6 +129,8 @@ void terminateCb(void*) { note("terminate"); }
 void requestCb(app_control_h request, void*)
 {
     note("request " + operation(request) + " " + extra(request, "text"));
+    if (!extra(request, "show").empty())
+        show(extra(request, "show"));
     if (!extra(request, "reply").empty())
         reply(request, extra(request, "reply"));
     if (!extra(request, "caller").empty())

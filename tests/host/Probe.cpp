@@ -11,6 +11,8 @@
 //   count STORE PREFIX N FROM        writes FROM.. under PREFIX0..PREFIX(N-1), then a line "done"
 //   flip STORE KEY                   writes two values of two types in turn, until it is killed
 //   failures                         what the calls answer that find no readable store
+//   color CODE                       the theme's red green blue alpha, or "none"
+//   icu-time SECONDS                 HH:mm of that instant in ICU's default zone
 //   alarm ID                         alarm_cancel's code
 //   schedule APPLICATION             the code of an alarm's registration, and whether it gave an id
 //
@@ -30,7 +32,9 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <ui_extension.h>
 #include <unistd.h>
+#include <utils_i18n.h>
 #include <vconf.h>
 #include <vector>
 
@@ -171,6 +175,32 @@ void printFailures(const Arguments&)
         number == kUntouched && existing ? "untouched" : "touched");
 }
 
+void printColor(const Arguments& arguments)
+{
+    int red = 0;
+    int green = 0;
+    int blue = 0;
+    int alpha = 0;
+    if (uxt_theme_get_color(arguments.at(1).c_str(), &red, &green, &blue, &alpha))
+        printf("%d %d %d %d", red, green, blue, alpha);
+    else
+        printf("none");
+}
+
+void printIcuTime(const Arguments& arguments)
+{
+    const i18n_uchar pattern[] = { 'H', 'H', ':', 'm', 'm', 0 };
+    i18n_udate_format_h format = nullptr;
+    i18n_udate_create(
+        I18N_UDATE_PATTERN, I18N_UDATE_PATTERN, "en_GB", nullptr, 0, pattern, -1, &format);
+    i18n_uchar wide[16] = {};
+    char text[16] = {};
+    int32_t length = 0;
+    i18n_udate_format_date(format, std::stod(arguments.at(1)) * 1000, wide, 16, nullptr, &length);
+    i18n_udate_destroy(format);
+    printf("%s", i18n_ustring_copy_au_n(text, wide, 16));
+}
+
 void cancelAlarm(const Arguments& arguments)
 {
     printf("%d", alarm_cancel(std::stoi(arguments.at(1))));
@@ -206,6 +236,8 @@ int main(int argc, char** argv)
         { "count", count },
         { "flip", flip },
         { "failures", printFailures },
+        { "color", printColor },
+        { "icu-time", printIcuTime },
         { "alarm", cancelAlarm },
         { "schedule", scheduleAlarm },
     };

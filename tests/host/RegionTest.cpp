@@ -1,0 +1,197 @@
+#include "Command.h"
+#include "EchoFixture.h"
+#include "host/common/Session.h"
+#include "Probing.h"
+#include "TempDir.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <vconf.h>
+
+namespace {
+
+const char* const kTurnOff = "WDS_ORVSUG_BUTTON_TURN_OFF_ABB4";
+
+std::string setting(const char* key)
+{
+    const std::unique_ptr<char, void (*)(void*)> text(vconf_get_str(key), free);
+    return text ? text.get() : "unset";
+}
+
+int clockSetting()
+{
+    int clock = 0;
+    vconf_get_int("db/menu_widget/regionformat_time1224", &clock);
+    return clock;
+}
+
+int hourAt(time_t instant)
+{
+    tm local = {};
+    tzset();
+    localtime_r(&instant, &local);
+    return local.tm_hour;
+}
+
+// Expects one clear line, wrong usage, and nothing changed.
+void expectRefused(const std::vector<std::string>& words, const std::string& line)
+{
+    const std::string before = runCommand({ "hostctl", "key", "list" }).out + host::zoneId();
+    std::vector<std::string> command = { "hostctl" };
+    command.insert(command.end(), words.begin(), words.end());
+
+    const CommandResult result = runCommand(command);
+
+    EXPECT_EQ(2, result.status);
+    EXPECT_EQ("hostctl: " + line + "\n", result.err);
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ(before, runCommand({ "hostctl", "key", "list" }).out + host::zoneId());
+}
+
+void run(const std::vector<std::string>& command)
+{
+    const CommandResult result = runCommand(command);
+    EXPECT_EQ(0, result.status) << result.err;
+    EXPECT_EQ("", result.out);
+}
+
+class RegionTest : public EchoFixture {
+protected:
+    // What the application shows, asked until it is that: a running one follows by and by.
+    void expectShown(const std::string& text)
+    {
+        EXPECT_TRUE(session.waitFor([&] {
+            launch(kEcho, "ask", { { "show", kTurnOff } });
+            return echo.count("shows " + text) > 0;
+        })) << text;
+    }
+};
+
+} // namespace
+
+TEST_F(RegionTest, ALocaleIsLanguageAndRegion)
+{
+    for (const char* locale : { "ko_KR", "en_GB.UTF-8", "fa_IR", "zh_Hans_CN", "de", "es_419" }) {
+        run({ "hostctl", "locale", locale });
+        const std::string name = std::string(locale).substr(0, std::string(locale).find('.'));
+        EXPECT_EQ(name + ".UTF-8", setting("db/menu_widget/language"));
+        EXPECT_EQ(name + ".UTF-8", setting("db/menu_widget/regionformat"));
+    }
+}
+
+TEST_F(RegionTest, AClockHas12Or24Hours)
+{
+    run({ "hostctl", "clock", "24" });
+    EXPECT_EQ(2, clockSetting());
+    run({ "hostctl", "clock", "12" });
+    EXPECT_EQ(1, clockSetting());
+}
+
+TEST_F(RegionTest, AZoneIsThatOfTheSession)
+{
+    for (const char* zone : { "Asia/Seoul", "America/Argentina/Ushuaia", "UTC", "Asia/Seoul" }) {
+        run({ "hostctl", "zone", zone });
+        EXPECT_EQ(zone, host::zoneId());
+        EXPECT_EQ("/usr/share/zoneinfo/" + std::string(zone),
+            std::filesystem::read_symlink(getenv("ALARM_HOST_LOCALTIME")));
+    }
+}
+
+TEST_F(RegionTest, BadValuesAreRefused)
+{
+    const std::string noLocale = " is no locale; it must be a language and a region, such as ko_KR";
+    for (const char* locale : { "", "C", "POSIX", "korean", "ko_kr", "ko-KR", "ko_KR.EUC-KR" })
+        expectRefused({ "locale", locale }, "\"" + std::string(locale) + "\"" + noLocale);
+    expectRefused({ "locale" }, "it must be locale LOCALE, such as locale ko_KR");
+    expectRefused({ "locale", "ko", "KR" }, "it must be locale LOCALE, such as locale ko_KR");
+    for (const char* clock : { "", "13", "12h", "024" }) {
+        expectRefused(
+            { "clock", clock }, "\"" + std::string(clock) + "\" is no clock; it must be 12 or 24");
+    }
+    expectRefused({ "clock" }, "it must be clock 12 or clock 24");
+    for (const char* zone : { "", "Seoul", "Asia", "Asia/", "../../../etc/passwd", "zone.tab",
+             "/usr/share/zoneinfo/Asia/Seoul" }) {
+        expectRefused({ "zone", zone },
+            "there is no zone \"" + std::string(zone)
+                + "\"; it must be one of the zone data's, such as Asia/Seoul");
+    }
+    expectRefused({ "zone" }, "it must be zone ZONE, such as zone Asia/Seoul");
+}
+
+TEST_F(RegionTest, TheHelpNamesThem)
+{
+    const std::string help = runCommand({ "hostctl", "--help" }).out;
+    for (const char* command :
+        { "hostctl locale LOCALE", "hostctl clock 12|24", "hostctl zone ZONE" })
+        EXPECT_NE(std::string::npos, help.find(command)) << command;
+}
+
+TEST_F(RegionTest, ARunningProcessFollowsTheZone)
+{
+    const time_t instant = 1000000000; // 01:46:40 UTC
+    for (int round = 0; round < 3; ++round) {
+        run({ "hostctl", "zone", "Asia/Seoul" });
+        EXPECT_EQ(10, hourAt(instant));
+        run({ "hostctl", "zone", "Europe/Berlin" });
+        EXPECT_EQ(3, hourAt(instant));
+    }
+    tm wall = {};
+    wall.tm_year = 101;
+    wall.tm_mon = 8;
+    wall.tm_mday = 9;
+    wall.tm_hour = 3;
+    wall.tm_min = 46;
+    wall.tm_sec = 40;
+    wall.tm_isdst = -1;
+    EXPECT_EQ(instant, mktime(&wall));
+}
+
+TEST_F(RegionTest, AProcessThatForgetsItsZoneHasTheSessions)
+{
+    const time_t instant = 1000000000;
+    for (const char* zone : { "Asia/Seoul", "America/New_York" }) {
+        run({ "hostctl", "zone", zone });
+        const int hour = hourAt(instant);
+        EXPECT_EQ(std::string(zone) == "Asia/Seoul" ? 10 : 21, hour);
+        setenv("TZ", "Asia/Kolkata", 1);
+        EXPECT_EQ(7, hourAt(instant));
+        EXPECT_STREQ("Asia/Kolkata", getenv("TZ"));
+        unsetenv("TZ");
+        EXPECT_EQ(hour, hourAt(instant));
+        unsetenv("TZ");
+        EXPECT_EQ(hour, hourAt(instant));
+    }
+}
+
+TEST_F(RegionTest, IcusDefaultZoneIsTheSessions)
+{
+    run({ "hostctl", "zone", "America/New_York" });
+    EXPECT_EQ("21:46", probe({ "icu-time", "1000000000" }));
+    EXPECT_EQ("10:46", probe({ "icu-time", "1000000000" }, { { "TZ", "Asia/Seoul" } }));
+    EXPECT_EQ("21:46", probe({ "icu-time", "1000000000" }, { { "TZ", std::nullopt } }));
+}
+
+TEST_F(RegionTest, AnApplicationSpeaksTheDevicesLanguage)
+{
+    run({ "hostctl", "locale", "de_DE" });
+    expectShown("Ausschalten de_DE");
+    run({ "hostctl", "locale", "zh_CN" });
+    expectShown("关闭 zh_CN");
+    run({ "hostctl", "locale", "pt_BR" });
+    expectShown("Desativar pt_BR");
+}
+
+TEST_F(RegionTest, ALanguageWithoutTextsSpeaksEnglish)
+{
+    for (const char* locale : { "en_US", "eu_ES", "zh_TW" }) {
+        run({ "hostctl", "locale", locale });
+        expectShown("Turn off " + std::string(locale));
+    }
+    run({ "hostctl", "key", "unset", "db/menu_widget/language" });
+    run({ "hostctl", "key", "set", "db/menu_widget/regionformat", "str", "fr_FR.UTF-8" });
+    expectShown("Turn off fr_FR");
+}
