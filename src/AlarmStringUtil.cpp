@@ -198,8 +198,7 @@ std::string regionDigits(int count)
 
 std::string countText(const char* message, int count)
 {
-    const std::string text
-        = dngettext(kTextDomain, message, message, static_cast<unsigned long>(count));
+    std::string text = dngettext(kTextDomain, message, message, static_cast<unsigned long>(count));
     if (!AlarmStringUtil::_checkNumberFormat(text.c_str(), "%d"))
         return text;
     // A stand-in for the number, so that a translation is never a format of printf.
@@ -317,6 +316,7 @@ std::string AlarmStringUtil::replaceString(
     return text;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 void AlarmStringUtil::getAlertTimeOffset(AlarmDbData alarm, int& days, int& hours, int& minutes)
 {
     const time_t now = time(nullptr);
@@ -364,6 +364,7 @@ void AlarmStringUtil::generateAlertOffsetToastPopupText(
     LOG_CRITICAL("text in = %s", out.c_str());
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 void AlarmStringUtil::getAlarmTimeString(AlarmDbData alarm, std::string& out)
 {
     const long time = AlarmIcuDataModel::verifyExistingTimeForDst(alarm);
@@ -391,6 +392,7 @@ void AlarmStringUtil::getAlarmTimeString(AlarmDbData alarm, std::string& out)
     out = cutText(out, kTimeSize);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 void AlarmStringUtil::getAlarmDateRepeatString(AlarmDbData alarm, std::string& out, bool markup)
 {
     if (alarm.repeat_once != 0) {
@@ -449,6 +451,7 @@ bool AlarmStringUtil::_checkNumberFormat(const char* text, const char* pattern)
     return strstr(text, pattern) != nullptr;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 std::string AlarmStringUtil::base64Decode(std::string in)
 {
     gsize size = 0;

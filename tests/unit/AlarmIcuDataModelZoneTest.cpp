@@ -29,7 +29,7 @@ protected:
     static std::string zone()
     {
         char* text = AlarmIcuDataModel::getCurrentTimeZone();
-        const std::string result = text;
+        std::string result = text;
         free(text);
         return result;
     }

@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 struct Offset {

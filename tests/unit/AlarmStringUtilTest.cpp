@@ -43,7 +43,7 @@ protected:
     static std::string number(int n)
     {
         char* text = AlarmStringUtil::changeNumberToString(n);
-        const std::string result = text ? text : "(null)";
+        std::string result = text ? text : "(null)";
         free(text);
         return result;
     }

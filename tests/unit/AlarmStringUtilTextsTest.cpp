@@ -51,7 +51,7 @@ protected:
     std::string part(int position, bool markup) const
     {
         char* text = AlarmStringUtil::_setAlarmRepeatPartText(alarm, position, markup);
-        const std::string result = text;
+        std::string result = text;
         free(text);
         return result;
     }
