@@ -15,14 +15,26 @@ static char* packagePath(const char* area, const char* folder, bool make)
         if (package.empty())
             return nullptr;
         const std::string path = host::homePath() + area + package + folder;
-        if (make)
+        if (make) {
             host::makeDirectory(path);
-        if (!std::filesystem::is_directory(path))
+        } else if (!std::filesystem::is_directory(path)) {
             return nullptr;
+        }
         return strdup(path.c_str());
     } catch (const std::exception&) {
         return nullptr;
     }
+}
+
+// A folder of the installed package, which is not taken away while the package runs.
+static char* installedPath(const char* folder, std::string& found)
+{
+    if (!found.empty())
+        return strdup(found.c_str());
+    char* path = packagePath("ro/", folder, false);
+    if (path)
+        found = path;
+    return path;
 }
 
 extern "C" int app_get_id(char** id)
@@ -41,11 +53,16 @@ extern "C" int app_get_id(char** id)
 
 extern "C" char* app_get_data_path(void) { return packagePath("rw/", "/data/", true); }
 
-extern "C" char* app_get_resource_path(void) { return packagePath("ro/", "/res/", false); }
+extern "C" char* app_get_resource_path(void)
+{
+    static std::string found;
+    return installedPath("/res/", found);
+}
 
 extern "C" char* app_get_shared_resource_path(void)
 {
-    return packagePath("ro/", "/shared/res/", false);
+    static std::string found;
+    return installedPath("/shared/res/", found);
 }
 
 extern "C" char* app_get_shared_trusted_path(void)
