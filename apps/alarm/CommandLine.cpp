@@ -96,6 +96,8 @@ private:
             _line.alarm.off = true;
         } else if (argument == "--json") {
             _line.json = true;
+        } else if (argument == "--plain") {
+            _line.plain = true;
         } else if (argument == "--help" || argument == "-h") {
             _line.help = true;
         } else {

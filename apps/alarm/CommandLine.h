@@ -27,6 +27,7 @@ struct CommandLine {
     std::optional<int> id;
     AlarmOptions alarm;
     bool json = false;
+    bool plain = false; ///< texts are the same in every language
     bool help = false;
 };
 

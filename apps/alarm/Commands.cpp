@@ -63,6 +63,7 @@ void setRingIn(AlarmDbData& alarm, time_t instant)
 {
     const app::WallTime time = app::wallTime(instant);
     alarm.stime = static_cast<int>(instant);
+    alarm.timezone = app::deviceZone();
     alarm.hour = time.hour;
     alarm.min = time.minute;
     alarm.count = 0;
@@ -122,7 +123,8 @@ void add(const CommandLine& line)
     check(app::addAlarm(alarm,
               [&line](AlarmDbData& made, time_t now) { return apply(line.alarm, made, now); }),
         alarm.id);
-    printResult(line, alarm, alarmForecast(alarm, time(nullptr)));
+    const time_t now = time(nullptr);
+    printResult(line, alarm, line.plain ? alarmForecast(alarm, now) : alarmSetText(alarm, now));
 }
 
 void change(const CommandLine& line, const app::Edit& edit)
@@ -162,7 +164,8 @@ void list(const CommandLine& line)
 {
     const std::vector<AlarmDbData> alarms = app::allAlarms();
     const time_t now = time(nullptr);
-    print(line.json ? alarmsJson(alarms, now) + '\n' : alarmTable(alarms, now, terminalColumns()));
+    print(line.json ? alarmsJson(alarms, now) + '\n'
+                    : alarmTable(alarms, now, terminalColumns(), line.plain));
 }
 
 void show(const CommandLine& line)
@@ -200,8 +203,9 @@ void watch(const CommandLine& line) { watchAlarms(line.json); }
 const Command kCommands[] = {
     { "add", false, true, add, "alarm add TIME|--in TIME [OPTION...]: a new alarm\n" },
     { "list", false, false, list,
-        "alarm list [--json]: all alarms by time of day, in a table that cuts long names, or as a\n"
-        "JSON array\n" },
+        "alarm list [--json|--plain]: all alarms by time of day, in a table that cuts long names,\n"
+        "or as a JSON array. Times and days are as the device's language and region have them;\n"
+        "with --plain they are the same everywhere\n" },
     { "show", true, false, show, "alarm show ID [--json]: everything about an alarm\n" },
     { "edit", true, true, edit,
         "alarm edit ID [TIME] [OPTION...]: changes what is given, and registers the alarm\n"

@@ -32,6 +32,7 @@ const char* const kAlarmOptions = R"(
   --snooze 0|1    whether it can be snoozed, which is for 5 minutes and 3 times; 1 for a new alarm
   --off           switched off
   --json          prints the alarm as JSON
+  --plain         says when it rings in words that are the same in every language
 )";
 
 } // namespace

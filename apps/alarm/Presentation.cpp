@@ -2,6 +2,7 @@
 
 #include "common/AlarmTime.h"
 #include "common/Alert.h"
+#include "LocalText.h"
 #include "Text.h"
 #include "Values.h"
 
@@ -148,14 +149,25 @@ std::string alarmForecast(const AlarmDbData& alarm, time_t now)
     return subject + " rings " + instantText(instant) + ", in " + durationText(instant - now);
 }
 
-std::string alarmTable(const std::vector<AlarmDbData>& alarms, time_t now, size_t columns)
+std::string alarmSetText(const AlarmDbData& alarm, time_t now)
+{
+    const std::string toast = alarm.enable ? localToast(alarm) : "";
+    if (toast.empty())
+        return alarmForecast(alarm, now);
+    return "alarm " + std::to_string(alarm.id) + ": " + toast;
+}
+
+std::string alarmTable(
+    const std::vector<AlarmDbData>& alarms, time_t now, size_t columns, bool plain)
 {
     if (alarms.empty())
         return "no alarms\n";
     std::vector<Row> rows = { { "ID", "TIME", "DAYS", "STATE", "NEXT", "NAME" } };
     for (const AlarmDbData& alarm : alarms) {
-        rows.push_back({ std::to_string(alarm.id), clockText(alarm.hour, alarm.min), daysOf(alarm),
-            stateOf(alarm, now), nextText(alarm, now), "" });
+        rows.push_back({ std::to_string(alarm.id),
+            plain ? clockText(alarm.hour, alarm.min) : localTimeText(alarm),
+            plain ? daysOf(alarm) : localDaysText(alarm), stateOf(alarm, now), nextText(alarm, now),
+            "" });
     }
 
     const std::string head = tableText(rows);

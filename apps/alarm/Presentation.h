@@ -14,11 +14,17 @@ std::string alarmsJson(const std::vector<AlarmDbData>& alarms, time_t now);
 /// "3  07:30  mon-fri  on  Gym"
 std::string alarmLine(const AlarmDbData& alarm, time_t now);
 
+/// "alarm 3: Alarm set for 9 hours 12 minutes from now." in the device's language; the forecast
+/// when it is off, or rings within a minute.
+std::string alarmSetText(const AlarmDbData& alarm, time_t now);
+
 /// "alarm 3 rings Tue 22 Nov 07:30, in 9 h 12 min", "alarm 3 is ringing" or "alarm 3 is off"
 std::string alarmForecast(const AlarmDbData& alarm, time_t now);
 
 /// A table of lines with their ends, for a terminal of so many columns; names are cut to fit.
-std::string alarmTable(const std::vector<AlarmDbData>& alarms, time_t now, size_t columns);
+/// Plain: times and days are the same in every language and region.
+std::string alarmTable(
+    const std::vector<AlarmDbData>& alarms, time_t now, size_t columns, bool plain);
 
 /// A line with its end for each thing to know.
 std::string alarmDetails(const AlarmDbData& alarm, time_t now);

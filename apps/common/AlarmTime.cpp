@@ -1,7 +1,9 @@
 #include "common/AlarmTime.h"
 
 #include <AlarmDbData.h>
+#include <AlarmIcuDataModel.h>
 #include <algorithm>
+#include <cstdlib>
 
 namespace app {
 
@@ -57,6 +59,14 @@ WallTime registeredTime(const AlarmDbData& alarm)
 }
 
 } // namespace
+
+std::string deviceZone()
+{
+    char* zone = AlarmIcuDataModel::getCurrentTimeZone();
+    std::string id = zone;
+    free(zone);
+    return id;
+}
 
 tm localTime(time_t instant)
 {
@@ -128,6 +138,7 @@ void setNextRing(AlarmDbData& alarm, time_t now)
     const int weekdays = alarm.repeat_once ? 0 : alarm.repeatWeekly;
     const time_t instant = nextInstant(now, { alarm.hour, alarm.min, 0 }, weekdays);
     alarm.stime = static_cast<int>(instant);
+    alarm.timezone = deviceZone();
     alarm.count = 0;
     if (alarm.repeat_once)
         alarm.repeatWeekly = weekdayBit(instant);

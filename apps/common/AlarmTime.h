@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ctime>
+#include <string>
 
 struct AlarmDbData;
 
@@ -16,6 +17,9 @@ struct WallTime {
     int minute = 0;
     int second = 0;
 };
+
+/// The device's zone, such as "Europe/Berlin".
+std::string deviceZone();
 
 /// The zone's broken-down time of the instant.
 tm localTime(time_t instant);
@@ -44,8 +48,8 @@ time_t upcomingInstant(const AlarmDbData& alarm, time_t now);
 /// When the alarm that rings at now came due.
 time_t ringingInstant(const AlarmDbData& alarm, time_t now);
 
-/// Prepares the alarm for its next hour:min after now: stime, no snoozes taken, and for a one-shot
-/// the weekday on which it rings.
+/// Prepares the alarm for its next hour:min after now: stime in the device's zone, no snoozes
+/// taken, and for a one-shot the weekday on which it rings.
 void setNextRing(AlarmDbData& alarm, time_t now);
 
 } // namespace app

@@ -67,7 +67,7 @@ class AlarmCommandTest : public CommandStory {};
 
 TEST_F(AlarmCommandTest, AddStoresAndRegisters)
 {
-    EXPECT_THAT(alarmOutput({ "add", "07:30", "--days", "mon-fri", "--name", "Gym" }),
+    EXPECT_THAT(alarmOutput({ "add", "07:30", "--days", "mon-fri", "--name", "Gym", "--plain" }),
         MatchesRegex("alarm 1 rings ... .. ... 07:30, in .*\n"));
 
     EXPECT_EQ("7 30 0 62 1 Gym 1 10 3 1 2",
@@ -144,7 +144,7 @@ TEST_F(AlarmCommandTest, ListIsATableByTimeOfDay)
     alarmOutput({ "add", "22:15", "--days", "mon,wed,fri", "--off", "--name", "日本語" });
     alarmOutput({ "add", "06:00", "--days", "daily", "--off", "--name", repeated("⏰", 100) });
 
-    EXPECT_THAT(linesOf(alarmOutput({ "list" })),
+    EXPECT_THAT(linesOf(alarmOutput({ "list", "--plain" })),
         ElementsAre("ID  TIME   DAYS         STATE  NEXT  NAME",
             "2   06:00  daily        off    -     " + repeated("⏰", 31) + "…",
             "1   22:15  mon,wed,fri  off    -     日本語"));

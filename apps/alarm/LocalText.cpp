@@ -1,0 +1,62 @@
+#include "LocalText.h"
+
+#include "common/AlarmTime.h"
+
+#include <AlarmStringUtil.h>
+
+namespace {
+
+const std::string kChosen = "<color=#623a9eff>";
+const std::string kOther = "<color=#4f4f4f99>";
+const std::string kEnd = "</color>";
+
+// One made before records had a zone is of the device's.
+AlarmDbData withZone(AlarmDbData alarm)
+{
+    if (alarm.timezone.empty())
+        alarm.timezone = app::deviceZone();
+    return alarm;
+}
+
+std::string lettersOf(const std::string& row)
+{
+    std::string text;
+    for (size_t at = 0; (at = row.find("<color=", at)) != std::string::npos;) {
+        const bool chosen = row.compare(at, kChosen.size(), kChosen) == 0;
+        const size_t begin = at + (chosen ? kChosen : kOther).size();
+        at = row.find(kEnd, begin);
+        text += text.empty() ? "" : " ";
+        text += chosen ? row.substr(begin, at - begin) : "\xC2\xB7";
+    }
+    return text;
+}
+
+} // namespace
+
+std::string localTimeText(const AlarmDbData& alarm)
+{
+    std::string text;
+    AlarmStringUtil::getAlarmTimeString(withZone(alarm), text);
+    return text;
+}
+
+std::string localDaysText(const AlarmDbData& alarm)
+{
+    std::string text;
+    AlarmStringUtil::getAlarmDateRepeatString(withZone(alarm), text, alarm.repeat_once == 0);
+    return alarm.repeat_once ? text : lettersOf(text);
+}
+
+std::string localToast(const AlarmDbData& alarm)
+{
+    int days = 0;
+    int hours = 0;
+    int minutes = 0;
+    AlarmStringUtil::getAlertTimeOffset(alarm, days, hours, minutes);
+    std::string text;
+    if (days > 0 || hours > 0 || minutes > 0) {
+        AlarmStringUtil::_initTextDomain();
+        AlarmStringUtil::generateAlertOffsetToastPopupText(days, hours, minutes, text);
+    }
+    return text;
+}
