@@ -127,6 +127,14 @@ TEST_F(AlertOffsetTest, SpringForwardNeedsAStartTimeAheadOfNow)
     EXPECT_EQ((Offset{ 0, 7, 0 }), offsetOf(stale));
 }
 
+TEST_F(AlertOffsetTest, AStartTimeOfLastSummerDoesNotCountInWinter)
+{
+    setNow("Europe/Berlin", 1705294800); // Mon 2024-01-15 06:00
+    const AlarmDbData stale = alarmAt(7, 30, 127, 1690867800);
+
+    EXPECT_EQ((Offset{ 0, 1, 30 }), offsetOf(stale));
+}
+
 TEST_F(AlertOffsetTest, RepeatingAlarmOfTodayCountsOnFromTheGivenDays)
 {
     setNow("Europe/Berlin", 1715659200); // Tue 2024-05-14 06:00
