@@ -10,6 +10,18 @@ function(host_module)
     target_link_libraries(alarm-host PRIVATE host-${arg_NAME} ${arg_LIBRARIES})
 endfunction()
 
+# What a module loads when it is needed first, as host::engineFunction finds it.
+function(host_engine)
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBRARIES")
+    add_library(host-${arg_NAME}-engine MODULE ${arg_SOURCES})
+    set_target_properties(
+        host-${arg_NAME}-engine PROPERTIES PREFIX "" OUTPUT_NAME alarm-host-${arg_NAME}
+                                           LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+    target_link_libraries(host-${arg_NAME}-engine PRIVATE alarm-build alarm-platform host-common
+                                                          ${arg_LIBRARIES})
+    add_dependencies(alarm-host host-${arg_NAME}-engine)
+endfunction()
+
 # C++ code for both ends of a D-Bus interface, as <interface>-proxy.h and <interface>-adaptor.h.
 function(host_dbus_interface interface)
     set(xml ${CMAKE_CURRENT_SOURCE_DIR}/${interface}.xml)

@@ -2,7 +2,10 @@
 #include "host/common/Log.h"
 #include "host/daemon/AlarmService.h"
 #include "host/daemon/DefaultSettings.h"
+#include "host/daemon/FocusService.h"
 #include "host/daemon/TrayService.h"
+#include "host/daemon/VibrationService.h"
+#include "host/daemon/VolumeService.h"
 
 #include <cstdio>
 #include <Ecore.h>
@@ -49,6 +52,9 @@ int main()
         seedSettingsIfPossible();
         host::AlarmService alarms;
         host::TrayService tray(alarms.schedule());
+        host::FocusService focus;
+        host::VibrationService vibration;
+        host::VolumeService volume;
         // Last, so that whoever sees the name is answered.
         takeName();
         alarms.start();

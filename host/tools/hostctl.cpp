@@ -24,6 +24,14 @@ const char* const kHelp
   hostctl tray                           what the notification tray shows, the oldest first
   hostctl launch APPLICATION [--operation OPERATION] [--extra KEY=VALUE]...
                                          starts an application, or hands the request to a running one
+  hostctl volume get TYPE                the level of a kind of sound, such as alarm: 0 to 15
+  hostctl volume set TYPE LEVEL
+  hostctl record start|stop              another application's recording from the microphone
+  hostctl focus take|release --reason REASON
+                                         another application's sound focus, such as a call
+  hostctl vibration --watch              prints what the vibrator does, until it is interrupted
+  hostctl device --speaker|--no-speaker|--show
+                                         what the device is made with
   hostctl supervise                      keeps hostd running until the session ends
 
 Exit status: 0 done, 1 failed, 2 wrong usage.
@@ -43,6 +51,11 @@ void runCommand(const hostctl::Arguments& words)
         { "alarms", hostctl::alarms },
         { "tray", hostctl::tray },
         { "launch", hostctl::launch },
+        { "volume", hostctl::volume },
+        { "record", hostctl::record },
+        { "focus", hostctl::focus },
+        { "vibration", hostctl::vibration },
+        { "device", hostctl::device },
         { "supervise", hostctl::supervise },
     };
     if (words.empty())

@@ -29,5 +29,10 @@ void alarms(const Arguments& arguments);
 void tray(const Arguments& arguments);
 void launch(const Arguments& arguments);
 void supervise(const Arguments& arguments);
+void volume(const Arguments& arguments);
+void vibration(const Arguments& arguments);
+void device(const Arguments& arguments);
+void record(const Arguments& arguments);
+void focus(const Arguments& arguments);
 
 } // namespace hostctl

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/**
+ * A function of an engine: a library beside this one that is loaded at its first use and stays. So
+ * a process pays for what an engine brings along, such as a media framework, only when it needs it.
+ * Throws std::runtime_error when there is no such engine or function. Any thread.
+ */
+void* engineSymbol(const std::string& engine, const char* symbol);
+
+template <typename Function>
+Function* engineFunction(const std::string& engine, const char* symbol)
+{
+    return reinterpret_cast<Function*>(engineSymbol(engine, symbol));
+}
+
+} // namespace host

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "host/common/Bus.h"
+
+#include <functional>
+#include <string>
+
+namespace host {
+
+/// Calls gone with the unique name of each connection that leaves the bus, from the main loop,
+/// until the result is dropped.
+[[nodiscard]] sdbus::Slot watchClients(std::function<void(const std::string& client)> gone);
+
+/// The unique name of who sent the call that object serves now.
+std::string callerOf(const sdbus::IObject& object);
+
+} // namespace host

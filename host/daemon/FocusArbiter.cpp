@@ -1,0 +1,117 @@
+#include "host/daemon/FocusArbiter.h"
+
+#include <algorithm>
+#include <sound_manager.h>
+
+namespace host {
+
+namespace {
+
+const int kBothParts = SOUND_STREAM_FOCUS_FOR_BOTH;
+
+int bitOf(size_t part) { return 1 << part; }
+
+bool isUninterruptible(int reason)
+{
+    return reason == SOUND_STREAM_FOCUS_CHANGED_BY_EMERGENCY
+        || reason == SOUND_STREAM_FOCUS_CHANGED_BY_VOIP
+        || reason == SOUND_STREAM_FOCUS_CHANGED_BY_CALL;
+}
+
+// One change per stream and event, with all the parts concerned.
+void addChange(std::vector<FocusChange>& changes, size_t first, const FocusStream& stream, int bit,
+    bool held, const FocusCause& cause)
+{
+    const auto same = std::find_if(changes.begin() + static_cast<std::ptrdiff_t>(first),
+        changes.end(), [&](const FocusChange& change) {
+            return change.stream == stream && change.cause.reason == cause.reason;
+        });
+    if (same != changes.end())
+        same->mask |= bit;
+    else
+        changes.push_back({ stream, bit, held, cause });
+}
+
+} // namespace
+
+FocusAnswer FocusArbiter::acquire(
+    const FocusStream& stream, int mask, const FocusCause& cause, std::vector<FocusChange>& changes)
+{
+    if ((held(stream) & mask) != 0)
+        return FocusAnswer::InvalidState;
+    for (size_t at = 0; at < _parts.size(); ++at) {
+        const Part& part = _parts[at];
+        if ((mask & bitOf(at)) != 0 && !part.empty() && isUninterruptible(part.back().reason))
+            return FocusAnswer::Policy;
+    }
+
+    const size_t first = changes.size();
+    for (size_t at = 0; at < _parts.size(); ++at) {
+        if ((mask & bitOf(at)) == 0)
+            continue;
+        Part& part = _parts[at];
+        if (!part.empty())
+            addChange(changes, first, part.back().stream, bitOf(at), false, cause);
+        part.erase(std::remove_if(part.begin(), part.end(),
+                       [&](const Holder& holder) { return holder.stream == stream; }),
+            part.end());
+        part.push_back({ stream, cause.reason });
+    }
+    return FocusAnswer::Done;
+}
+
+FocusAnswer FocusArbiter::release(const FocusStream& stream, int mask, int behavior,
+    const std::string& info, std::vector<FocusChange>& changes)
+{
+    if ((held(stream) & mask) != mask)
+        return FocusAnswer::InvalidState;
+    _remove(
+        mask, [&](const FocusStream& holder) { return holder == stream; }, behavior, info, changes);
+    return FocusAnswer::Done;
+}
+
+int FocusArbiter::held(const FocusStream& stream) const
+{
+    int mask = 0;
+    for (size_t at = 0; at < _parts.size(); ++at) {
+        if (!_parts[at].empty() && _parts[at].back().stream == stream)
+            mask |= bitOf(at);
+    }
+    return mask;
+}
+
+void FocusArbiter::forget(const FocusStream& stream, std::vector<FocusChange>& changes)
+{
+    _remove(
+        kBothParts, [&](const FocusStream& holder) { return holder == stream; },
+        SOUND_BEHAVIOR_NONE, "", changes);
+}
+
+void FocusArbiter::forgetClient(const std::string& client, std::vector<FocusChange>& changes)
+{
+    _remove(
+        kBothParts, [&](const FocusStream& holder) { return holder.client == client; },
+        SOUND_BEHAVIOR_NONE, "", changes);
+}
+
+template <typename IsGone>
+void FocusArbiter::_remove(int mask, const IsGone& isGone, int behavior, const std::string& info,
+    std::vector<FocusChange>& changes)
+{
+    const size_t first = changes.size();
+    for (size_t at = 0; at < _parts.size(); ++at) {
+        Part& part = _parts[at];
+        if ((mask & bitOf(at)) == 0 || part.empty())
+            continue;
+        const Holder before = part.back();
+        part.erase(std::remove_if(part.begin(), part.end(),
+                       [&](const Holder& holder) { return isGone(holder.stream); }),
+            part.end());
+        if (isGone(before.stream) && !part.empty()) {
+            addChange(changes, first, part.back().stream, bitOf(at), true,
+                { before.reason, behavior, info });
+        }
+    }
+}
+
+} // namespace host

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// A sound stream of some process: its connection and the number that it chose.
+struct FocusStream {
+    std::string client;
+    std::uint32_t number = 0;
+
+    bool operator==(const FocusStream& other) const
+    {
+        return client == other.client && number == other.number;
+    }
+};
+
+/// Who acts, and what those concerned are told of it.
+struct FocusCause {
+    int reason = 0; ///< sound_stream_focus_change_reason_e
+    int behavior = 0;
+    std::string info;
+};
+
+/// A stream that lost or regained the parts of mask, because another did what cause says.
+struct FocusChange {
+    FocusStream stream;
+    int mask = 0;
+    bool held = false;
+    FocusCause cause;
+};
+
+enum class FocusAnswer { Done, InvalidState, Policy };
+
+/**
+ * Who holds which part of the sound focus. Each part has a stack of streams: the uppermost holds
+ * it, the others wait to get it back. What a call changes for other streams is appended to changes.
+ */
+class FocusArbiter {
+public:
+    FocusAnswer acquire(const FocusStream& stream, int mask, const FocusCause& cause,
+        std::vector<FocusChange>& changes);
+    FocusAnswer release(const FocusStream& stream, int mask, int behavior, const std::string& info,
+        std::vector<FocusChange>& changes);
+    /// The parts that the stream holds.
+    int held(const FocusStream& stream) const;
+
+    void forget(const FocusStream& stream, std::vector<FocusChange>& changes);
+    void forgetClient(const std::string& client, std::vector<FocusChange>& changes);
+
+private:
+    struct Holder {
+        FocusStream stream;
+        int reason = 0;
+    };
+    using Part = std::vector<Holder>;
+
+    template <typename IsGone>
+    void _remove(int mask, const IsGone& isGone, int behavior, const std::string& info,
+        std::vector<FocusChange>& changes);
+
+    std::array<Part, 2> _parts; ///< playback, recording
+};
+
+} // namespace host

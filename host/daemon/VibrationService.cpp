@@ -1,0 +1,124 @@
+#include "host/daemon/VibrationService.h"
+
+#include <chrono>
+#include <feedback.h>
+
+namespace host {
+
+namespace {
+
+const size_t kHistoryLength = 100;
+
+struct Pattern {
+    int id;
+    std::vector<int> steps; ///< milliseconds on, off, on, ...; an even number
+};
+
+const Pattern kPatterns[] = {
+    { FEEDBACK_PATTERN_ALARM_VIB1_SHORT, { 400, 600 } },
+    { FEEDBACK_PATTERN_ALARM_VIB1_LONG, { 1000, 1000 } },
+    { FEEDBACK_PATTERN_ALARM_VIB2_SHORT, { 200, 200, 200, 600 } },
+    { FEEDBACK_PATTERN_ALARM_VIB2_LONG, { 500, 300, 500, 900 } },
+    { FEEDBACK_PATTERN_ALARM_VIB3_SHORT, { 150, 150, 150, 150, 150, 600 } },
+    { FEEDBACK_PATTERN_ALARM_VIB3_LONG, { 400, 200, 400, 200, 400, 900 } },
+    { FEEDBACK_PATTERN_ALARM_VIB4_SHORT, { 100, 100, 400, 600 } },
+    { FEEDBACK_PATTERN_ALARM_VIB4_LONG, { 200, 200, 1000, 1000 } },
+    { FEEDBACK_PATTERN_ALARM_VIB5_SHORT, { 100, 100, 100, 100, 100, 100, 100, 600 } },
+    { FEEDBACK_PATTERN_ALARM_VIB5_LONG, { 250, 150, 250, 150, 250, 150, 250, 900 } },
+};
+
+const Pattern* findPattern(int id)
+{
+    for (const Pattern& pattern : kPatterns) {
+        if (pattern.id == id)
+            return &pattern;
+    }
+    return nullptr;
+}
+
+std::int64_t nowMilliseconds()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+} // namespace
+
+VibrationService::VibrationService()
+    : AdaptorInterfaces(bus(), kDaemonPath)
+    , _clients(watchClients([this](const std::string& client) {
+        if (client == _client)
+            _stop();
+    }))
+{
+    registerAdaptor();
+}
+
+VibrationService::~VibrationService()
+{
+    unregisterAdaptor();
+    if (_timer)
+        ecore_timer_del(_timer);
+}
+
+void VibrationService::Play(const std::int32_t& pattern)
+{
+    if (!findPattern(pattern)) {
+        throw sdbus::Error("org.freedesktop.DBus.Error.InvalidArgs",
+            "There is no vibration pattern " + std::to_string(pattern));
+    }
+    _stop();
+    _pattern = pattern;
+    _client = callerOf(getObject());
+    _at = 0;
+    if (_history.size() == kHistoryLength)
+        _history.pop_front();
+    _history.emplace_back(pattern, nowMilliseconds(), 0);
+    emitStarted(pattern);
+    _desktop.begin();
+    _step();
+}
+
+void VibrationService::Stop()
+{
+    if (callerOf(getObject()) == _client)
+        _stop();
+}
+
+std::vector<VibrationService::WireEntry> VibrationService::History()
+{
+    return { _history.begin(), _history.end() };
+}
+
+Eina_Bool VibrationService::_stepCb(void* data)
+{
+    auto* service = static_cast<VibrationService*>(data);
+    service->_timer = nullptr;
+    service->_step();
+    return ECORE_CALLBACK_CANCEL;
+}
+
+void VibrationService::_step()
+{
+    const std::vector<int>& steps = findPattern(_pattern)->steps;
+    const int milliseconds = steps[_at];
+    if (_at % 2 == 0)
+        emitBuzzed(_pattern, milliseconds);
+    _at = (_at + 1) % steps.size();
+    _timer = ecore_timer_add(milliseconds / 1000.0, _stepCb, this);
+}
+
+void VibrationService::_stop()
+{
+    if (_pattern == 0)
+        return;
+    ecore_timer_del(_timer);
+    _timer = nullptr;
+    _history.back().get<2>() = nowMilliseconds();
+    emitStopped(_pattern);
+    _desktop.end();
+    _pattern = 0;
+    _client.clear();
+}
+
+} // namespace host

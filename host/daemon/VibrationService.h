@@ -1,0 +1,40 @@
+#pragma once
+
+#include "host/daemon/ClientWatch.h"
+#include "host/daemon/DesktopVibrator.h"
+
+#include <com.velmora.host.Vibration-adaptor.h>
+#include <deque>
+#include <Ecore.h>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// The vibrator on the session's bus; see com.velmora.host.Vibration.xml.
+class VibrationService : public sdbus::AdaptorInterfaces<com::velmora::host::Vibration_adaptor> {
+public:
+    VibrationService();
+    ~VibrationService();
+
+private:
+    using WireEntry = sdbus::Struct<std::int32_t, std::int64_t, std::int64_t>;
+
+    void Play(const std::int32_t& pattern) override;
+    void Stop() override;
+    std::vector<WireEntry> History() override;
+
+    static Eina_Bool _stepCb(void* data);
+    void _step();
+    void _stop();
+
+    int _pattern = 0; ///< 0 while nothing runs
+    std::string _client;
+    size_t _at = 0; ///< in the pattern's steps
+    Ecore_Timer* _timer = nullptr;
+    std::deque<WireEntry> _history;
+    DesktopVibrator _desktop;
+    sdbus::Slot _clients;
+};
+
+} // namespace host

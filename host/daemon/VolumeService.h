@@ -1,0 +1,23 @@
+#pragma once
+
+#include "host/common/Bus.h"
+#include "host/daemon/Mixer.h"
+
+#include <com.velmora.host.Volume-adaptor.h>
+
+namespace host {
+
+/// The volume levels on the session's bus, kept in its settings; see com.velmora.host.Volume.xml.
+class VolumeService : public sdbus::AdaptorInterfaces<com::velmora::host::Volume_adaptor> {
+public:
+    VolumeService();
+    ~VolumeService();
+
+private:
+    std::int32_t Get(const std::int32_t& type) override;
+    void Set(const std::int32_t& type, const std::int32_t& level) override;
+
+    Mixer _mixer;
+};
+
+} // namespace host

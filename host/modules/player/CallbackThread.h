@@ -1,0 +1,29 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+/// A thread that runs tasks one after the other.
+class CallbackThread {
+public:
+    CallbackThread();
+    ~CallbackThread();
+
+    /// Any thread; never waits for a task.
+    void post(std::function<void()> task);
+
+    /// Drops what has not begun, and returns when the running task has.
+    void end();
+
+private:
+    void _run();
+
+    std::mutex _mutex; ///< never held while a task runs
+    std::condition_variable _wake;
+    std::deque<std::function<void()>> _tasks;
+    bool _isEnding = false;
+    std::thread _thread;
+};

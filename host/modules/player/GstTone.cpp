@@ -1,0 +1,201 @@
+#include "GstTone.h"
+
+#include "host/common/Log.h"
+
+#include <player.h>
+#include <stdexcept>
+
+namespace {
+
+const gint64 kBufferMicroseconds = 80 * 1000;
+const gint64 kLatencyMicroseconds = 10 * 1000;
+const int kPlayAudio = 1 << 1; ///< playbin's own flag: no pictures, no subtitles
+
+void begin()
+{
+    static const bool begun = [] {
+        gst_init(nullptr, nullptr);
+        return true;
+    }();
+    (void)begun;
+}
+
+int errorCode(const GError& error)
+{
+    if (error.domain == GST_STREAM_ERROR)
+        return PLAYER_ERROR_NOT_SUPPORTED_FILE;
+    if (error.domain == GST_CORE_ERROR)
+        return error.code == GST_CORE_ERROR_MISSING_PLUGIN ? PLAYER_ERROR_NOT_SUPPORTED_FILE
+                                                           : PLAYER_ERROR_INVALID_OPERATION;
+    if (error.domain != GST_RESOURCE_ERROR)
+        return PLAYER_ERROR_INVALID_OPERATION;
+    switch (error.code) {
+    case GST_RESOURCE_ERROR_NOT_FOUND:
+        return PLAYER_ERROR_NO_SUCH_FILE;
+    case GST_RESOURCE_ERROR_NOT_AUTHORIZED:
+    case GST_RESOURCE_ERROR_OPEN_READ:
+        return PLAYER_ERROR_PERMISSION_DENIED;
+    case GST_RESOURCE_ERROR_FAILED: // the sound server's end
+        return PLAYER_ERROR_SERVICE_DISCONNECTED;
+    default:
+        return PLAYER_ERROR_INVALID_OPERATION;
+    }
+}
+
+} // namespace
+
+GstTone::GstTone(const std::string& uri, const std::string& role, Events events)
+    : _events(std::move(events))
+{
+    begin();
+    GstElement* player = gst_element_factory_make("playbin", nullptr);
+    if (!player)
+        throw std::runtime_error("GStreamer has no playbin");
+    _pipeline.reset(GST_ELEMENT(gst_object_ref_sink(player)));
+    g_object_set(_pipeline.get(), "uri", uri.c_str(), "flags", kPlayAudio, "audio-sink",
+        _makeSink(role).get(), nullptr);
+    GstBus* bus = gst_element_get_bus(_pipeline.get());
+    gst_bus_set_sync_handler(bus, _messageCb, this, nullptr);
+    gst_object_unref(bus);
+}
+
+GstTone::~GstTone() { gst_element_set_state(_pipeline.get(), GST_STATE_NULL); }
+
+// A sink that can reach the sound server, else one that keeps time.
+GstTone::Element GstTone::_makeSink(const std::string& role)
+{
+    Element sink;
+    if (GstElement* pulse = gst_element_factory_make("pulsesink", nullptr)) {
+        sink.reset(GST_ELEMENT(gst_object_ref_sink(pulse)));
+        GstStructure* properties
+            = gst_structure_new("properties", "media.role", G_TYPE_STRING, role.c_str(), nullptr);
+        g_object_set(pulse, "buffer-time", kBufferMicroseconds, "latency-time",
+            kLatencyMicroseconds, "stream-properties", properties, nullptr);
+        gst_structure_free(properties);
+        if (gst_element_set_state(pulse, GST_STATE_READY) != GST_STATE_CHANGE_FAILURE)
+            return sink;
+        gst_element_set_state(pulse, GST_STATE_NULL);
+    }
+    host::logWarning("There is no sound server: tones keep their time, but nobody hears them");
+    sink.reset(GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("fakesink", nullptr))));
+    g_object_set(sink.get(), "sync", TRUE, nullptr);
+    return sink;
+}
+
+int GstTone::open()
+{
+    {
+        const std::lock_guard<std::mutex> lock(_stateMutex);
+        if (!_isCancelled)
+            gst_element_set_state(_pipeline.get(), GST_STATE_PAUSED);
+    }
+    // A pass must end with a message, not with the end of the stream: hence the jump to where it
+    // is.
+    const bool isReady = settle() && _seek(0, GST_SEEK_FLAG_FLUSH) && settle();
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _isOpen = isReady;
+    if (isReady)
+        return PLAYER_ERROR_NONE;
+    return _error ? _error : PLAYER_ERROR_NOT_SUPPORTED_FILE;
+}
+
+void GstTone::cancel()
+{
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _isCancelled = true;
+        _changed.notify_all();
+    }
+    const std::lock_guard<std::mutex> lock(_stateMutex);
+    gst_element_set_state(_pipeline.get(), GST_STATE_NULL);
+}
+
+void GstTone::play() { gst_element_set_state(_pipeline.get(), GST_STATE_PLAYING); }
+
+void GstTone::pause() { gst_element_set_state(_pipeline.get(), GST_STATE_PAUSED); }
+
+bool GstTone::seek(int milliseconds, bool isAccurate)
+{
+    const GstClockTime position = milliseconds * GST_MSECOND;
+    gint64 length = 0;
+    if (gst_element_query_duration(_pipeline.get(), GST_FORMAT_TIME, &length)
+        && position >= static_cast<GstClockTime>(length))
+        return false;
+    return _seek(position,
+        GST_SEEK_FLAG_FLUSH | (isAccurate ? GST_SEEK_FLAG_ACCURATE : GST_SEEK_FLAG_KEY_UNIT));
+}
+
+void GstTone::repeat() { _seek(0, GST_SEEK_FLAG_NONE); }
+
+bool GstTone::_seek(GstClockTime position, int flags)
+{
+    GstEvent* event = gst_event_new_seek(1.0, GST_FORMAT_TIME,
+        static_cast<GstSeekFlags>(flags | GST_SEEK_FLAG_SEGMENT), GST_SEEK_TYPE_SET,
+        static_cast<gint64>(position), GST_SEEK_TYPE_NONE, 0);
+    const std::uint32_t pass = gst_event_get_seqnum(event);
+    _pass = pass;
+    return gst_element_send_event(_pipeline.get(), event) != FALSE;
+}
+
+bool GstTone::settle()
+{
+    std::unique_lock<std::mutex> lock(_mutex);
+    _changed.wait(lock, [this] { return _isCancelled || _error != 0 || _isSettled(); });
+    return !_isCancelled && _error == 0
+        && gst_element_get_state(_pipeline.get(), nullptr, nullptr, 0) != GST_STATE_CHANGE_FAILURE;
+}
+
+bool GstTone::_isSettled() const
+{
+    return gst_element_get_state(_pipeline.get(), nullptr, nullptr, 0) != GST_STATE_CHANGE_ASYNC;
+}
+
+GstBusSyncReply GstTone::_messageCb(GstBus*, GstMessage* message, gpointer data)
+{
+    static_cast<GstTone*>(data)->_handle(message);
+    gst_message_unref(message);
+    return GST_BUS_DROP;
+}
+
+void GstTone::_handle(GstMessage* message)
+{
+    switch (GST_MESSAGE_TYPE(message)) {
+    case GST_MESSAGE_ASYNC_DONE: {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _changed.notify_all();
+        break;
+    }
+    case GST_MESSAGE_SEGMENT_DONE:
+        _events.ended(gst_message_get_seqnum(message));
+        break;
+    case GST_MESSAGE_ERROR:
+        _handleError(message);
+        break;
+    default:
+        break;
+    }
+}
+
+void GstTone::_handleError(GstMessage* message)
+{
+    GError* error = nullptr;
+    gst_message_parse_error(message, &error, nullptr);
+    host::logWarning(std::string("A tone failed: ") + error->message);
+    const int code = errorCode(*error);
+    g_error_free(error);
+
+    std::unique_lock<std::mutex> lock(_mutex);
+    if (_error != 0)
+        return;
+    _error = code;
+    _changed.notify_all();
+    const bool isOpen = _isOpen;
+    lock.unlock();
+    if (isOpen)
+        _events.failed(code);
+}
+
+extern "C" Tone* makeTone(const std::string& uri, const std::string& role, Tone::Events events)
+{
+    return new GstTone(uri, role, std::move(events));
+}

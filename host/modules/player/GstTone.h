@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Tone.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <gst/gst.h>
+#include <memory>
+#include <mutex>
+
+/// A tone that is a GStreamer pipeline.
+class GstTone : public Tone {
+public:
+    GstTone(const std::string& uri, const std::string& role, Events events);
+    ~GstTone() override;
+
+    int open() override;
+    void cancel() override;
+    void play() override;
+    void pause() override;
+    bool seek(int milliseconds, bool isAccurate) override;
+    bool settle() override;
+    std::uint32_t pass() const override { return _pass; }
+    void repeat() override;
+
+private:
+    struct Unref {
+        void operator()(GstElement* element) const { gst_object_unref(element); }
+    };
+    using Element = std::unique_ptr<GstElement, Unref>;
+
+    static GstBusSyncReply _messageCb(GstBus* bus, GstMessage* message, gpointer data);
+    static Element _makeSink(const std::string& role);
+    void _handle(GstMessage* message);
+    void _handleError(GstMessage* message);
+    bool _seek(GstClockTime position, int flags);
+    bool _isSettled() const;
+
+    const Events _events;
+    Element _pipeline;
+    std::atomic<std::uint32_t> _pass{ 0 };
+
+    std::mutex _stateMutex; ///< held while open begins or cancel ends the pipeline
+    std::atomic<bool> _isCancelled{ false };
+
+    std::mutex
+        _mutex; ///< guards what follows; taken by the pipeline's threads, so only for a moment
+    std::condition_variable _changed;
+    bool _isOpen = false;
+    int _error = 0;
+};

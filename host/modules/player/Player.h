@@ -1,0 +1,59 @@
+#pragma once
+
+#include "CallbackThread.h"
+#include "Tone.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <player.h>
+#include <string>
+
+/**
+ * A player's states and what may be done in which; the calls and codes are those of player.h. Any
+ * thread. Callbacks run on the player's own thread, and no lock is held meanwhile.
+ */
+class Player {
+public:
+    Player() = default;
+    /// No callback runs any more when this returns. Not from a callback.
+    ~Player();
+
+    player_state_e state();
+    int setLooping(bool isLooping);
+    /// An absolute path or a URI.
+    int setUri(const std::string& text);
+    int setRole(const std::string& role);
+    int setErrorCallback(player_error_cb callback, void* userData);
+    int prepare(player_prepared_cb callback, void* userData);
+    int unprepare();
+    int seek(int milliseconds, bool isAccurate, player_seek_completed_cb callback, void* userData);
+    int start();
+    int pause();
+    int stop();
+
+private:
+    using Task = std::function<void()>;
+
+    void _open(const std::string& uri, const std::string& role, const Task& prepared);
+    void _settle(const std::shared_ptr<Tone>& tone, const Task& completed);
+    void _ended(std::uint32_t number);
+    void _failed(unsigned tone, int error);
+
+    std::mutex _mutex; ///< guards what follows; no callback runs under it
+    player_state_e _state = PLAYER_STATE_IDLE;
+    bool _isPreparing = false;
+    bool _isSeeking = false;
+    std::uint32_t _endedPass = 0;
+    bool _isLooping = false;
+    bool _isEnding = false;
+    std::string _uri;
+    std::string _role;
+    player_error_cb _errorCallback = nullptr;
+    void* _errorUserData = nullptr;
+    std::shared_ptr<Tone> _tone; ///< being opened, or open
+    unsigned _tones = 0; ///< tells a tone from those before it
+
+    CallbackThread _thread; ///< last: its tasks use the rest
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+/**
+ * One opened sound, which goes to the sound server, or, without one, to nowhere in the same time.
+ * Any thread, but one call at a time; cancel may come during any other.
+ */
+class Tone {
+public:
+    /// Called from the tone's own threads; must not wait for the tone.
+    struct Events {
+        /// The pass of this number, or, of some formats, the one that began before it, is ending.
+        std::function<void(std::uint32_t number)> ended;
+        std::function<void(int error)> failed; ///< a PLAYER_ERROR_* code, after open
+    };
+
+    Tone() = default;
+    Tone(const Tone&) = delete;
+    Tone& operator=(const Tone&) = delete;
+    virtual ~Tone() = default;
+
+    /// Waits until the first sound is ready to be heard, paused; 0 or a PLAYER_ERROR_* code.
+    virtual int open() = 0;
+    /// Ends everything; open and settle return.
+    virtual void cancel() = 0;
+
+    virtual void play() = 0;
+    virtual void pause() = 0;
+
+    /// Jumps, silently if it plays. False when it cannot.
+    virtual bool seek(int milliseconds, bool isAccurate) = 0;
+    /// Waits until the last jump is done. False when it never will be.
+    virtual bool settle() = 0;
+
+    /// Which pass through the sound is under way: a higher number after each seek and repeat.
+    virtual std::uint32_t pass() const = 0;
+    /// Goes on with the beginning, without a gap. To be called at the end of a pass.
+    virtual void repeat() = 0;
+};
+
+/// What the engine "tone" makes them with; the caller owns it. role: the media role that gives the
+/// sound server the volume.
+using ToneMaker = Tone*(const std::string& uri, const std::string& role, Tone::Events events);
+constexpr const char* kToneEngine = "tone";
+constexpr const char* kToneMaker = "makeTone";

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Microphone.h"
+
+#include <pulse/context.h>
+#include <pulse/introspect.h>
+#include <pulse/subscribe.h>
+#include <pulse/thread-mainloop.h>
+#include <set>
+
+/**
+ * Follows what the sound server's clients record, on a thread of its own. A client records when it
+ * has a stream from a source that is no sink's monitor. Any thread.
+ */
+class MicrophoneWatch {
+public:
+    static MicrophoneWatch& instance();
+
+    Microphone look();
+
+private:
+    MicrophoneWatch();
+
+    static void _stateCb(pa_context* context, void* data);
+    static void _eventCb(
+        pa_context* context, pa_subscription_event_type_t type, uint32_t index, void* data);
+    static void _sourceCb(pa_context* context, const pa_source_info* info, int end, void* data);
+    static void _streamCb(
+        pa_context* context, const pa_source_output_info* info, int end, void* data);
+    static void _timeCb(
+        pa_mainloop_api* api, pa_time_event* event, const timeval* time, void* data);
+
+    void _waitForAnswer();
+    void _connect();
+    void _ask();
+    void _show(const Microphone& seen);
+
+    pa_threaded_mainloop* const _loop; ///< its lock guards the rest
+    pa_context* _context = nullptr;
+    bool _isAnswered = false;
+    Microphone _seen;
+
+    bool _isAsking = false;
+    bool _isStale = false; ///< something changed since the question
+    std::set<uint32_t> _microphones; ///< what the answers have told so far
+    int _recording = 0;
+    int _paused = 0;
+};

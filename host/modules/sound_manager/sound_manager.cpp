@@ -1,0 +1,141 @@
+#include "sound_manager.h"
+
+#include "FocusStreams.h"
+#include "host/common/Log.h"
+
+#include <exception>
+
+namespace {
+
+const char* const kPolicy = "com.velmora.host.Focus.Error.Policy";
+const char* const kInvalidState = "com.velmora.host.Focus.Error.InvalidState";
+const int kAllBehavior = SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING;
+
+FocusStream* streamOf(sound_stream_info_h handle) { return static_cast<FocusStream*>(handle); }
+
+bool isMask(int mask)
+{
+    return mask >= SOUND_STREAM_FOCUS_FOR_PLAYBACK && mask <= SOUND_STREAM_FOCUS_FOR_BOTH;
+}
+
+bool isBehavior(int behavior) { return (behavior & ~kAllBehavior) == 0; }
+
+bool isSoundType(int type) { return type >= 0 && type < host::kSoundTypes; }
+
+// The reasons are the stream types with "call" put in before the last.
+int reasonOf(sound_stream_type_e type)
+{
+    return type == SOUND_STREAM_TYPE_MEDIA_EXTERNAL_ONLY
+        ? SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA_EXTERNAL_ONLY
+        : static_cast<int>(type);
+}
+
+sound_stream_focus_state_e stateOf(int held, int part)
+{
+    return (held & part) != 0 ? SOUND_STREAM_FOCUS_STATE_ACQUIRED
+                              : SOUND_STREAM_FOCUS_STATE_RELEASED;
+}
+
+template <typename Call>
+int askService(Call call)
+{
+    try {
+        call();
+        return SOUND_MANAGER_ERROR_NONE;
+    } catch (const sdbus::Error& error) {
+        if (error.getName() == kPolicy)
+            return SOUND_MANAGER_ERROR_POLICY;
+        if (error.getName() == kInvalidState)
+            return SOUND_MANAGER_ERROR_INVALID_STATE;
+        host::logError("sound service: " + error.getMessage());
+        return SOUND_MANAGER_ERROR_INTERNAL;
+    } catch (const std::bad_alloc&) {
+        return SOUND_MANAGER_ERROR_OUT_OF_MEMORY;
+    } catch (const std::exception& error) {
+        host::logError(std::string("sound service: ") + error.what());
+        return SOUND_MANAGER_ERROR_INTERNAL;
+    }
+}
+
+} // namespace
+
+extern "C" int sound_manager_create_stream_information(sound_stream_type_e stream_type,
+    sound_stream_focus_state_changed_cb callback, void* user_data, sound_stream_info_h* stream_info)
+{
+    if (!stream_info || stream_type < SOUND_STREAM_TYPE_MEDIA
+        || stream_type > SOUND_STREAM_TYPE_MEDIA_EXTERNAL_ONLY)
+        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+    return askService(
+        [&] { *stream_info = FocusStreams::instance().add(stream_type, callback, user_data); });
+}
+
+extern "C" int sound_manager_destroy_stream_information(sound_stream_info_h stream_info)
+{
+    if (!stream_info)
+        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+    return askService([=] {
+        const std::uint32_t number = streamOf(stream_info)->number;
+        FocusStreams::instance().remove(streamOf(stream_info));
+        SoundService::instance().focus([=](FocusProxy& focus) { focus.Forget(number); });
+    });
+}
+
+extern "C" int sound_manager_acquire_focus(sound_stream_info_h stream_info,
+    sound_stream_focus_mask_e focus_mask, int sound_behavior, const char* additional_info)
+{
+    if (!stream_info || !isMask(focus_mask) || !isBehavior(sound_behavior))
+        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+    return askService([=] {
+        SoundService::instance().focus([=](FocusProxy& focus) {
+            focus.Acquire(streamOf(stream_info)->number, reasonOf(stream_info->type), focus_mask,
+                sound_behavior, additional_info ? additional_info : "");
+        });
+    });
+}
+
+extern "C" int sound_manager_release_focus(sound_stream_info_h stream_info,
+    sound_stream_focus_mask_e focus_mask, int sound_behavior, const char* additional_info)
+{
+    if (!stream_info || !isMask(focus_mask) || !isBehavior(sound_behavior))
+        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+    return askService([=] {
+        SoundService::instance().focus([=](FocusProxy& focus) {
+            focus.Release(streamOf(stream_info)->number, focus_mask, sound_behavior,
+                additional_info ? additional_info : "");
+        });
+    });
+}
+
+extern "C" int sound_manager_get_focus_state(sound_stream_info_h stream_info,
+    sound_stream_focus_state_e* state_for_playback, sound_stream_focus_state_e* state_for_recording)
+{
+    if (!stream_info)
+        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+    return askService([=] {
+        const int held = SoundService::instance().focus(
+            [=](FocusProxy& focus) { return focus.Held(streamOf(stream_info)->number); });
+        if (state_for_playback)
+            *state_for_playback = stateOf(held, SOUND_STREAM_FOCUS_FOR_PLAYBACK);
+        if (state_for_recording)
+            *state_for_recording = stateOf(held, SOUND_STREAM_FOCUS_FOR_RECORDING);
+    });
+}
+
+extern "C" int sound_manager_get_volume(sound_type_e type, int* volume)
+{
+    if (!volume || !isSoundType(type))
+        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+    return askService([=] {
+        *volume = SoundService::instance().volume(
+            [=](VolumeProxy& levels) { return levels.Get(type); });
+    });
+}
+
+extern "C" int sound_manager_set_volume(sound_type_e type, int volume)
+{
+    if (!isSoundType(type) || volume < 0 || volume > host::kMaxVolume)
+        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+    return askService([=] {
+        SoundService::instance().volume([=](VolumeProxy& levels) { levels.Set(type, volume); });
+    });
+}

@@ -1,0 +1,50 @@
+#include "system_info.h"
+
+#include "host/common/Log.h"
+#include "host/common/SettingsStore.h"
+
+#include <cstring>
+#include <exception>
+
+namespace {
+
+const char* const kStore = "device";
+
+struct Feature {
+    const char* key;
+    const char* setting;
+    bool standard; ///< the answer while the setting is not made
+};
+
+const Feature kFeatures[] = {
+    { "http://developer.velmora.com/tizen/feature/speaker", "speaker", true },
+    { "http://developer.velmora.com/tizen/system/showcase", "showcase", false },
+};
+
+const Feature* findFeature(const char* key)
+{
+    for (const Feature& feature : kFeatures) {
+        if (strcmp(feature.key, key) == 0)
+            return &feature;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+// Read at each call: a device's profile may change while its applications run.
+extern "C" int system_info_get_custom_bool(const char* key, bool* value)
+{
+    const Feature* feature = key && value ? findFeature(key) : nullptr;
+    if (!feature)
+        return SYSTEM_INFO_ERROR_INVALID_PARAMETER;
+    try {
+        const auto setting = host::SettingsStore::session().read(kStore, feature->setting);
+        const bool* made = setting ? std::get_if<bool>(&*setting) : nullptr;
+        *value = made ? *made : feature->standard;
+        return SYSTEM_INFO_ERROR_NONE;
+    } catch (const std::exception& error) {
+        host::logError(std::string("The device's profile cannot be read: ") + error.what());
+        return SYSTEM_INFO_ERROR_IO_ERROR;
+    }
+}

@@ -1,0 +1,215 @@
+#include "host/common/Bus.h"
+#include "HostSession.h"
+
+#include <com.velmora.host.Vibration-proxy.h>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <feedback.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <poll.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+feedback_pattern_e pattern(int number) { return static_cast<feedback_pattern_e>(number); }
+
+int vibrate(int number) { return feedback_play_type(FEEDBACK_TYPE_VIBRATION, pattern(number)); }
+
+// What the vibrator does, on the main loop.
+class Vibrator : public sdbus::ProxyInterfaces<com::velmora::host::Vibration_proxy> {
+public:
+    Vibrator()
+        : ProxyInterfaces(host::bus(), host::kDaemonName, host::kDaemonPath)
+    {
+        registerProxy();
+    }
+    ~Vibrator() { unregisterProxy(); }
+
+    std::vector<std::string> changes;
+    int buzzes = 0;
+
+private:
+    void onStarted(const std::int32_t& number) override
+    {
+        changes.push_back("started " + std::to_string(number));
+    }
+    void onBuzzed(const std::int32_t&, const std::int32_t& milliseconds) override
+    {
+        EXPECT_GT(milliseconds, 0);
+        ++buzzes;
+    }
+    void onStopped(const std::int32_t& number) override
+    {
+        changes.push_back("stopped " + std::to_string(number));
+    }
+};
+
+// What the machine's own vibrator is asked through feedbackd.
+class Feedbackd {
+public:
+    Feedbackd()
+    {
+        _object->registerMethod("TriggerFeedback")
+            .onInterface("org.sigxcpu.Feedback")
+            .implementedAs(
+                [this](const std::string& application, const std::string& event,
+                    const std::map<std::string, sdbus::Variant>& hints, std::int32_t timeout) {
+                    calls.push_back(application + ' ' + event + ' '
+                        + hints.at("profile").get<std::string>() + ' ' + std::to_string(timeout));
+                    return ++_id;
+                });
+        _object->registerMethod("EndFeedback")
+            .onInterface("org.sigxcpu.Feedback")
+            .implementedAs(
+                [this](std::uint32_t id) { calls.push_back("end " + std::to_string(id)); });
+        _object->finishRegistration();
+        host::bus().requestName("org.sigxcpu.Feedback");
+    }
+    ~Feedbackd() { host::bus().releaseName("org.sigxcpu.Feedback"); }
+
+    std::vector<std::string> calls;
+
+private:
+    std::unique_ptr<sdbus::IObject> _object
+        = sdbus::createObject(host::bus(), "/org/sigxcpu/Feedback");
+    std::uint32_t _id = 0;
+};
+
+class FeedbackTest : public testing::Test {
+protected:
+    bool waitFor(const std::vector<std::string>& changes)
+    {
+        return session.waitFor([&] { return vibrator.changes == changes; });
+    }
+
+    HostSession session;
+    Vibrator vibrator;
+};
+
+// A process of its own, for the process has not initialised then.
+TEST_F(FeedbackTest, NeedsToBeInitialised)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool isRight = vibrate(168) == FEEDBACK_ERROR_NOT_INITIALIZED
+            && feedback_stop() == FEEDBACK_ERROR_NOT_INITIALIZED
+            && feedback_initialize() == FEEDBACK_ERROR_NONE;
+        _exit(isRight ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(0, status);
+}
+
+TEST_F(FeedbackTest, BadArgumentsAreRefused)
+{
+    ASSERT_EQ(FEEDBACK_ERROR_NONE, feedback_initialize());
+    EXPECT_EQ(FEEDBACK_ERROR_INVALID_PARAMETER, vibrate(167));
+    EXPECT_EQ(FEEDBACK_ERROR_INVALID_PARAMETER, vibrate(178));
+    EXPECT_EQ(
+        FEEDBACK_ERROR_INVALID_PARAMETER, feedback_play_type(FEEDBACK_TYPE_NONE, pattern(168)));
+    EXPECT_EQ(FEEDBACK_ERROR_NOT_SUPPORTED, feedback_play_type(FEEDBACK_TYPE_SOUND, pattern(168)));
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+}
+
+TEST_F(FeedbackTest, EveryPatternRepeatsUntilItIsStopped)
+{
+    feedback_initialize();
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(FEEDBACK_PATTERN_ALARM_VIB1_SHORT));
+    EXPECT_TRUE(session.waitFor([&] { return vibrator.buzzes == 3; }));
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+    EXPECT_TRUE(waitFor({ "started 168", "stopped 168" }));
+
+    for (int number = 169; number <= 177; ++number) {
+        vibrator.buzzes = 0;
+        EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(number));
+        EXPECT_TRUE(session.waitFor([&] { return vibrator.buzzes == 1; }));
+    }
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+}
+
+TEST_F(FeedbackTest, ANewPatternReplacesTheRunningOne)
+{
+    feedback_initialize();
+    vibrate(169);
+    vibrate(172);
+    EXPECT_TRUE(waitFor({ "started 169", "stopped 169", "started 172" }));
+
+    feedback_stop();
+    feedback_stop();
+    EXPECT_TRUE(waitFor({ "started 169", "stopped 169", "started 172", "stopped 172" }));
+    const auto history = vibrator.History();
+    ASSERT_EQ(2u, history.size());
+    EXPECT_EQ(169, history[0].get<0>());
+    EXPECT_EQ(172, history[1].get<0>());
+    EXPECT_LE(history[0].get<1>(), history[0].get<2>());
+    EXPECT_LE(history[0].get<2>(), history[1].get<1>());
+}
+
+TEST_F(FeedbackTest, EndsWithTheProcessThatStartedIt)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        feedback_initialize();
+        vibrate(170);
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    EXPECT_TRUE(waitFor({ "started 170", "stopped 170" }));
+}
+
+TEST_F(FeedbackTest, AnotherProcessDoesNotStopIt)
+{
+    feedback_initialize();
+    vibrate(168);
+    ASSERT_TRUE(waitFor({ "started 168" }));
+
+    ASSERT_EQ(0,
+        system("dbus-send --session --print-reply --dest=com.velmora.host "
+               "/com/velmora/host com.velmora.host.Vibration.Stop >/dev/null"));
+
+    EXPECT_EQ(0, vibrator.History().back().get<2>());
+    feedback_stop();
+}
+
+TEST_F(FeedbackTest, TheMachinesOwnVibratorJoinsInWhereThereIsOne)
+{
+    feedback_initialize();
+    Feedbackd feedbackd;
+    const std::string asked = "com.velmora.alarm-alert alarm-clock-elapsed quiet 0";
+
+    vibrate(168);
+    EXPECT_TRUE(session.waitFor([&] { return feedbackd.calls.size() == 1; }));
+    EXPECT_TRUE(waitFor({ "started 168" }));
+    vibrate(170);
+    EXPECT_TRUE(session.waitFor([&] { return feedbackd.calls.size() == 3; }));
+    feedback_stop();
+    EXPECT_TRUE(session.waitFor([&] { return feedbackd.calls.size() == 4; }));
+
+    EXPECT_THAT(feedbackd.calls, testing::UnorderedElementsAre(asked, "end 1", asked, "end 2"));
+}
+
+TEST_F(FeedbackTest, HostctlWatches)
+{
+    feedback_initialize();
+    FILE* output = popen("echo $$; exec hostctl vibration --watch", "r");
+    char line[64] = "";
+    ASSERT_NE(nullptr, fgets(line, sizeof line, output));
+    const pid_t pid = atoi(line);
+    pollfd readable = { fileno(output), POLLIN, 0 };
+    EXPECT_TRUE(session.waitFor([&] { return vibrate(168) == 0 && poll(&readable, 1, 0) == 1; }));
+    ASSERT_NE(nullptr, fgets(line, sizeof line, output));
+    EXPECT_THAT(line, testing::MatchesRegex("(started|stopped|buzzed) 168.*\n"));
+    feedback_stop();
+    kill(pid, SIGTERM);
+    pclose(output);
+}
+
+} // namespace

@@ -1,0 +1,583 @@
+#include "host/common/Log.h"
+#include "HostSession.h"
+#include "Listener.h"
+#include "TempDir.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <player.h>
+#include <thread>
+
+namespace {
+
+const int kNone = PLAYER_ERROR_NONE;
+
+// What a callback tells a test that waits for it.
+class Event {
+public:
+    void set(int value = 0)
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _isSet = true;
+        _value = value;
+        _changed.notify_all();
+    }
+    bool wait(double seconds = 10)
+    {
+        std::unique_lock<std::mutex> lock(_mutex);
+        return _changed.wait_for(
+            lock, std::chrono::duration<double>(seconds), [this] { return _isSet; });
+    }
+    int value()
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _value;
+    }
+
+private:
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    bool _isSet = false;
+    int _value = 0;
+};
+
+void setEventCb(void* event) { static_cast<Event*>(event)->set(); }
+
+void setErrorCb(int error, void* event) { static_cast<Event*>(event)->set(error); }
+
+class PlayerTest : public testing::Test {
+protected:
+    PlayerTest()
+    {
+        EXPECT_EQ(kNone, player_create(&player));
+        EXPECT_EQ(kNone,
+            sound_manager_create_stream_information(
+                SOUND_STREAM_TYPE_ALARM, nullptr, nullptr, &stream));
+        EXPECT_EQ(0, sound_manager_set_volume(SOUND_TYPE_ALARM, 15));
+        EXPECT_EQ(kNone, player_set_sound_stream_info(player, stream));
+        EXPECT_EQ(kNone, player_set_error_cb(player, setErrorCb, &failed));
+    }
+    ~PlayerTest()
+    {
+        if (player)
+            player_destroy(player);
+        sound_manager_destroy_stream_information(stream);
+    }
+
+    std::string tone(const Samples& samples)
+    {
+        const std::string path = dir.file("tone.wav");
+        writeWav(path, samples);
+        return path;
+    }
+
+    void prepare(const std::string& path)
+    {
+        ASSERT_EQ(kNone, player_set_uri(player, path.c_str()));
+        Event prepared;
+        ASSERT_EQ(kNone, player_prepare_async(player, setEventCb, &prepared));
+        ASSERT_TRUE(prepared.wait()) << "error " << failed.value();
+    }
+
+    void bringTo(player_state_e state)
+    {
+        const std::string path = tone(sine(880, 1));
+        if (state == PLAYER_STATE_IDLE) {
+            ASSERT_EQ(kNone, player_set_uri(player, path.c_str()));
+            return;
+        }
+        prepare(path);
+        if (state != PLAYER_STATE_READY) {
+            ASSERT_EQ(kNone, player_start(player));
+        }
+        if (state == PLAYER_STATE_PAUSED) {
+            ASSERT_EQ(kNone, player_pause(player));
+        }
+    }
+
+    player_state_e state()
+    {
+        player_state_e now = PLAYER_STATE_NONE;
+        EXPECT_EQ(kNone, player_get_state(player, &now));
+        return now;
+    }
+
+    HostSession session;
+    TempDir dir;
+    Event failed;
+    player_h player = nullptr;
+    sound_stream_info_h stream = nullptr;
+};
+
+TEST_F(PlayerTest, NullsAreRefused)
+{
+    player_state_e untouched = PLAYER_STATE_PAUSED;
+    const int invalid = PLAYER_ERROR_INVALID_PARAMETER;
+    EXPECT_EQ(invalid, player_create(nullptr));
+    EXPECT_EQ(invalid, player_destroy(nullptr));
+    EXPECT_EQ(invalid, player_get_state(nullptr, &untouched));
+    EXPECT_EQ(invalid, player_get_state(player, nullptr));
+    EXPECT_EQ(invalid, player_set_looping(nullptr, true));
+    EXPECT_EQ(invalid, player_set_uri(nullptr, "/x"));
+    EXPECT_EQ(invalid, player_set_uri(player, nullptr));
+    EXPECT_EQ(invalid, player_set_sound_stream_info(player, nullptr));
+    EXPECT_EQ(invalid, player_set_sound_stream_info(nullptr, stream));
+    EXPECT_EQ(invalid, player_set_error_cb(player, nullptr, nullptr));
+    EXPECT_EQ(invalid, player_prepare_async(player, nullptr, nullptr));
+    EXPECT_EQ(invalid, player_prepare_async(nullptr, setEventCb, nullptr));
+    EXPECT_EQ(invalid, player_unprepare(nullptr));
+    EXPECT_EQ(invalid, player_set_play_position(nullptr, 0, true, setEventCb, nullptr));
+    EXPECT_EQ(invalid, player_set_play_position(player, -1, true, setEventCb, nullptr));
+    EXPECT_EQ(invalid, player_start(nullptr));
+    EXPECT_EQ(invalid, player_pause(nullptr));
+    EXPECT_EQ(invalid, player_stop(nullptr));
+    EXPECT_EQ(PLAYER_STATE_PAUSED, untouched);
+}
+
+TEST_F(PlayerTest, IsIdleAtFirstAndNeedsAUri)
+{
+    EXPECT_EQ(PLAYER_STATE_IDLE, state());
+    EXPECT_EQ(PLAYER_ERROR_INVALID_STATE, player_prepare_async(player, setEventCb, &failed));
+    EXPECT_EQ(PLAYER_ERROR_INVALID_URI, player_set_uri(player, "no/absolute/path"));
+    EXPECT_EQ(PLAYER_ERROR_INVALID_URI, player_set_uri(player, ""));
+}
+
+struct CallCase {
+    const char* name;
+    int (*call)(player_h player, sound_stream_info_h stream);
+    std::vector<player_state_e> allowed;
+    player_state_e after; ///< NONE = as before
+};
+
+void PrintTo(const CallCase& row, std::ostream* out) { *out << row.name; }
+
+class PlayerCallTest : public PlayerTest, public testing::WithParamInterface<CallCase> {};
+
+TEST_P(PlayerCallTest, IsAllowedInItsStatesOnly)
+{
+    const CallCase& row = GetParam();
+    for (const player_state_e before :
+        { PLAYER_STATE_IDLE, PLAYER_STATE_READY, PLAYER_STATE_PLAYING, PLAYER_STATE_PAUSED }) {
+        SCOPED_TRACE(before);
+        bringTo(before);
+        ASSERT_EQ(before, state());
+        if (testing::Matches(testing::Contains(before))(row.allowed)) {
+            EXPECT_EQ(kNone, row.call(player, stream));
+            EXPECT_EQ(row.after == PLAYER_STATE_NONE ? before : row.after, state());
+        } else {
+            EXPECT_EQ(PLAYER_ERROR_INVALID_STATE, row.call(player, stream));
+            EXPECT_EQ(before, state());
+        }
+        if (state() != PLAYER_STATE_IDLE) {
+            ASSERT_EQ(kNone, player_unprepare(player));
+        }
+    }
+}
+
+const player_state_e kIdle = PLAYER_STATE_IDLE;
+const player_state_e kReady = PLAYER_STATE_READY;
+const player_state_e kPlaying = PLAYER_STATE_PLAYING;
+const player_state_e kPaused = PLAYER_STATE_PAUSED;
+
+INSTANTIATE_TEST_SUITE_P(Table, PlayerCallTest,
+    testing::Values(
+        CallCase{ "SetLooping", [](player_h p, auto) { return player_set_looping(p, true); },
+            { kIdle, kReady, kPlaying, kPaused }, PLAYER_STATE_NONE },
+        CallCase{ "SetUri", [](player_h p, auto) { return player_set_uri(p, "/x.wav"); }, { kIdle },
+            PLAYER_STATE_NONE },
+        CallCase{ "SetStream",
+            [](player_h p, auto stream) { return player_set_sound_stream_info(p, stream); },
+            { kIdle }, PLAYER_STATE_NONE },
+        CallCase{ "SetErrorCallback",
+            [](player_h p, auto) {
+                static Event unused;
+                return player_set_error_cb(p, setErrorCb, &unused);
+            },
+            { kIdle, kReady, kPlaying, kPaused }, PLAYER_STATE_NONE },
+        CallCase{ "Seek",
+            [](player_h p, auto) {
+                return player_set_play_position(p, 100, true, nullptr, nullptr);
+            },
+            { kReady, kPlaying, kPaused }, PLAYER_STATE_NONE },
+        CallCase{ "Start", [](player_h p, auto) { return player_start(p); }, { kReady, kPaused },
+            kPlaying },
+        CallCase{
+            "Pause", [](player_h p, auto) { return player_pause(p); }, { kPlaying }, kPaused },
+        CallCase{ "Stop", [](player_h p, auto) { return player_stop(p); },
+            { kReady, kPlaying, kPaused }, kReady },
+        CallCase{ "Unprepare", [](player_h p, auto) { return player_unprepare(p); },
+            { kReady, kPlaying, kPaused }, kIdle }),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(PlayerTest, PrepareAnswersOnAnotherThreadInReady)
+{
+    struct Seen {
+        player_h player;
+        Event done;
+        std::thread::id thread;
+        player_state_e state = PLAYER_STATE_NONE;
+    } seen{ player, {}, {}, PLAYER_STATE_NONE };
+    player_set_uri(player, tone(sine(880, 1)).c_str());
+
+    EXPECT_EQ(kNone,
+        player_prepare_async(
+            player,
+            [](void* data) {
+                auto* to = static_cast<Seen*>(data);
+                to->thread = std::this_thread::get_id();
+                player_get_state(to->player, &to->state);
+                to->done.set();
+            },
+            &seen));
+    EXPECT_EQ(PLAYER_STATE_IDLE, state());
+    EXPECT_EQ(PLAYER_ERROR_INVALID_OPERATION, player_prepare_async(player, setEventCb, &failed));
+
+    ASSERT_TRUE(seen.done.wait());
+    EXPECT_NE(std::this_thread::get_id(), seen.thread);
+    EXPECT_EQ(PLAYER_STATE_READY, seen.state);
+    EXPECT_EQ(PLAYER_ERROR_INVALID_STATE, player_prepare_async(player, setEventCb, &failed));
+}
+
+struct BadFile {
+    const char* name;
+    const char* content; ///< null = there is none
+    int error;
+};
+
+class PlayerFileTest : public PlayerTest, public testing::WithParamInterface<BadFile> {};
+
+TEST_P(PlayerFileTest, IsReportedAndTheNextOneCanBePrepared)
+{
+    const std::string path = dir.file("bad");
+    if (GetParam().content)
+        std::ofstream(path) << GetParam().content;
+    ASSERT_EQ(kNone, player_set_uri(player, path.c_str()));
+
+    std::atomic<int> prepared{ 0 };
+    ASSERT_EQ(kNone,
+        player_prepare_async(
+            player, [](void* count) { ++*static_cast<std::atomic<int>*>(count); }, &prepared));
+
+    ASSERT_TRUE(failed.wait());
+    EXPECT_EQ(GetParam().error, failed.value());
+    EXPECT_EQ(PLAYER_STATE_IDLE, state());
+    prepare(tone(sine(880, 1)));
+    EXPECT_EQ(0, prepared);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, PlayerFileTest,
+    testing::Values(BadFile{ "Missing", nullptr, PLAYER_ERROR_NO_SUCH_FILE },
+        BadFile{ "Text", "This is no sound at all.", PLAYER_ERROR_NOT_SUPPORTED_FILE },
+        BadFile{ "Empty", "", PLAYER_ERROR_NOT_SUPPORTED_FILE },
+        BadFile{ "Cut", "RIFF\x24\xac", PLAYER_ERROR_NOT_SUPPORTED_FILE }),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(PlayerTest, LoopsWithoutAGap)
+{
+    // Half a second holds 440 whole waves, so that a right seam cannot be seen.
+    Listener listener;
+    prepare(tone(sine(880, 0.5)));
+    player_set_looping(player, true);
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+
+    const Samples heard = listener.listen(4);
+
+    EXPECT_NEAR(880, pitch(heard), 0.5);
+    EXPECT_NEAR(16384, peak(heard), 200);
+    EXPECT_LT(longestSilence(heard, 1000), 0.0005);
+    int steepest = 0;
+    for (size_t at = 1; at < heard.size(); ++at)
+        steepest = std::max(steepest, std::abs(heard[at] - heard[at - 1]));
+    EXPECT_LT(steepest, 16384 * 2 * M_PI * 880 / kRate * 1.05);
+}
+
+TEST_F(PlayerTest, LoopingMayBeSwitchedOnWhileItPlays)
+{
+    Listener listener;
+    prepare(tone(sine(880, 0.5)));
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+    player_set_looping(player, true);
+
+    EXPECT_LT(longestSilence(listener.listen(2), 1000), 0.0005);
+}
+
+TEST_F(PlayerTest, WithoutLoopingPlaysOnceAndStaysPlaying)
+{
+    Listener listener;
+    prepare(tone(sine(880, 0.5)));
+
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+    ASSERT_TRUE(listener.waitForSilence());
+
+    const Samples heard = trimmed(listener.take());
+    EXPECT_NEAR(0.5, static_cast<double>(heard.size()) / kRate, 0.005);
+    EXPECT_EQ(PLAYER_STATE_PLAYING, state());
+}
+
+TEST_F(PlayerTest, SeeksToTheMillisecond)
+{
+    Samples samples = sine(440, 1);
+    const Samples second = sine(880, 1);
+    samples.insert(samples.end(), second.begin(), second.end());
+    Listener listener;
+    prepare(tone(samples));
+
+    Event completed;
+    ASSERT_EQ(kNone, player_set_play_position(player, 1000, true, setEventCb, &completed));
+    ASSERT_TRUE(completed.wait());
+    EXPECT_EQ(PLAYER_STATE_READY, state());
+    listener.take();
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+    ASSERT_TRUE(listener.waitForSilence());
+
+    const Samples heard = trimmed(listener.take());
+    EXPECT_NEAR(1, static_cast<double>(heard.size()) / kRate, 0.002);
+    EXPECT_NEAR(880, pitch(heard), 0.5);
+}
+
+TEST_F(PlayerTest, LoopsFromTheBeginningAfterASeek)
+{
+    Samples samples = sine(440, 0.5);
+    const Samples second = sine(880, 0.5);
+    samples.insert(samples.end(), second.begin(), second.end());
+    Listener listener;
+    player_set_looping(player, true);
+    prepare(tone(samples));
+    Event completed;
+    ASSERT_EQ(kNone, player_set_play_position(player, 500, true, setEventCb, &completed));
+    ASSERT_TRUE(completed.wait());
+    listener.take();
+
+    player_start(player);
+    ASSERT_TRUE(
+        listener.waitFor([](const Samples& heard) { return trimmed(heard).size() > 1.6 * kRate; }));
+
+    const Samples heard = trimmed(listener.take());
+    const auto part = [&](double from, double to) {
+        return Samples(
+            heard.begin() + std::lround(from * kRate), heard.begin() + std::lround(to * kRate));
+    };
+    EXPECT_NEAR(880, pitch(part(0.05, 0.45)), 2);
+    EXPECT_NEAR(440, pitch(part(0.55, 0.95)), 2);
+    EXPECT_NEAR(880, pitch(part(1.05, 1.45)), 2);
+}
+
+TEST_F(PlayerTest, RefusesASeekWhileOneRunsAndOneBehindTheEnd)
+{
+    struct Seen {
+        player_h player;
+        Event done;
+        Event completed;
+        int first = 0;
+        int second = 0;
+    } seen{ player, {}, {}, 0, 0 };
+    player_set_uri(player, tone(sine(880, 1)).c_str());
+
+    // From the prepared callback, behind which the first one's completion has to wait.
+    ASSERT_EQ(kNone,
+        player_prepare_async(
+            player,
+            [](void* data) {
+                auto* to = static_cast<Seen*>(data);
+                to->first
+                    = player_set_play_position(to->player, 100, true, setEventCb, &to->completed);
+                to->second
+                    = player_set_play_position(to->player, 200, true, setEventCb, &to->completed);
+                to->done.set();
+            },
+            &seen));
+
+    ASSERT_TRUE(seen.done.wait());
+    EXPECT_EQ(kNone, seen.first);
+    EXPECT_EQ(PLAYER_ERROR_SEEK_FAILED, seen.second);
+    ASSERT_TRUE(seen.completed.wait());
+    EXPECT_EQ(
+        PLAYER_ERROR_SEEK_FAILED, player_set_play_position(player, 5000, true, nullptr, nullptr));
+    EXPECT_EQ(kNone, player_set_play_position(player, 300, true, nullptr, nullptr));
+}
+
+TEST_F(PlayerTest, PauseIsSilentAndStartGoesOn)
+{
+    Listener listener;
+    prepare(tone(sine(880, 1)));
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+    listener.listen(0.3);
+
+    player_pause(player);
+    ASSERT_TRUE(listener.waitForSilence());
+    listener.take();
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+    ASSERT_TRUE(listener.waitForSilence());
+
+    const double rest = static_cast<double>(trimmed(listener.take()).size()) / kRate;
+    EXPECT_LT(rest, 0.75);
+    EXPECT_GT(rest, 0.3);
+}
+
+TEST_F(PlayerTest, StopGoesBackToTheBeginning)
+{
+    Listener listener;
+    prepare(tone(sine(880, 1)));
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+    listener.listen(0.3);
+
+    player_stop(player);
+    ASSERT_TRUE(listener.waitForSilence());
+    listener.take();
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+    ASSERT_TRUE(listener.waitForSilence());
+
+    // A sink that has played before swallows one or two of its periods of 10 ms.
+    EXPECT_NEAR(1, static_cast<double>(trimmed(listener.take()).size()) / kRate, 0.05);
+}
+
+TEST_F(PlayerTest, PlaysOggVorbis)
+{
+    Listener listener;
+    prepare(TONES "/Digital_Beep.ogg");
+    player_set_looping(player, true);
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+
+    // Three pulses and a rest per second.
+    const Samples heard = listener.listen(3);
+    EXPECT_NEAR(0.46, longestSilence(heard, 500), 0.01);
+}
+
+TEST_F(PlayerTest, LevelOfItsSoundTypeIsHeardAtOnce)
+{
+    Listener listener;
+    prepare(tone(sine(880, 1)));
+    player_set_looping(player, true);
+    player_start(player);
+    ASSERT_TRUE(listener.waitForSound());
+
+    EXPECT_EQ(0, sound_manager_set_volume(SOUND_TYPE_ALARM, 5));
+    EXPECT_EQ(0, sound_manager_set_volume(SOUND_TYPE_MEDIA, 0));
+    // 10 levels of 3 dB.
+    const double softer = 16384 * std::pow(10, -30.0 / 20);
+    EXPECT_TRUE(listener.waitFor([=](const Samples& heard) {
+        const size_t last = kRate / 5;
+        return heard.size() > last
+            && std::abs(
+                   peak({ heard.end() - static_cast<std::ptrdiff_t>(last), heard.end() }) - softer)
+            < 20;
+    }));
+}
+
+TEST_F(PlayerTest, DestroyWaitsForTheRunningCallbackAndNoneComesAfterwards)
+{
+    struct Gate {
+        Event entered;
+        Event open;
+        std::atomic<bool> isLeft{ false };
+    } gate;
+    player_set_uri(player, tone(sine(880, 1)).c_str());
+    player_prepare_async(
+        player,
+        [](void* data) {
+            auto* to = static_cast<Gate*>(data);
+            to->entered.set();
+            to->open.wait();
+            to->isLeft = true;
+        },
+        &gate);
+    ASSERT_TRUE(gate.entered.wait());
+    // This one's callback waits behind the running one and is dropped.
+    Event completed;
+    ASSERT_EQ(kNone, player_set_play_position(player, 10, true, setEventCb, &completed));
+
+    Event destroyed;
+    std::thread destroyer([&] {
+        player_destroy(player);
+        EXPECT_TRUE(gate.isLeft);
+        destroyed.set();
+    });
+    EXPECT_FALSE(destroyed.wait(0.2));
+    gate.open.set();
+    destroyer.join();
+    player = nullptr;
+    EXPECT_FALSE(completed.wait(0.1));
+}
+
+TEST_F(PlayerTest, DestroyEndsAPreparation)
+{
+    const std::string path = tone(sine(880, 1));
+    for (int i = 0; i < 20; ++i) {
+        player_h other = nullptr;
+        Event prepared;
+        ASSERT_EQ(kNone, player_create(&other));
+        player_set_uri(other, path.c_str());
+        ASSERT_EQ(kNone, player_prepare_async(other, setEventCb, &prepared));
+        std::this_thread::sleep_for(std::chrono::milliseconds(i));
+        EXPECT_EQ(kNone, player_destroy(other));
+    }
+}
+
+TEST_F(PlayerTest, CallsFromSeveralThreadsLeaveItUsable)
+{
+    prepare(tone(sine(880, 0.2)));
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this, i] {
+            for (int round = 0; round < 20; ++round) {
+                player_start(player);
+                player_set_looping(player, (round + i) % 2 == 0);
+                player_set_play_position(player, 10 * round, true, nullptr, nullptr);
+                player_pause(player);
+                player_stop(player);
+                player_state_e now = PLAYER_STATE_NONE;
+                player_get_state(player, &now);
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+
+    player_stop(player);
+    EXPECT_EQ(PLAYER_STATE_READY, state());
+    Listener listener;
+    player_set_looping(player, true);
+    EXPECT_EQ(kNone, player_start(player));
+    EXPECT_TRUE(listener.waitForSound());
+}
+
+std::atomic<int> warnings{ 0 };
+
+TEST_F(PlayerTest, WithoutASoundServerItKeepsItsStatesAndSaysSo)
+{
+    host::setLogHook([](int, const char*, const char* text) {
+        if (strcmp(text, "There is no sound server: tones keep their time, but nobody hears them")
+            == 0)
+            ++warnings;
+    });
+    setenv("PULSE_SERVER", "unix:/nonexistent/socket", 1);
+    prepare(tone(sine(880, 0.2)));
+    host::setLogHook(nullptr);
+    EXPECT_EQ(1, warnings);
+
+    player_set_looping(player, true);
+    EXPECT_EQ(kNone, player_start(player));
+    EXPECT_EQ(kNone, player_pause(player));
+    Event completed;
+    EXPECT_EQ(kNone, player_set_play_position(player, 100, true, setEventCb, &completed));
+    EXPECT_TRUE(completed.wait());
+    EXPECT_EQ(kNone, player_start(player));
+    EXPECT_EQ(kNone, player_stop(player));
+    EXPECT_EQ(PLAYER_STATE_READY, state());
+}
+
+} // namespace

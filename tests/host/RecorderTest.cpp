@@ -1,0 +1,133 @@
+#include "HostSession.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <recorder.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// Another program, until the object goes.
+class Program {
+public:
+    explicit Program(const std::string& command)
+        : _pid(fork())
+    {
+        if (_pid == 0) {
+            execl("/bin/sh", "sh", "-c", ("exec " + command + " >/dev/null 2>&1").c_str(), nullptr);
+            _exit(127);
+        }
+    }
+    ~Program()
+    {
+        kill(_pid, SIGKILL);
+        waitpid(_pid, nullptr, 0);
+    }
+
+private:
+    const pid_t _pid;
+};
+
+class RecorderTest : public testing::Test {
+protected:
+    static int look(recorder_device_state_e* state)
+    {
+        return recorder_get_device_state(RECORDER_TYPE_AUDIO, state);
+    }
+    bool waitFor(int answer, recorder_device_state_e expected)
+    {
+        return session.waitFor([=] {
+            recorder_device_state_e state = expected;
+            return look(&state) == answer && state == expected;
+        });
+    }
+
+    HostSession session;
+};
+
+TEST_F(RecorderTest, BadArgumentsAreRefused)
+{
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
+    EXPECT_EQ(RECORDER_ERROR_INVALID_PARAMETER, look(nullptr));
+    EXPECT_EQ(RECORDER_ERROR_INVALID_PARAMETER,
+        recorder_get_device_state(static_cast<recorder_type_e>(2), &state));
+    EXPECT_EQ(RECORDER_ERROR_NOT_SUPPORTED, recorder_get_device_state(RECORDER_TYPE_VIDEO, &state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_PAUSED, state);
+}
+
+TEST_F(RecorderTest, FollowsTheRecordingOfAnotherApplication)
+{
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
+    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_IDLE, state);
+
+    ASSERT_EQ(0, system("hostctl record start"));
+    EXPECT_TRUE(waitFor(RECORDER_ERROR_NONE, RECORDER_DEVICE_STATE_RECORDING));
+    ASSERT_EQ(0, system("hostctl record stop"));
+    EXPECT_TRUE(waitFor(RECORDER_ERROR_NONE, RECORDER_DEVICE_STATE_IDLE));
+}
+
+TEST_F(RecorderTest, TheFirstLookKnowsAlready)
+{
+    ASSERT_EQ(0, system("hostctl record start"));
+
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
+    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_RECORDING, state);
+    ASSERT_EQ(0, system("hostctl record stop"));
+}
+
+TEST_F(RecorderTest, ListeningToWhatIsPlayedIsNoRecording)
+{
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
+    const Program listener("parec -d watch.monitor");
+    ASSERT_TRUE(
+        session.waitFor([] { return system("pactl list short source-outputs | grep -q .") == 0; }));
+
+    // The recording that follows is seen, so the listening was, too.
+    ASSERT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_IDLE, state);
+    const Program recorder("parec -d microphone");
+    EXPECT_TRUE(waitFor(RECORDER_ERROR_NONE, RECORDER_DEVICE_STATE_RECORDING));
+}
+
+TEST_F(RecorderTest, WithoutAMicrophoneItIsNotSupported)
+{
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
+    ASSERT_EQ(RECORDER_ERROR_NONE, look(&state));
+    ASSERT_EQ(0, system("pactl unload-module module-null-source"));
+
+    EXPECT_TRUE(waitFor(RECORDER_ERROR_NOT_SUPPORTED, RECORDER_DEVICE_STATE_IDLE));
+}
+
+TEST_F(RecorderTest, WithoutASoundServerItIsIdle)
+{
+    setenv("PULSE_SERVER", "unix:/nonexistent/socket", 1);
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
+    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_IDLE, state);
+}
+
+TEST_F(RecorderTest, ALookDoesNotWait)
+{
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
+    const auto timed = [&](int looks) {
+        using namespace std::chrono;
+        const auto start = steady_clock::now();
+        for (int i = 0; i < looks; ++i)
+            look(&state);
+        return duration<double, std::milli>(steady_clock::now() - start).count();
+    };
+    const double first = timed(1);
+    const double later = timed(1000);
+    RecordProperty("first_look_ms", std::to_string(first));
+    RecordProperty("thousand_looks_ms", std::to_string(later));
+    EXPECT_LT(first, 150);
+    EXPECT_LT(later, 100);
+}
+
+} // namespace

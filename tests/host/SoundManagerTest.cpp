@@ -1,0 +1,377 @@
+#include "host/common/Bus.h"
+#include "HostSession.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <mutex>
+#include <sound_manager.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+const int kNone = SOUND_MANAGER_ERROR_NONE;
+const int kInvalid = SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+const int kPolicy = SOUND_MANAGER_ERROR_POLICY;
+const int kInvalidState = SOUND_MANAGER_ERROR_INVALID_STATE;
+const auto kPlayback = SOUND_STREAM_FOCUS_FOR_PLAYBACK;
+const auto kRecording = SOUND_STREAM_FOCUS_FOR_RECORDING;
+const auto kBoth = SOUND_STREAM_FOCUS_FOR_BOTH;
+
+struct News {
+    int mask;
+    int state;
+    int reason;
+    int behavior;
+    std::string info;
+    bool operator==(const News& other) const
+    {
+        return mask == other.mask && state == other.state && reason == other.reason
+            && behavior == other.behavior && info == other.info;
+    }
+};
+
+void PrintTo(const News& news, std::ostream* out)
+{
+    *out << "{" << news.mask << ", " << news.state << ", " << news.reason << ", " << news.behavior
+         << ", " << news.info << "}";
+}
+
+// A stream that remembers what it was told.
+class Stream {
+public:
+    explicit Stream(sound_stream_type_e type)
+    {
+        EXPECT_EQ(kNone, sound_manager_create_stream_information(type, _changedCb, this, &_handle));
+    }
+    ~Stream() { destroy(); }
+    void destroy()
+    {
+        if (_handle) {
+            EXPECT_EQ(kNone, sound_manager_destroy_stream_information(_handle));
+        }
+        _handle = nullptr;
+    }
+
+    int acquire(sound_stream_focus_mask_e mask, int behavior = 0, const char* info = nullptr)
+    {
+        return sound_manager_acquire_focus(_handle, mask, behavior, info);
+    }
+    int release(sound_stream_focus_mask_e mask, int behavior = 0, const char* info = nullptr)
+    {
+        return sound_manager_release_focus(_handle, mask, behavior, info);
+    }
+    int held()
+    {
+        sound_stream_focus_state_e playback = SOUND_STREAM_FOCUS_STATE_RELEASED;
+        sound_stream_focus_state_e recording = SOUND_STREAM_FOCUS_STATE_RELEASED;
+        EXPECT_EQ(kNone, sound_manager_get_focus_state(_handle, &playback, &recording));
+        return (playback ? 1 : 0) | (recording ? 2 : 0);
+    }
+    sound_stream_info_h handle() { return _handle; }
+
+    // The first count news, waited for.
+    std::vector<News> news(size_t count)
+    {
+        std::unique_lock<std::mutex> lock(_mutex);
+        _more.wait_for(lock, std::chrono::seconds(5), [&] { return _news.size() >= count; });
+        return _news;
+    }
+    std::thread::id thread()
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _thread;
+    }
+    std::function<void()> whenTold; ///< runs in the callback
+
+private:
+    static void _changedCb(sound_stream_info_h handle, sound_stream_focus_mask_e mask,
+        sound_stream_focus_state_e state, sound_stream_focus_change_reason_e reason, int behavior,
+        const char* info, void* data)
+    {
+        auto* stream = static_cast<Stream*>(data);
+        EXPECT_EQ(stream->_handle, handle);
+        if (stream->whenTold)
+            stream->whenTold();
+        const std::lock_guard<std::mutex> lock(stream->_mutex);
+        stream->_thread = std::this_thread::get_id();
+        stream->_news.push_back({ mask, state, reason, behavior, info ? info : "(none)" });
+        stream->_more.notify_all();
+    }
+
+    sound_stream_info_h _handle = nullptr;
+    std::mutex _mutex;
+    std::condition_variable _more;
+    std::vector<News> _news;
+    std::thread::id _thread;
+};
+
+class SoundManagerTest : public testing::Test {
+protected:
+    HostSession session;
+};
+
+TEST_F(SoundManagerTest, BadArgumentsAreRefused)
+{
+    Stream stream(SOUND_STREAM_TYPE_ALARM);
+    sound_stream_info_h handle = nullptr;
+    int level = 77;
+
+    EXPECT_EQ(kInvalid,
+        sound_manager_create_stream_information(
+            SOUND_STREAM_TYPE_ALARM, nullptr, nullptr, nullptr));
+    EXPECT_EQ(kInvalid,
+        sound_manager_create_stream_information(
+            static_cast<sound_stream_type_e>(10), nullptr, nullptr, &handle));
+    EXPECT_EQ(kInvalid, sound_manager_destroy_stream_information(nullptr));
+    EXPECT_EQ(kInvalid, sound_manager_acquire_focus(nullptr, kBoth, 0, nullptr));
+    EXPECT_EQ(kInvalid, stream.acquire(static_cast<sound_stream_focus_mask_e>(0)));
+    EXPECT_EQ(kInvalid, stream.acquire(static_cast<sound_stream_focus_mask_e>(4)));
+    EXPECT_EQ(kInvalid, stream.acquire(kBoth, 4));
+    EXPECT_EQ(kInvalid, sound_manager_release_focus(nullptr, kBoth, 0, nullptr));
+    EXPECT_EQ(kInvalid, sound_manager_get_focus_state(nullptr, nullptr, nullptr));
+    EXPECT_EQ(kInvalid, sound_manager_get_volume(SOUND_TYPE_ALARM, nullptr));
+    EXPECT_EQ(kInvalid, sound_manager_get_volume(static_cast<sound_type_e>(8), &level));
+    EXPECT_EQ(kInvalid, sound_manager_set_volume(SOUND_TYPE_ALARM, 16));
+    EXPECT_EQ(kInvalid, sound_manager_set_volume(SOUND_TYPE_ALARM, -1));
+    EXPECT_EQ(nullptr, handle);
+    EXPECT_EQ(77, level);
+}
+
+TEST_F(SoundManagerTest, PartsAreTakenAndReleasedOneByOneOrTogether)
+{
+    Stream stream(SOUND_STREAM_TYPE_ALARM);
+    EXPECT_EQ(0, stream.held());
+    EXPECT_EQ(kNone, sound_manager_get_focus_state(stream.handle(), nullptr, nullptr));
+
+    EXPECT_EQ(kInvalidState, stream.release(kPlayback));
+    EXPECT_EQ(kNone, stream.acquire(kPlayback));
+    EXPECT_EQ(1, stream.held());
+    EXPECT_EQ(kInvalidState, stream.acquire(kBoth));
+    EXPECT_EQ(kInvalidState, stream.release(kBoth));
+    EXPECT_EQ(1, stream.held());
+    EXPECT_EQ(kNone, stream.acquire(kRecording));
+    EXPECT_EQ(3, stream.held());
+    EXPECT_EQ(kNone, stream.release(kBoth));
+    EXPECT_EQ(0, stream.held());
+}
+
+TEST_F(SoundManagerTest, LoserIsToldOnAnotherThreadAndGetsItBack)
+{
+    Stream alarm(SOUND_STREAM_TYPE_ALARM);
+    Stream media(SOUND_STREAM_TYPE_MEDIA);
+    std::vector<int> seen;
+    alarm.whenTold = [&] { seen.push_back(alarm.held()); };
+    ASSERT_EQ(kNone, alarm.acquire(kBoth));
+
+    ASSERT_EQ(kNone, media.acquire(kBoth, SOUND_BEHAVIOR_NO_RESUME, "a song"));
+    EXPECT_EQ(0, alarm.held());
+    const News lost{ 3, 0, SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA, 1, "a song" };
+    EXPECT_THAT(alarm.news(1), testing::ElementsAre(lost));
+    EXPECT_NE(std::this_thread::get_id(), alarm.thread());
+
+    ASSERT_EQ(kNone, media.release(kBoth, SOUND_BEHAVIOR_FADING));
+    EXPECT_EQ(3, alarm.held());
+    const News regained{ 3, 1, SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA, 2, "(none)" };
+    EXPECT_THAT(alarm.news(2), testing::ElementsAre(lost, regained));
+
+    // In the callback the state had changed; own doings are not told.
+    EXPECT_THAT(seen, testing::ElementsAre(0, 3));
+    EXPECT_THAT(media.news(0), testing::IsEmpty());
+}
+
+TEST_F(SoundManagerTest, OnePartAloneIsTaken)
+{
+    Stream alarm(SOUND_STREAM_TYPE_ALARM);
+    Stream speech(SOUND_STREAM_TYPE_VOICE_RECOGNITION);
+    alarm.acquire(kBoth);
+
+    EXPECT_EQ(kNone, speech.acquire(kRecording));
+
+    EXPECT_EQ(1, alarm.held());
+    EXPECT_EQ(2, speech.held());
+    const News lost{ 2, 0, SOUND_STREAM_FOCUS_CHANGED_BY_VOICE_RECOGNITION, 0, "(none)" };
+    EXPECT_THAT(alarm.news(1), testing::ElementsAre(lost));
+}
+
+TEST_F(SoundManagerTest, TheLastLoserComesFirst)
+{
+    Stream first(SOUND_STREAM_TYPE_MEDIA);
+    Stream second(SOUND_STREAM_TYPE_NOTIFICATION);
+    Stream third(SOUND_STREAM_TYPE_MEDIA_EXTERNAL_ONLY);
+    first.acquire(kBoth);
+    second.acquire(kBoth);
+    third.acquire(kPlayback);
+    const News lostToThird{ 1, 0, SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA_EXTERNAL_ONLY, 0, "(none)" };
+    EXPECT_THAT(second.news(1), testing::ElementsAre(lostToThird));
+
+    third.release(kPlayback);
+    EXPECT_EQ(3, second.held());
+    EXPECT_EQ(0, first.held());
+    second.destroy();
+    EXPECT_EQ(3, first.held());
+}
+
+TEST_F(SoundManagerTest, WhoWaitsMayTakeItAgain)
+{
+    Stream alarm(SOUND_STREAM_TYPE_ALARM);
+    Stream media(SOUND_STREAM_TYPE_MEDIA);
+    alarm.acquire(kBoth);
+    media.acquire(kBoth);
+    EXPECT_EQ(kNone, alarm.acquire(kBoth));
+    EXPECT_EQ(3, alarm.held());
+
+    EXPECT_EQ(kNone, alarm.release(kBoth));
+    EXPECT_EQ(3, media.held());
+    EXPECT_EQ(kNone, media.release(kBoth));
+    EXPECT_EQ(0, alarm.held());
+}
+
+struct PolicyCase {
+    const char* name;
+    sound_stream_type_e holder;
+    int answer;
+};
+
+class SoundPolicyTest : public testing::TestWithParam<PolicyCase> {};
+
+TEST_P(SoundPolicyTest, DecidesWhetherTheHolderLosesIt)
+{
+    HostSession session;
+    Stream holder(GetParam().holder);
+    Stream alarm(SOUND_STREAM_TYPE_ALARM);
+    ASSERT_EQ(kNone, holder.acquire(kPlayback));
+
+    EXPECT_EQ(GetParam().answer, alarm.acquire(kBoth));
+
+    EXPECT_EQ(GetParam().answer == kNone ? 3 : 0, alarm.held());
+    EXPECT_EQ(GetParam().answer == kNone ? 0 : 1, holder.held());
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, SoundPolicyTest,
+    testing::Values(PolicyCase{ "Media", SOUND_STREAM_TYPE_MEDIA, kNone },
+        PolicyCase{ "Alarm", SOUND_STREAM_TYPE_ALARM, kNone },
+        PolicyCase{ "Ringtone", SOUND_STREAM_TYPE_RINGTONE_VOIP, kNone },
+        PolicyCase{ "Emergency", SOUND_STREAM_TYPE_EMERGENCY, kPolicy },
+        PolicyCase{ "InternetCall", SOUND_STREAM_TYPE_VOIP, kPolicy }),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(SoundManagerTest, CallOfAnotherApplicationIsNotInterrupted)
+{
+    Stream alarm(SOUND_STREAM_TYPE_ALARM);
+    ASSERT_EQ(kNone, alarm.acquire(kBoth));
+
+    ASSERT_EQ(0, system("hostctl focus take --reason call"));
+    const News lost{ 3, 0, SOUND_STREAM_FOCUS_CHANGED_BY_CALL, 0, "(none)" };
+    EXPECT_THAT(alarm.news(1), testing::ElementsAre(lost));
+    EXPECT_EQ(kPolicy, alarm.acquire(kBoth));
+
+    // Its process ends with this.
+    ASSERT_EQ(0, system("hostctl focus release --reason call"));
+    const News regained{ 3, 1, SOUND_STREAM_FOCUS_CHANGED_BY_CALL, 0, "(none)" };
+    EXPECT_THAT(alarm.news(2), testing::ElementsAre(lost, regained));
+    EXPECT_EQ(3, alarm.held());
+}
+
+TEST_F(SoundManagerTest, DestroyWaitsForTheRunningCallbackAndNoneComesAfterwards)
+{
+    auto stream = std::make_unique<Stream>(SOUND_STREAM_TYPE_ALARM);
+    Stream media(SOUND_STREAM_TYPE_MEDIA);
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool isEntered = false;
+    bool isOpen = false;
+    std::atomic<bool> isLeft{ false };
+    stream->whenTold = [&] {
+        std::unique_lock<std::mutex> lock(mutex);
+        isEntered = true;
+        changed.notify_all();
+        changed.wait(lock, [&] { return isOpen; });
+        isLeft = true;
+    };
+    stream->acquire(kBoth);
+    media.acquire(kBoth);
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return isEntered; });
+    }
+    // Told next, if it were not destroyed. Calls do not wait for the callback.
+    EXPECT_EQ(kNone, media.release(kBoth));
+
+    std::thread opener([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        const std::lock_guard<std::mutex> lock(mutex);
+        isOpen = true;
+        changed.notify_all();
+    });
+    stream->destroy();
+    EXPECT_TRUE(isLeft);
+    opener.join();
+    EXPECT_EQ(1u, stream->news(1).size());
+    EXPECT_EQ(kNone, media.acquire(kBoth));
+    EXPECT_EQ(1u, stream->news(1).size());
+}
+
+TEST_F(SoundManagerTest, MayBeUsedAndDestroyedInItsCallback)
+{
+    Stream stream(SOUND_STREAM_TYPE_ALARM);
+    Stream media(SOUND_STREAM_TYPE_MEDIA);
+    std::atomic<int> answer{ -1 };
+    stream.whenTold = [&] {
+        answer = stream.acquire(kBoth);
+        stream.destroy();
+    };
+    stream.acquire(kBoth);
+    media.acquire(kBoth);
+
+    EXPECT_EQ(1u, stream.news(1).size());
+    EXPECT_EQ(kNone, answer);
+    EXPECT_EQ(3, media.held());
+}
+
+TEST_F(SoundManagerTest, CallsFromSeveralThreadsLeaveItUsable)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([] {
+            for (int round = 0; round < 20; ++round) {
+                Stream stream(SOUND_STREAM_TYPE_ALARM);
+                stream.acquire(kBoth);
+                stream.held();
+                stream.release(kBoth);
+                int level = 0;
+                EXPECT_EQ(kNone, sound_manager_get_volume(SOUND_TYPE_ALARM, &level));
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+
+    Stream stream(SOUND_STREAM_TYPE_ALARM);
+    EXPECT_EQ(kNone, stream.acquire(kBoth));
+    EXPECT_EQ(3, stream.held());
+}
+
+TEST_F(SoundManagerTest, VolumesAreElevenAtFirstAndKeptPerType)
+{
+    int alarm = 0;
+    int media = 0;
+    EXPECT_EQ(kNone, sound_manager_get_volume(SOUND_TYPE_ALARM, &alarm));
+    EXPECT_EQ(11, alarm);
+
+    EXPECT_EQ(kNone, sound_manager_set_volume(SOUND_TYPE_ALARM, 3));
+    const pid_t before = session.daemonPid();
+    session.killDaemon();
+    EXPECT_EQ(kNone, sound_manager_get_volume(SOUND_TYPE_ALARM, &alarm));
+    EXPECT_EQ(kNone, sound_manager_get_volume(SOUND_TYPE_MEDIA, &media));
+    EXPECT_NE(before, session.daemonPid());
+    EXPECT_EQ(3, alarm);
+    EXPECT_EQ(11, media);
+}
+
+} // namespace
