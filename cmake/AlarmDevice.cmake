@@ -3,14 +3,20 @@ pkg_check_modules(
     DEVICE
     REQUIRED
     IMPORTED_TARGET
+    app-assist
     bundle
     capi-appfw-alarm
     capi-appfw-app-common
     capi-appfw-app-control
     capi-appfw-preference
     capi-base-utils-i18n
+    capi-media-player
+    capi-media-recorder
+    capi-media-sound-manager
+    capi-system-info
     dlog
     elementary
+    feedback
     ui-extension
     vconf)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)

@@ -1,0 +1,595 @@
+#include "ClockSoundPlayer.h"
+
+#include "AlarmLog.h"
+
+#include <cstring>
+#include <Elementary.h>
+#include <feedback.h>
+#include <recorder.h>
+#include <string_view>
+#include <system_info.h>
+#include <vconf.h>
+
+namespace {
+const char* const kSpeakerFeature = "http://developer.velmora.com/tizen/feature/speaker";
+const char* const kVibrationTypeKey = "db/setting/sound/call/vibration_type";
+const char* const kLongVibrationKey = "db/setting/sound/vibration_long_on";
+
+const double kIncreaseVolumePeriod = 4.0;
+const double kCheckRecordingDelay = 0.5;
+const int kFirstVolume = 1;
+const int kVibrationTypes = 5;
+
+// The messages of the pipe.
+const char kSetPosition[] = "player_set_position";
+const char kStart[] = "player_start";
+const char kStop[] = "player_stop";
+const char kPause[] = "player_pause";
+const char kResume[] = "player_resume";
+// From the platform's threads, as timers are made on the main loop only.
+const char kCheckRecording[] = "player_check_recording";
+
+// Receivers know a pause in the length of a stop, and a resume as a pause in its own length.
+const unsigned int kPauseSize = sizeof(kStop);
+const char kPauseOfResume[sizeof(kResume)] = "player_pause";
+
+bool hasMelody(ClockSoundType type)
+{
+    return (static_cast<int>(type) & ~static_cast<int>(ClockSoundType::Vibration)) != 0;
+}
+
+bool hasVibration(ClockSoundType type)
+{
+    return type == ClockSoundType::Vibration || type == ClockSoundType::MelodyAndVibration;
+}
+
+bool isSpeakerSupported()
+{
+    bool supported = true;
+    if (system_info_get_custom_bool(kSpeakerFeature, &supported) != SYSTEM_INFO_ERROR_NONE)
+        LOG_CRITICAL("system_info_get_custom_bool failed");
+    LOG_CRITICAL("isSupportSpeaker = %d", supported);
+    return supported;
+}
+
+int vibrationTypeOfSettings()
+{
+    int setting = 0;
+    vconf_get_int(kVibrationTypeKey, &setting);
+    LOG_CRITICAL("vibTypeOnSetting = %d", setting);
+    return setting / 2 + 1;
+}
+
+// Each type has two patterns with numbers in a row: short and long.
+feedback_pattern_e vibrationPattern(int vibrationType, bool isLong)
+{
+    if (vibrationType < 1 || vibrationType > kVibrationTypes)
+        return FEEDBACK_PATTERN_ALARM_VIB1_SHORT;
+    const int shortOne = FEEDBACK_PATTERN_ALARM_VIB1_SHORT + 2 * (vibrationType - 1);
+    return static_cast<feedback_pattern_e>(isLong ? shortOne + 1 : shortOne);
+}
+
+player_state_e stateOf(player_h player)
+{
+    player_state_e state = PLAYER_STATE_NONE;
+    player_get_state(player, &state);
+    return state;
+}
+
+// The parts of the audio focus that the stream holds, as a mask.
+int heldFocus(sound_stream_info_h streamInfo)
+{
+    sound_stream_focus_state_e playback = SOUND_STREAM_FOCUS_STATE_RELEASED;
+    sound_stream_focus_state_e recording = SOUND_STREAM_FOCUS_STATE_RELEASED;
+    sound_manager_get_focus_state(streamInfo, &playback, &recording);
+    int mask = 0;
+    if (playback == SOUND_STREAM_FOCUS_STATE_ACQUIRED)
+        mask |= SOUND_STREAM_FOCUS_FOR_PLAYBACK;
+    if (recording == SOUND_STREAM_FOCUS_STATE_ACQUIRED)
+        mask |= SOUND_STREAM_FOCUS_FOR_RECORDING;
+    return mask;
+}
+
+void stopTimer(std::shared_ptr<app_assist::WUiTimer>& timer)
+{
+    if (timer)
+        timer->destroy();
+    timer.reset();
+}
+} // namespace
+
+ClockSoundPlayer::ClockSoundPlayer()
+{
+    if (sound_manager_get_volume(_volumeSoundType, &_previousVolume) != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL("Failed to get recovery alarm volume");
+}
+
+ClockSoundPlayer::ClockSoundPlayer(CallerType caller)
+    : _pauseOnFocusLoss(caller != CallerType::Timer)
+{
+    if (caller != CallerType::Timer && caller != CallerType::Alarm)
+        LOG_CRITICAL("Invalid clock sound session type. Set type as ALARM");
+}
+
+ClockSoundPlayer::~ClockSoundPlayer()
+{
+    stopTimer(_increaseVolumeTimer);
+    stopTimer(_checkRecordingTimer);
+    if (_player) {
+        player_stop(_player);
+        player_unprepare(_player);
+        _destroyPlayer();
+    }
+    _deletePipe();
+    _destroyStreamInfo();
+    // Last, as a change of the focus may have made it vibrate until here.
+    feedback_stop();
+}
+
+void ClockSoundPlayer::initialize(const char* tonePath, const char* defaultTonePath,
+    ClockSoundType type, int vibrationType, int volume, int increasingVolume, int playPosition,
+    int checkRecordingBeforeVibrating, sound_stream_type_e streamType)
+{
+    _tonePath = tonePath ? tonePath : "";
+    _defaultTonePath = defaultTonePath ? defaultTonePath : "";
+    _type = type;
+    _vibrationType = vibrationType;
+    _volume = volume;
+    _increasingVolume = increasingVolume;
+    _playPosition = playPosition;
+    _checkRecordingBeforeVibrating = checkRecordingBeforeVibrating;
+
+    const bool speaker = isSpeakerSupported();
+    if (_volume == 0)
+        _increasingVolume = 0;
+    _createStreamInfo(streamType);
+    if (hasMelody(type) && speaker)
+        _playSound();
+    else if (type == ClockSoundType::Melody)
+        return; // nothing that this device could do
+
+    if (hasVibration(type)) {
+        if (!speaker) {
+            _vibrationType = vibrationTypeOfSettings();
+            LOG_CRITICAL("_vibrationType = %d", _vibrationType.load());
+        }
+        _playVibration();
+    }
+    if (_increasingVolume) {
+        stopTimer(_increaseVolumeTimer);
+        _increaseVolumeTimer
+            = app_assist::WUiTimer::create(kIncreaseVolumePeriod, _increaseVolumeTimerCb, this);
+    }
+}
+
+void ClockSoundPlayer::_createStreamInfo(sound_stream_type_e streamType)
+{
+    LOG_CRITICAL("streamType [%d]", streamType);
+    if (_streamInfo) {
+        // The player borrows it until its end.
+        if (_player)
+            return;
+        _destroyStreamInfo();
+    }
+    const int error
+        = sound_manager_create_stream_information(streamType, _audioFocusedCb, this, &_streamInfo);
+    if (error != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL("ret [%d]", error);
+}
+
+void ClockSoundPlayer::_destroyStreamInfo()
+{
+    if (!_streamInfo) {
+        LOG_CRITICAL("stream info is not set");
+        return;
+    }
+    const int error = sound_manager_destroy_stream_information(_streamInfo);
+    if (error != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL("ret [%d]", error);
+    _streamInfo = nullptr;
+}
+
+void ClockSoundPlayer::_playSound()
+{
+    if (_createPlayerAsync(_tonePath))
+        return;
+    LOG_CRITICAL("Failed to create player with input uri. Create player with default uri");
+    _playPosition = 0;
+    if (!_createPlayerAsync(_defaultTonePath))
+        LOG_CRITICAL("Failed to create player with default uri");
+}
+
+bool ClockSoundPlayer::_createPlayerAsync(const std::string& path)
+{
+    if (!ecore_file_exists(path.c_str())) {
+        LOG_CRITICAL("Invalid tone file path. Return false");
+        return false;
+    }
+    if (!_player && !_createPlayer())
+        return false;
+
+    const bool idle = stateOf(_player) == PLAYER_STATE_IDLE;
+    if (!idle) {
+        LOG_CRITICAL("player is not in idle");
+    } else if (player_set_uri(_player, path.c_str()) != PLAYER_ERROR_NONE) {
+        LOG_CRITICAL("Failed to set uri");
+        _destroyPlayer();
+        return false;
+    }
+    player_set_sound_stream_info(_player, _streamInfo);
+    player_set_error_cb(_player, _playerErrorCb, this);
+    if (idle && player_prepare_async(_player, _playerPrepareCb, this) != PLAYER_ERROR_NONE) {
+        LOG_CRITICAL("Failed to prepare");
+        _destroyPlayer();
+        return false;
+    }
+
+    _createPipe();
+    if (_increasingVolume && _type != ClockSoundType::Vibration)
+        _setIncreaseVolume(kFirstVolume);
+    else
+        setVolume(_volume);
+    return true;
+}
+
+bool ClockSoundPlayer::_createPlayer()
+{
+    if (player_create(&_player) != PLAYER_ERROR_NONE) {
+        LOG_CRITICAL("Failed to create player");
+        _destroyPlayer();
+        return false;
+    }
+    if (player_set_looping(_player, true) != PLAYER_ERROR_NONE) {
+        LOG_CRITICAL("Failed to set player looping");
+        _destroyPlayer();
+        return false;
+    }
+    return true;
+}
+
+void ClockSoundPlayer::_destroyPlayer()
+{
+    if (_player)
+        player_destroy(_player);
+    _player = nullptr;
+}
+
+void ClockSoundPlayer::_createPipe()
+{
+    if (_pipe)
+        return;
+    _pipe = ecore_pipe_add(_pipeHandlerCb, this);
+    if (!_pipe) {
+        LOG_CRITICAL("Failed to add ecore pipe");
+        return;
+    }
+    _playPrepared();
+}
+
+void ClockSoundPlayer::_deletePipe()
+{
+    Ecore_Pipe* pipe = nullptr;
+    {
+        // The focus callback, which still comes, may be sending.
+        const std::lock_guard<std::mutex> lock(_sendMutex);
+        pipe = _pipe.exchange(nullptr);
+    }
+    if (pipe)
+        ecore_pipe_del(pipe);
+}
+
+// The player may be prepared before the pipe is made or after it, on another thread. Both sides
+// come here when they are done, and the one that finds both done starts the tone.
+void ClockSoundPlayer::_playPrepared()
+{
+    if (!_pipe) {
+        LOG_CRITICAL("%s", _playPosition <= 0 ? "pipe is not ready" : "Pipe is not ready. Return");
+        return;
+    }
+    if (!_prepared.exchange(false))
+        return;
+    if (_playPosition <= 0)
+        start();
+    else
+        _setPlayPosition();
+}
+
+bool ClockSoundPlayer::_send(const char* message, unsigned int size)
+{
+    // Ecore writes a message in two pieces, between which another thread's would end up.
+    const std::lock_guard<std::mutex> lock(_sendMutex);
+    Ecore_Pipe* pipe = _pipe;
+    if (!pipe) {
+        LOG_CRITICAL("pipe is not ready");
+        return false;
+    }
+    return ecore_pipe_write(pipe, message, size);
+}
+
+void ClockSoundPlayer::start()
+{
+    if (!_pipe) {
+        LOG_CRITICAL("pipe is not ready");
+        return;
+    }
+    if (_isRecordingState()) {
+        LOG_CRITICAL("Now recorder is in recording. Check again after 0.5 second");
+        if (std::this_thread::get_id() == _mainThread)
+            _checkRecordingLater();
+        else
+            _send(kCheckRecording, sizeof(kCheckRecording));
+        return;
+    }
+    _send(kStart, sizeof(kStart));
+}
+
+void ClockSoundPlayer::stop()
+{
+    feedback_stop();
+    if (_type == ClockSoundType::Vibration)
+        _releaseFocus();
+    _send(kStop, sizeof(kStop));
+}
+
+bool ClockSoundPlayer::pause()
+{
+    feedback_stop();
+    return _send(kPause, kPauseSize);
+}
+
+bool ClockSoundPlayer::resume()
+{
+    if (hasVibration(_type))
+        _playVibration();
+    return _send(kPauseOfResume, sizeof(kPauseOfResume));
+}
+
+void ClockSoundPlayer::_setPlayPosition()
+{
+    if (!_pipe) {
+        LOG_CRITICAL("Pipe is not ready. Return");
+        return;
+    }
+    _send(kSetPosition, sizeof(kSetPosition));
+}
+
+bool ClockSoundPlayer::_isRecordingState()
+{
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
+    if (recorder_get_device_state(RECORDER_TYPE_AUDIO, &state) != RECORDER_ERROR_NONE)
+        LOG_CRITICAL("get audio recording state failed");
+    LOG_INFO("Current voice recording state %d", state);
+    return state == RECORDER_DEVICE_STATE_RECORDING;
+}
+
+void ClockSoundPlayer::_checkRecordingLater()
+{
+    if (_checkRecordingTimer) {
+        LOG_CRITICAL("Recording check timer already added");
+        return;
+    }
+    _checkRecordingTimer
+        = app_assist::WUiTimer::create(kCheckRecordingDelay, _checkRecordingTimerCb, this);
+}
+
+bool ClockSoundPlayer::_acquireFocus()
+{
+    if (heldFocus(_streamInfo) & SOUND_STREAM_FOCUS_FOR_PLAYBACK) {
+        LOG_CRITICAL("already focused");
+        return true;
+    }
+    const int error = sound_manager_acquire_focus(
+        _streamInfo, SOUND_STREAM_FOCUS_FOR_BOTH, SOUND_BEHAVIOR_NONE, nullptr);
+    if (error == SOUND_MANAGER_ERROR_NONE)
+        return true;
+    LOG_CRITICAL("Failed to get focus (%d)", error);
+    if (error == SOUND_MANAGER_ERROR_POLICY)
+        LOG_CRITICAL("Failed to get focus because of policy");
+    return false;
+}
+
+void ClockSoundPlayer::_releaseFocus()
+{
+    const int held = heldFocus(_streamInfo);
+    if (held == 0)
+        return;
+    const int error = sound_manager_release_focus(
+        _streamInfo, static_cast<sound_stream_focus_mask_e>(held), SOUND_BEHAVIOR_NONE, nullptr);
+    if (error != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL("Failed release focus(%d)", error);
+}
+
+void ClockSoundPlayer::setVolume(int volume)
+{
+    LOG_INFO("volume = %d", volume);
+    if (!hasMelody(_type)) {
+        LOG_WARNING("Current alarm type is not include Melody. Set volume as 0 for pausing Media "
+                    "session");
+        _volume = 0;
+        return;
+    }
+    _volume = volume;
+    if (sound_manager_set_volume(_volumeSoundType, _volume) != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL("Failed to set alarm session volume(volume = %d)", _volume);
+}
+
+void ClockSoundPlayer::_setIncreaseVolume(int volume)
+{
+    if (sound_manager_set_volume(_volumeSoundType, volume) != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL("Failed to set alarm increase volume(volume = %d)", volume);
+}
+
+void ClockSoundPlayer::recoverPreviousAlarmVolume()
+{
+    LOG_INFO("Previous volume = %d", _previousVolume);
+    if (!hasMelody(_type)) {
+        LOG_CRITICAL("Current soundType is (%d)", static_cast<int>(_type.load()));
+        return;
+    }
+    // Log readers expect the target volume here.
+    if (sound_manager_set_volume(_volumeSoundType, _previousVolume) != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL("Failed to set alarm session volume(volume = %d)", _volume);
+}
+
+void ClockSoundPlayer::_playVibration()
+{
+    if (_checkRecordingBeforeVibrating == 1 && _isRecordingState()) {
+        LOG_CRITICAL("currenlty recording. do not make feedback");
+        return;
+    }
+    feedback_stop();
+    if (_type == ClockSoundType::Vibration)
+        _acquireFocus();
+    if (_vibrationType == 0)
+        LOG_CRITICAL("vibration type can not be 0 when player mode is vibration");
+
+    int isLong = 0;
+    vconf_get_bool(kLongVibrationKey, &isLong);
+    const feedback_pattern_e pattern = vibrationPattern(_vibrationType, isLong != 0);
+    const int error = feedback_play_type(FEEDBACK_TYPE_VIBRATION, pattern);
+    if (error == FEEDBACK_ERROR_NOT_INITIALIZED) {
+        feedback_initialize();
+        if (feedback_play_type(FEEDBACK_TYPE_VIBRATION, pattern) != FEEDBACK_ERROR_NONE)
+            LOG_CRITICAL("play feedback failed after initialize");
+    } else if (error != FEEDBACK_ERROR_NONE) {
+        LOG_CRITICAL("play feedback failed");
+    }
+}
+
+// The buffer holds size bytes, with or without a terminator among them.
+void ClockSoundPlayer::_pipeHandlerCb(void* data, void* buffer, unsigned int size)
+{
+    if (!data) {
+        LOG_CRITICAL("Data is null. Return");
+        return;
+    }
+    ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
+    const char* text = static_cast<const char*>(buffer);
+    const std::string_view message(text, strnlen(text, size));
+    if (message == kSetPosition)
+        self._seek();
+    else if (message == kStart)
+        self._play();
+    else if (message == kStop)
+        self._stopPlaying();
+    else if (message == kPause)
+        self._pausePlaying();
+    else if (message == kResume)
+        self._resumePlaying();
+    else if (message == kCheckRecording)
+        self._checkRecordingLater();
+}
+
+void ClockSoundPlayer::_seek()
+{
+    const int position = _playPosition;
+    if (player_set_play_position(_player, position, true, _seekPlayPositionCompleteCb, this)
+        != PLAYER_ERROR_NONE) {
+        LOG_CRITICAL("Failed to set play position(position = %d). Just start player", position);
+        start();
+    }
+}
+
+void ClockSoundPlayer::_play()
+{
+    if (!_acquireFocus())
+        return;
+    const player_state_e state = stateOf(_player);
+    if (state != PLAYER_STATE_READY && state != PLAYER_STATE_PAUSED) {
+        LOG_CRITICAL(
+            "player state is idle, currently pareparing player (it could be launching case)");
+        return;
+    }
+    if (player_start(_player) != PLAYER_ERROR_NONE)
+        LOG_CRITICAL("Failed to start player");
+}
+
+void ClockSoundPlayer::_stopPlaying()
+{
+    _releaseFocus();
+    if (player_stop(_player) != PLAYER_ERROR_NONE)
+        LOG_CRITICAL("Failed to stop player");
+}
+
+void ClockSoundPlayer::_pausePlaying()
+{
+    const int error = player_pause(_player);
+    if (error != PLAYER_ERROR_NONE)
+        LOG_CRITICAL("pause failed(%d", error);
+}
+
+void ClockSoundPlayer::_resumePlaying()
+{
+    if (stateOf(_player) != PLAYER_STATE_PAUSED)
+        return;
+    const int error = player_start(_player);
+    if (error != PLAYER_ERROR_NONE)
+        LOG_CRITICAL("resume failed(%d", error);
+}
+
+void ClockSoundPlayer::_playerErrorCb(int error, void* /*data*/)
+{
+    LOG_CRITICAL("Player error occur :: err = %d", error);
+}
+
+void ClockSoundPlayer::_playerPrepareCb(void* data)
+{
+    ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
+    self._prepared = true;
+    self._playPrepared();
+}
+
+void ClockSoundPlayer::_seekPlayPositionCompleteCb(void* data)
+{
+    if (!data) {
+        LOG_CRITICAL("Data is null. Return");
+        return;
+    }
+    ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
+    if (!self._pipe) {
+        LOG_CRITICAL("Pipe is not ready. Return");
+        return;
+    }
+    self.start();
+}
+
+void ClockSoundPlayer::_audioFocusedCb(sound_stream_info_s* /*streamInfo*/,
+    sound_stream_focus_mask_e /*mask*/, sound_stream_focus_state_e state,
+    sound_stream_focus_change_reason_e /*reason*/, int behavior, const char* /*additionalInfo*/,
+    void* data)
+{
+    ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
+    if (state == SOUND_STREAM_FOCUS_STATE_ACQUIRED)
+        self.resume();
+    else if (behavior == SOUND_BEHAVIOR_NO_RESUME || !self._pauseOnFocusLoss)
+        self.stop();
+    else
+        self.pause();
+}
+
+bool ClockSoundPlayer::_increaseVolumeTimerCb(void* data)
+{
+    ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
+    int current = 0;
+    if (sound_manager_get_volume(self._volumeSoundType, &current) != SOUND_MANAGER_ERROR_NONE) {
+        LOG_CRITICAL("Failed to get current alarm volume");
+        return true;
+    }
+    if (current >= self._volume)
+        return false;
+    self._setIncreaseVolume(current + 1);
+    return true;
+}
+
+bool ClockSoundPlayer::_checkRecordingTimerCb(void* data)
+{
+    ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
+    self._checkRecordingTimer.reset();
+    if (self._isRecordingState()) {
+        LOG_INFO("Still recording state. Do not start player");
+    } else {
+        LOG_INFO("Recording stopped. Start player");
+        self._send(kStart, sizeof(kStart));
+    }
+    return false;
+}

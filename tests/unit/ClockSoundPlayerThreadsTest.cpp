@@ -1,0 +1,229 @@
+#include "ClockSoundPlayerFixture.h"
+
+#include <atomic>
+#include <thread>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+const int kRounds = 200;
+// So few that their messages fit into the pipe.
+const int kFocusChanges = 500;
+
+/// The platform calls from threads of its own.
+class ClockSoundPlayerThreadsTest : public ClockSoundPlayerFixture {
+protected:
+    ~ClockSoundPlayerThreadsTest() override
+    {
+        player.reset();
+        if (platform.joinable())
+            platform.join();
+    }
+
+    void prepareElsewhere()
+    {
+        platform = std::thread([] { playerDouble().prepared(); });
+    }
+
+    /// Other streams take the focus and give it back, until they are done or the stream ends.
+    void changeFocusElsewhere()
+    {
+        changes = 0;
+        ended = false;
+        platform = std::thread([this] {
+            while (changes < kFocusChanges && !ended) {
+                soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NONE);
+                soundManagerDouble().giveFocusBack();
+                ++changes;
+            }
+        });
+        soundManagerDouble().onDestroy = [this] {
+            ended = true;
+            platform.join();
+        };
+    }
+
+    std::thread platform;
+    std::atomic<int> changes{ 0 };
+    std::atomic<bool> ended{ false };
+};
+
+TEST_F(ClockSoundPlayerThreadsTest, StartsOnTheMainLoop)
+{
+    initialize(ClockSoundType::Melody);
+    forget();
+
+    prepareElsewhere();
+    platform.join();
+    EXPECT_THAT(calls(), IsEmpty());
+    handleMessages();
+
+    EXPECT_THAT(written(), ElementsAre(kStartMessage));
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, SeeksOnTheMainLoop)
+{
+    Alarm alarm;
+    alarm.playPosition = 5000;
+    initialize(alarm);
+    prepareElsewhere();
+    platform.join();
+    handleMessages();
+
+    platform = std::thread([] { playerDouble().seekCompleted(); });
+    platform.join();
+    handleMessages();
+
+    EXPECT_THAT(written(), ElementsAre(kSetPositionMessage, kStartMessage));
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, StartsOnceWheneverTheToneIsReady)
+{
+    for (int round = 0; round < kRounds; ++round) {
+        playerDouble().onPrepareAsync = [this] { prepareElsewhere(); };
+
+        initialize(ClockSoundType::Melody);
+        platform.join();
+
+        EXPECT_THAT(written(), ElementsAre(kStartMessage));
+        player = std::make_unique<ClockSoundPlayer>();
+    }
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, MakesItsTimerOnTheMainLoop)
+{
+    setRecording(true);
+    initialize(ClockSoundType::Melody);
+    forget();
+
+    prepareElsewhere();
+    platform.join();
+    EXPECT_THAT(
+        criticals(), ElementsAre("Now recorder is in recording. Check again after 0.5 second"));
+    EXPECT_THAT(uiTimerDouble().timers, IsEmpty());
+    handleMessages();
+
+    ASSERT_EQ(1u, uiTimerDouble().timers.size());
+    EXPECT_EQ(std::this_thread::get_id(), uiTimerDouble().timers[0]->madeBy);
+    EXPECT_EQ(0.5, uiTimerDouble().timers[0]->period);
+
+    setRecording(false);
+    uiTimerDouble().timers[0]->tick();
+    handleMessages();
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, MakesNoTimerAfterItsEnd)
+{
+    setRecording(true);
+    initialize(ClockSoundType::Melody);
+    prepareElsewhere();
+    platform.join();
+
+    player.reset();
+    ecore_main_loop_iterate();
+
+    EXPECT_THAT(uiTimerDouble().timers, IsEmpty());
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, EndsWhileTheToneBecomesReady)
+{
+    for (int round = 0; round < kRounds; ++round) {
+        playerDouble().onDestroy = [this] { platform.join(); };
+        initialize(ClockSoundType::Melody);
+
+        prepareElsewhere();
+        player = std::make_unique<ClockSoundPlayer>();
+    }
+    playerDouble().onDestroy = nullptr;
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, EndsWhileTheFocusChanges)
+{
+    for (int round = 0; round < kRounds; ++round) {
+        initialize(ClockSoundType::MelodyAndVibration);
+
+        changeFocusElsewhere();
+        while (changes == 0)
+            std::this_thread::yield();
+        player.reset();
+        player = std::make_unique<ClockSoundPlayer>();
+    }
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, EndsAVibrationThatAFocusHasStartedMeanwhile)
+{
+    initialize(ClockSoundType::MelodyAndVibration);
+    forget();
+    soundManagerDouble().onDestroy
+        = [] { std::thread([] { soundManagerDouble().giveFocusBack(); }).join(); };
+
+    player.reset();
+
+    EXPECT_THAT(calls("feedback"),
+        ElementsAre("feedback_stop", "feedback_play_type(2, 168)", "feedback_stop"));
+    EXPECT_THAT(criticals(), ElementsAre("pipe is not ready"));
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, KeepsThePipeUntilItsLastMessageIsWritten)
+{
+    initialize(ClockSoundType::Melody);
+    std::atomic<bool> entered{ false };
+    std::atomic<bool> playerDestroyed{ false };
+    std::atomic<bool> left{ false };
+    ecorePipeProbe().onWrite = [&] {
+        entered = true;
+        while (!playerDestroyed)
+            std::this_thread::yield();
+        for (int i = 0; i < 10000; ++i)
+            std::this_thread::yield();
+        left = true;
+    };
+    playerDouble().onDestroy = [&] { playerDestroyed = true; };
+    bool leftBeforeDelete = false;
+    ecorePipeProbe().onDelete = [&] { leftBeforeDelete = left; };
+    platform = std::thread([] { soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NONE); });
+    while (!entered)
+        std::this_thread::yield();
+
+    player.reset();
+    platform.join();
+
+    EXPECT_TRUE(leftBeforeDelete);
+    ecorePipeProbe() = {};
+    playerDouble().onDestroy = nullptr;
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, TakesCommandsFromSeveralThreads)
+{
+    play(ClockSoundType::MelodyAndVibration);
+    changeFocusElsewhere();
+
+    for (int round = 0; round < kRounds; ++round) {
+        player->start();
+        player->pause();
+        player->stop();
+        player->setVolume(round % 15);
+        handleMessages();
+    }
+
+    EXPECT_FALSE(ecorePipeProbe().overlapped);
+    EXPECT_EQ((kRounds - 1) % 15, player->getVolume());
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, IsInitializedAgainWhileTheFocusChanges)
+{
+    play(ClockSoundType::MelodyAndVibration);
+    changeFocusElsewhere();
+
+    for (int round = 0; round < kRounds; ++round) {
+        initialize(round % 2 == 0 ? ClockSoundType::Vibration : ClockSoundType::MelodyAndVibration);
+        handleMessages();
+    }
+
+    EXPECT_EQ(1, playerDouble().alive);
+}
+} // namespace
