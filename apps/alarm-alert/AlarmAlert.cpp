@@ -125,6 +125,7 @@ AlarmAlert::Answer AlarmAlert::snooze()
         if (!reason.empty())
             return { ring.id, reason };
     }
+    _sound.stop(); // at once: a save may take its time
     const app::Saved saved = app::changeAlarm(
         ring.id,
         [&ring](
@@ -141,6 +142,7 @@ AlarmAlert::Answer AlarmAlert::dismiss()
 {
     if (!isRinging())
         return { -1, kNothingRings };
+    _sound.stop();
     const int id = _rings.back().id;
     AlarmDbData alarm;
     const app::Saved saved = app::changeAlarm(id, finish, alarm);
@@ -166,8 +168,18 @@ void AlarmAlert::endChanged()
     }
 }
 
+void AlarmAlert::sound()
+{
+    AlarmDbData alarm;
+    if (isRinging() && _sound.alarm() != _rings.back().id
+        && app::findAlarm(_rings.back().id, alarm) == app::Found::Yes)
+        _sound.play(alarm);
+}
+
 void AlarmAlert::_end(int id)
 {
+    if (_sound.alarm() == id)
+        _sound.stop();
     _rings.erase(std::remove_if(_rings.begin(), _rings.end(),
                      [id](const Ring& ring) { return ring.id == id; }),
         _rings.end());

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "AlertSound.h"
+
 #include <ctime>
 #include <string>
 #include <vector>
@@ -33,11 +35,16 @@ public:
     /// Lets the alarm ring that the platform has registered as alarmMgrId; began is the time.
     void ring(int alarmMgrId, const timespec& began);
 
-    /// The alarm rings again when its snooze is over. It goes on ringing when it cannot be snoozed.
+    /// The alarm is silent, and rings again when its snooze is over. It goes on ringing when it
+    /// cannot be snoozed.
     Answer snooze();
 
-    /// The alarm is over, also when that cannot be saved.
+    /// The alarm is silent and over, also when that cannot be saved.
     Answer dismiss();
+
+    /// Lets the alarm be heard that began to ring last. Called when a request has been answered, so
+    /// that neither the alert nor the user waits for the sound to begin.
+    void sound();
 
     /// Lets those end whose alarms were changed. Called when the store has changed.
     void endChanged();
@@ -52,4 +59,5 @@ private:
     void _end(int id);
 
     std::vector<Ring> _rings; ///< the newest last
+    AlertSound _sound;
 };

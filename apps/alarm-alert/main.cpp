@@ -60,6 +60,7 @@ void storeChangedCb(const char*, void* data)
     AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
     alert.endChanged();
     endWhenQuiet(alert);
+    alert.sound();
 }
 
 bool createCb(void*) { return true; }
@@ -85,6 +86,7 @@ void appControlCb(app_control_h request, void* data)
         dlog_print(DLOG_WARN, kTag, "a launch request without an alarm");
     }
     endWhenQuiet(alert);
+    alert.sound();
 }
 
 void terminateCb(void*) { (void)preference_unset_changed_cb(kChangedKey); }

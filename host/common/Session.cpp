@@ -70,6 +70,14 @@ std::string zoneIdOfLink(const std::string& link)
 
 } // namespace
 
+std::string deviceFile(const std::string& path)
+{
+    static const std::string ringtones = "/opt/usr/data/settings/Ringtones/";
+    if (path.compare(0, ringtones.size(), ringtones) != 0)
+        return path;
+    return homePath() + "ringtones/" + path.substr(ringtones.size());
+}
+
 void makeDirectory(const std::string& path)
 {
     for (size_t end = 0; end != std::string::npos;) {

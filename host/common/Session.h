@@ -37,6 +37,10 @@ bool isZoneId(const std::string& id);
 /// Points the zone link there, in one step. Throws std::system_error.
 void setZoneId(const std::string& id);
 
+/// Where a file of the watch lies here: its ringtones are in the session's folder ringtones. Any
+/// other path is its own.
+std::string deviceFile(const std::string& path);
+
 /// Makes the directory with its parents, mode 0700. Throws std::system_error.
 void makeDirectory(const std::string& path);
 

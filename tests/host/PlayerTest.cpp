@@ -513,6 +513,17 @@ TEST_F(PlayerTest, DestroyWaitsForTheRunningCallbackAndNoneComesAfterwards)
     EXPECT_FALSE(completed.wait(0.1));
 }
 
+TEST_F(PlayerTest, StartsAtOnceAlsoLongAfterItWasPrepared)
+{
+    Listener listener;
+    prepare(tone(sine(880, 1)));
+    listener.listen(0.7);
+
+    EXPECT_EQ(kNone, player_start(player));
+    EXPECT_TRUE(listener.waitForSound());
+    EXPECT_LT(static_cast<double>(listener.take().size()) / kRate, 0.2);
+}
+
 TEST_F(PlayerTest, DestroyEndsAPreparation)
 {
     const std::string path = tone(sine(880, 1));

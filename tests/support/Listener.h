@@ -138,18 +138,18 @@ public:
         return take();
     }
 
-    bool waitForSound()
+    bool waitForSound(int level = 500)
     {
-        return waitFor([](const Samples& heard) { return peak(heard) >= 500; });
+        return waitFor([=](const Samples& heard) { return peak(heard) >= level; });
     }
 
     /// True once it has been silent for half a second.
-    bool waitForSilence()
+    bool waitForSilence(int level = 500)
     {
-        return waitFor([](const Samples& heard) {
+        return waitFor([=](const Samples& heard) {
             const size_t last = kRate / 2;
             return heard.size() > last
-                && peak({ heard.end() - static_cast<std::ptrdiff_t>(last), heard.end() }) < 500;
+                && peak({ heard.end() - static_cast<std::ptrdiff_t>(last), heard.end() }) < level;
         });
     }
 

@@ -69,7 +69,9 @@ GstTone::Element GstTone::_makeSink(const std::string& role)
         sink.reset(GST_ELEMENT(gst_object_ref_sink(pulse)));
         GstStructure* properties
             = gst_structure_new("properties", "media.role", G_TYPE_STRING, role.c_str(), nullptr);
-        g_object_set(pulse, "buffer-time", kBufferMicroseconds, "latency-time",
+        // The server asks for what it plays, and that is pace enough: the stream's own clock counts
+        // the time for which a tone waits for its start, and would play it as silence.
+        g_object_set(pulse, "sync", FALSE, "buffer-time", kBufferMicroseconds, "latency-time",
             kLatencyMicroseconds, "stream-properties", properties, nullptr);
         gst_structure_free(properties);
         if (gst_element_set_state(pulse, GST_STATE_READY) != GST_STATE_CHANGE_FAILURE)

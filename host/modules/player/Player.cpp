@@ -2,6 +2,7 @@
 
 #include "host/common/Engine.h"
 #include "host/common/Log.h"
+#include "host/common/Session.h"
 
 #include <cctype>
 #include <cstring>
@@ -50,7 +51,7 @@ std::string uriOf(const std::string& text)
 {
     if (isUri(text))
         return text;
-    return !text.empty() && text.front() == '/' ? fileUri(text) : "";
+    return !text.empty() && text.front() == '/' ? fileUri(host::deviceFile(text)) : "";
 }
 
 } // namespace

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+
+struct AlarmDbData;
+class ClockSoundPlayer;
+
+/**
+ * What is heard and felt of an alarm: it begins softly and rises to the alarm's volume. The
+ * watch's alarm volume is what it was when it is over, also when an alert was killed meanwhile.
+ * Main loop only.
+ */
+class AlertSound {
+public:
+    AlertSound();
+    AlertSound(const AlertSound&) = delete;
+    AlertSound& operator=(const AlertSound&) = delete;
+    ~AlertSound(); ///< stops it
+
+    /// Instead of what plays. A tone that cannot be played is logged; the alarm rings without it.
+    void play(const AlarmDbData& alarm);
+
+    /// Silent and still when it returns.
+    void stop();
+
+    /// The row id of the alarm that plays; -1 when none does.
+    int alarm() const { return _alarm; }
+
+private:
+    std::unique_ptr<ClockSoundPlayer> _player;
+    int _alarm = -1;
+    int _volumeBefore = -1;
+};

@@ -1,0 +1,260 @@
+#include "Listener.h"
+#include "RingStory.h"
+
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+// An alarm begins at level 1, far below the tone's own level.
+const int kAudible = 40;
+
+double now()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_REALTIME, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+// The highest sample of each tenth of a second.
+std::vector<int> levels(const Samples& heard)
+{
+    const std::ptrdiff_t tenth = kRate / 10;
+    std::vector<int> found;
+    for (auto at = heard.begin(); heard.end() - at >= tenth; at += tenth)
+        found.push_back(peak({ at, at + tenth }));
+    return found;
+}
+
+/// Alarms as the sound server's monitor hears them.
+class SoundTest : public RingStory {
+protected:
+    // A tone that sounds all the time, a bit more than three periods a second.
+    std::string steadyTone(double hertz = 660, double seconds = 0.3)
+    {
+        const std::string path = dir.file("tone.wav");
+        writeWav(path, sine(hertz, seconds));
+        return path;
+    }
+
+    /// Adds an alarm with the tone, waits until it rings, and answers when it did, in seconds since
+    /// the epoch.
+    double ring(const std::string& tone, std::vector<std::string> options = {})
+    {
+        options.insert(options.end(), { "--in", "1s", "--tone", tone });
+        id = addAlarm(options);
+        return waitForRingInstant();
+    }
+
+    double waitForRingInstant()
+    {
+        const std::optional<Ring> found = waitForRing(id);
+        if (!found)
+            return 0;
+        alert = found->alert;
+        return storedAlarm(id).stime + static_cast<double>(found->late) / 1e6;
+    }
+
+    static std::string hostctl(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.begin(), "hostctl");
+        const CommandResult result = runCommand(arguments);
+        EXPECT_EQ(0, result.status) << result.err;
+        return result.out;
+    }
+
+    static std::string alarmVolume() { return hostctl({ "volume", "get", "alarm" }); }
+
+    TempDir dir;
+    Listener listener;
+    int id = -1;
+    pid_t alert = 0;
+};
+
+TEST_F(SoundTest, TheTonesPitchIsHeardWithinASecond)
+{
+    const double rang = ring(steadyTone(660));
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_LT(now() - rang, 1);
+    EXPECT_NEAR(660, pitch(listener.listen(0.25)), 2);
+}
+
+TEST_F(SoundTest, TheToneRepeatsWithoutAGap)
+{
+    ring(steadyTone(660, 0.3));
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    const Samples heard = listener.listen(1.3); // four periods
+    EXPECT_LT(longestSilence(heard, kAudible), 0.05);
+    EXPECT_NEAR(660, pitch(heard), 2);
+}
+
+TEST_F(SoundTest, RisesByOneLevelEachFourSecondsUpToTheAlarmsVolume)
+{
+    ring(steadyTone(), { "--volume", "3", "--type", "1" });
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    Samples all;
+    for (int second = 0; second < 13; ++second) {
+        const Samples heard = listener.listen(1);
+        all.insert(all.end(), heard.begin(), heard.end());
+    }
+
+    const std::vector<int> heard = levels(all);
+    const double oneLevel = std::pow(10, 3.0 / 20);
+    const auto expectSteady = [&](size_t first, size_t last, double level) {
+        for (size_t at = first; at < last; ++at)
+            EXPECT_NEAR(1, heard[at] / level, 0.05) << "after " << at << " tenths of a second";
+    };
+    // The ramp's clock begins a moment before the tone does.
+    const double softest = heard[10];
+    expectSteady(1, 35, softest);
+    expectSteady(41, 75, softest * oneLevel);
+    expectSteady(81, heard.size(), softest * oneLevel * oneLevel);
+    EXPECT_EQ("3\n", alarmVolume());
+}
+
+TEST_F(SoundTest, PausesWhenItLosesTheFocusAndThenOnlyVibratesAgain)
+{
+    BackgroundCommand vibration({ "hostctl", "vibration", "--watch" });
+    ring(steadyTone(), { "--type", "3" });
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+
+    hostctl({ "focus", "take", "--reason", "media" });
+    EXPECT_TRUE(listener.waitForSilence(kAudible));
+    EXPECT_TRUE(session.waitFor(
+        [&] { return vibration.output().find("stopped 168") != std::string::npos; }));
+    const size_t quiet = vibration.output().size();
+    hostctl({ "focus", "release", "--reason", "media" });
+
+    EXPECT_TRUE(session.waitFor(
+        [&] { return vibration.output().find("started 168", quiet) != std::string::npos; }));
+    EXPECT_LT(peak(listener.listen(0.5)), kAudible);
+    EXPECT_EQ(id, ringing());
+}
+
+TEST_F(SoundTest, ARecordingThatEndsDelaysTheToneByHalfASecond)
+{
+    hostctl({ "record", "start" });
+    const double rang = ring(steadyTone());
+    ASSERT_TRUE(waitForLog("Now recorder is in recording. Check again after 0.5 second"));
+    hostctl({ "record", "stop" });
+    ASSERT_LT(now() - rang, 0.4) << "the recording outlasted the delay";
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    const double delay = now() - rang;
+    EXPECT_GT(delay, 0.5);
+    EXPECT_LT(delay, 1);
+}
+
+TEST_F(SoundTest, IsNotHeardInARecordingThatLasts)
+{
+    hostctl({ "record", "start" });
+    ring(steadyTone());
+    EXPECT_TRUE(waitForLog("Still recording state. Do not start player"));
+    hostctl({ "record", "stop" });
+    EXPECT_LT(peak(listener.listen(0.7)), kAudible);
+    EXPECT_EQ(id, ringing());
+}
+
+TEST_F(SoundTest, AToneThatIsGoneIsReplacedByTheDefaultOne)
+{
+    const std::string tone = steadyTone();
+    id = addAlarm({ "--in", "1s", "--tone", tone });
+    std::filesystem::remove(tone);
+    waitForRingInstant();
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_NEAR(880, pitch(trimmed(listener.listen(0.1), kAudible)), 15);
+}
+
+TEST_F(SoundTest, RingsOnWithoutAnyTone)
+{
+    const std::string tone = steadyTone();
+    id = addAlarm({ "--in", "1s", "--tone", tone });
+    std::filesystem::remove(tone);
+    std::filesystem::remove(std::string(getenv("ALARM_HOST_HOME")) + "/ringtones");
+    waitForRingInstant();
+    EXPECT_TRUE(waitForLog("Failed to create player with default uri"));
+    EXPECT_EQ(id, ringing());
+    dismiss();
+    EXPECT_EQ(-1, ringing());
+}
+
+TEST_F(SoundTest, IsSilentAtOnceWhenItIsDismissed)
+{
+    BackgroundCommand vibration({ "hostctl", "vibration", "--watch" });
+    const std::string before = alarmVolume();
+    ring(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_EQ("1\n", alarmVolume());
+    listener.take();
+
+    dismiss();
+    listener.waitForSilence(kAudible);
+    const Samples heard = listener.take();
+    const auto last = std::find_if(heard.rbegin(), heard.rend(),
+        [](std::int16_t sample) { return std::abs(sample) >= kAudible; });
+    EXPECT_LT(static_cast<double>(heard.rend() - last) / kRate, 0.2);
+    EXPECT_LT(peak(heard), 400) << "the volume came back before the tone was over";
+    EXPECT_THAT(vibration.output(), HasSubstr("stopped 168"));
+    EXPECT_EQ(before, alarmVolume());
+}
+
+TEST_F(SoundTest, SnoozeIsSilentAndTheVolumeComesBack)
+{
+    const std::string before = alarmVolume();
+    ring(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_EQ(0, runCommand({ "alarm", "snooze" }).status);
+    EXPECT_TRUE(listener.waitForSilence(kAudible));
+    EXPECT_EQ(before, alarmVolume());
+}
+
+TEST_F(SoundTest, GoesOnSoundingWhenItCannotBeSnoozed)
+{
+    ring(steadyTone(), { "--snooze", "0" });
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_NE(0, runCommand({ "alarm", "snooze" }).status);
+    EXPECT_LT(longestSilence(listener.listen(0.5), kAudible), 0.05);
+}
+
+TEST_F(SoundTest, SoundsAgainAfterAnAlertThatWasKilledAndThenPutsTheVolumeBack)
+{
+    const std::string before = alarmVolume();
+    ring(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    kill(alert, SIGKILL);
+    ASSERT_TRUE(listener.waitForSilence(kAudible));
+    EXPECT_EQ("1\n", alarmVolume());
+
+    listener.take();
+    hostctl({ "launch", "com.velmora.alarm-alert" });
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+    dismiss();
+    EXPECT_EQ(before, alarmVolume());
+}
+
+TEST_F(SoundTest, AnAlertThatIsEndedPutsTheVolumeBack)
+{
+    const std::string before = alarmVolume();
+    ring(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    kill(alert, SIGTERM);
+    EXPECT_TRUE(session.waitFor([&] { return kill(alert, 0) != 0; }));
+    EXPECT_TRUE(listener.waitForSilence(kAudible));
+    EXPECT_EQ(before, alarmVolume());
+}
+
+TEST_F(SoundTest, WithoutASpeakerItVibratesAsTheSettingsSay)
+{
+    BackgroundCommand vibration({ "hostctl", "vibration", "--watch" });
+    hostctl({ "device", "--no-speaker" });
+    session.setKey("db/setting/sound/call/vibration_type", 4);
+    ring(steadyTone());
+    EXPECT_TRUE(session.waitFor(
+        [&] { return vibration.output().find("started 172") != std::string::npos; }));
+    EXPECT_LT(peak(listener.listen(0.5)), kAudible);
+}
+
+} // namespace
