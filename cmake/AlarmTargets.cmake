@@ -71,8 +71,12 @@ endfunction()
 # Of those tests that use the desktop's libraries.
 set(ALARM_TEST_ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp")
 
-# A test of a host module with its real engine. ALARM_SESSION is a command that runs another one in a
-# session of its own; it needs the finished build, so the cases are listed when ctest starts.
+# Runs a command in a session of its own, which has a sound server of its own, also where the user
+# has one.
+set(ALARM_SESSION env -u PULSE_SERVER -u XDG_RUNTIME_DIR ${PROJECT_BINARY_DIR}/bin/host-session)
+
+# A test of a host module with its real engine. A session needs the finished build, so the cases are
+# listed when ctest starts.
 function(alarm_host_test name)
     add_executable(${name}Test ${name}Test.cpp)
     target_link_libraries(${name}Test PRIVATE alarm-build host-support ${ARGN} GTest::gmock_main)

@@ -42,6 +42,9 @@ public:
     /// The alarm is silent and over, also when that cannot be saved.
     Answer dismiss();
 
+    /// Lets the sound get ready, for an alarm that will ring in a moment.
+    void prepareSound() { _sound.prepare(); }
+
     /// Lets the alarm be heard that began to ring last. Called when a request has been answered, so
     /// that neither the alert nor the user waits for the sound to begin.
     void sound();

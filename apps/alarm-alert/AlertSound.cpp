@@ -3,6 +3,7 @@
 #include <AlarmDbData.h>
 #include <app_preference.h>
 #include <ClockSoundPlayer.h>
+#include <recorder.h>
 #include <sound_manager.h>
 
 namespace {
@@ -33,7 +34,18 @@ int volumeLeft()
 
 AlertSound::AlertSound() = default;
 
-AlertSound::~AlertSound() { stop(); }
+AlertSound::~AlertSound()
+{
+    stop();
+    if (_ready)
+        player_destroy(_ready);
+}
+
+void AlertSound::prepare()
+{
+    if (!_ready)
+        (void)player_create(&_ready);
+}
 
 void AlertSound::play(const AlarmDbData& alarm)
 {
@@ -45,6 +57,9 @@ void AlertSound::play(const AlarmDbData& alarm)
     _player->initialize(alarm.tone.c_str(), AlarmDbData().tone.c_str(),
         static_cast<ClockSoundType>(alarm.type), alarm.vibration_type, alarm.volume, kRising,
         kFromTheStart, kNotIntoARecording, SOUND_STREAM_TYPE_ALARM);
+    // So that the tone need not wait for the first look at the microphone.
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
+    (void)recorder_get_device_state(RECORDER_TYPE_AUDIO, &state);
     if (_volumeBefore != left)
         (void)preference_set_int(kVolumeKey, _volumeBefore);
 }

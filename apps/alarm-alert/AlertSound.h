@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <player.h>
 
 struct AlarmDbData;
 class ClockSoundPlayer;
@@ -17,6 +18,9 @@ public:
     AlertSound& operator=(const AlertSound&) = delete;
     ~AlertSound(); ///< stops it
 
+    /// Lets the platform get ready to play, beside what the caller does next.
+    void prepare();
+
     /// Instead of what plays. A tone that cannot be played is logged; the alarm rings without it.
     void play(const AlarmDbData& alarm);
 
@@ -28,6 +32,7 @@ public:
 
 private:
     std::unique_ptr<ClockSoundPlayer> _player;
+    player_h _ready = nullptr; ///< plays nothing; while there is one, the platform is ready
     int _alarm = -1;
     int _volumeBefore = -1;
 };

@@ -70,11 +70,13 @@ void appControlCb(app_control_h request, void* data)
     timespec began = {};
     clock_gettime(CLOCK_REALTIME, &began);
 
+    AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
+    const Text alarm = alarmOf(request);
+    if (alarm)
+        alert.prepareSound();
     app::makeStore();
     (void)preference_set_changed_cb(kChangedKey, storeChangedCb, data);
-    AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
     alert.resume();
-    const Text alarm = alarmOf(request);
     const Text operation = operationOf(request);
     if (alarm) {
         alert.ring(static_cast<int>(strtol(alarm.get(), nullptr, 10)), began);

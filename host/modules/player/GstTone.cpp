@@ -197,6 +197,20 @@ void GstTone::_handleError(GstMessage* message)
         _events.failed(code);
 }
 
+extern "C" void loadTones()
+{
+    begin();
+    for (const char* name : { "playbin", "pulsesink", "filesrc", "typefind", "oggdemux",
+             "vorbisdec", "volume", "audioconvert", "audioresample" }) {
+        GstElementFactory* factory = gst_element_factory_find(name);
+        if (!factory)
+            continue;
+        if (GstPluginFeature* loaded = gst_plugin_feature_load(GST_PLUGIN_FEATURE(factory)))
+            gst_object_unref(loaded);
+        gst_object_unref(factory);
+    }
+}
+
 extern "C" Tone* makeTone(const std::string& uri, const std::string& role, Tone::Events events)
 {
     return new GstTone(uri, role, std::move(events));

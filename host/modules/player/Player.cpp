@@ -56,6 +56,17 @@ std::string uriOf(const std::string& text)
 
 } // namespace
 
+Player::Player()
+{
+    _thread.post([] {
+        try {
+            host::engineFunction<ToneLoader>(kToneEngine, kToneLoader)();
+        } catch (const std::exception&) {
+            // Told when a tone is to be made.
+        }
+    });
+}
+
 Player::~Player()
 {
     std::shared_ptr<Tone> tone;

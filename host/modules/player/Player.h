@@ -16,7 +16,7 @@
  */
 class Player {
 public:
-    Player() = default;
+    Player();
     /// No callback runs any more when this returns. Not from a callback.
     ~Player();
 

@@ -44,5 +44,8 @@ public:
 /// What the engine "tone" makes them with; the caller owns it. role: the media role that gives the
 /// sound server the volume.
 using ToneMaker = Tone*(const std::string& uri, const std::string& role, Tone::Events events);
+/// Loads what a tone usually needs, which takes longer than the rest of its way to the first sound.
+using ToneLoader = void();
 constexpr const char* kToneEngine = "tone";
+constexpr const char* kToneLoader = "loadTones";
 constexpr const char* kToneMaker = "makeTone";
