@@ -35,6 +35,7 @@ protected:
     /// For the life of the process, as in an application.
     static void SetUpTestSuite()
     {
+        ecore_app_no_system_modules();
         ecore_init();
         ecore_file_init();
     }
