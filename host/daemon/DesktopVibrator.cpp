@@ -33,10 +33,11 @@ void DesktopVibrator::begin()
         .uponReplyInvoke([this, begun = _begun](const sdbus::Error* error, std::uint32_t id) {
             if (error)
                 return;
-            if (begun == _begun)
+            if (begun == _begun) {
                 _running = id;
-            else
+            } else {
                 _endFeedback(id);
+            }
         });
 }
 

@@ -26,10 +26,11 @@ void addChange(std::vector<FocusChange>& changes, size_t first, const FocusStrea
         changes.end(), [&](const FocusChange& change) {
             return change.stream == stream && change.cause.reason == cause.reason;
         });
-    if (same != changes.end())
+    if (same != changes.end()) {
         same->mask |= bit;
-    else
+    } else {
         changes.push_back({ stream, bit, held, cause });
+    }
 }
 
 } // namespace

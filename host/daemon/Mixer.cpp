@@ -50,10 +50,11 @@ void Mixer::set(sound_type_e type, int level)
 {
     const Locked locked(_loop.get());
     _levels[type] = level;
-    if (!_context || !PA_CONTEXT_IS_GOOD(pa_context_get_state(_context)))
+    if (!_context || !PA_CONTEXT_IS_GOOD(pa_context_get_state(_context))) {
         _connect();
-    else if (pa_context_get_state(_context) == PA_CONTEXT_READY)
+    } else if (pa_context_get_state(_context) == PA_CONTEXT_READY) {
         _write(type);
+    }
 }
 
 void Mixer::_stateCb(pa_context* context, void* data)

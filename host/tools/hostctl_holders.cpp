@@ -193,12 +193,13 @@ void beginFocus(sdbus::IConnection& connection, int reason)
 void record(const Arguments& arguments)
 {
     const std::string name = "com.velmora.hostctl.record";
-    if (arguments == Arguments{ "start" })
+    if (arguments == Arguments{ "start" }) {
         startHolder(name, beginRecording);
-    else if (arguments == Arguments{ "stop" })
+    } else if (arguments == Arguments{ "stop" }) {
         endHolder(name);
-    else
+    } else {
         throw UsageError("it must be record start or record stop");
+    }
 }
 
 void focus(const Arguments& arguments)
@@ -209,11 +210,12 @@ void focus(const Arguments& arguments)
         throw UsageError("it must be focus take --reason REASON or focus release --reason REASON");
     const Reason& reason = parseReason(arguments[2]);
     const std::string name = std::string("com.velmora.hostctl.focus.") + reason.name;
-    if (isRelease)
+    if (isRelease) {
         endHolder(name);
-    else
+    } else {
         startHolder(
             name, [&](sdbus::IConnection& connection) { beginFocus(connection, reason.value); });
+    }
 }
 
 } // namespace hostctl

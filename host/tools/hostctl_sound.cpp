@@ -69,13 +69,14 @@ int parseLevel(const std::string& text)
 void volume(const Arguments& arguments)
 {
     const std::string action = arguments.empty() ? "" : arguments[0];
-    if (action == "get" && arguments.size() == 2)
+    if (action == "get" && arguments.size() == 2) {
         printf("%d\n", VolumeProxy().Get(parseType(arguments[1])));
-    else if (action == "set" && arguments.size() == 3)
+    } else if (action == "set" && arguments.size() == 3) {
         VolumeProxy().Set(parseType(arguments[1]), parseLevel(arguments[2]));
-    else
+    } else {
         throw UsageError(
             "it must be volume get TYPE or volume set TYPE LEVEL, as in volume get alarm");
+    }
 }
 
 void vibration(const Arguments& arguments)

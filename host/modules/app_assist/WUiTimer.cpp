@@ -23,7 +23,7 @@ std::shared_ptr<WUiTimer> WUiTimer::create(double period, TickCb tick, void* dat
 {
     if (!(period > 0) || !tick)
         return nullptr;
-    const std::shared_ptr<WUiTimer> made(new WUiTimer);
+    std::shared_ptr<WUiTimer> made(new WUiTimer);
     Impl& impl = *made->_impl;
     impl.timer = ecore_timer_add(period, Impl::tickCb, &impl);
     if (!impl.timer)

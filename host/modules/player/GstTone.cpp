@@ -7,8 +7,8 @@
 
 namespace {
 
-const gint64 kBufferMicroseconds = 80 * 1000;
-const gint64 kLatencyMicroseconds = 10 * 1000;
+const gint64 kBufferMicroseconds = 80000;
+const gint64 kLatencyMicroseconds = 10000;
 const int kPlayAudio = 1 << 1; ///< playbin's own flag: no pictures, no subtitles
 
 void begin()
@@ -24,9 +24,10 @@ int errorCode(const GError& error)
 {
     if (error.domain == GST_STREAM_ERROR)
         return PLAYER_ERROR_NOT_SUPPORTED_FILE;
-    if (error.domain == GST_CORE_ERROR)
+    if (error.domain == GST_CORE_ERROR) {
         return error.code == GST_CORE_ERROR_MISSING_PLUGIN ? PLAYER_ERROR_NOT_SUPPORTED_FILE
                                                            : PLAYER_ERROR_INVALID_OPERATION;
+    }
     if (error.domain != GST_RESOURCE_ERROR)
         return PLAYER_ERROR_INVALID_OPERATION;
     switch (error.code) {

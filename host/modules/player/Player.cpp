@@ -25,10 +25,11 @@ std::string fileUri(const std::string& path)
     std::string uri = "file://";
     for (const char character : path) {
         const auto byte = static_cast<unsigned char>(character);
-        if (isalnum(byte) || strchr("/-._~", character))
+        if (isalnum(byte) || strchr("/-._~", character)) {
             uri += character;
-        else
+        } else {
             uri += { '%', digits[byte >> 4], digits[byte & 15] };
+        }
     }
     return uri;
 }
@@ -234,15 +235,17 @@ void Player::_open(const std::string& uri, const std::string& role, const Task& 
         _isPreparing = false;
         if (_isEnding)
             return;
-        if (error == PLAYER_ERROR_NONE)
+        if (error == PLAYER_ERROR_NONE) {
             _state = PLAYER_STATE_READY;
-        else
+        } else {
             _tone = nullptr;
+        }
     }
-    if (error == PLAYER_ERROR_NONE)
+    if (error == PLAYER_ERROR_NONE) {
         prepared();
-    else
+    } else {
         _failed(number, error);
+    }
 }
 
 void Player::_settle(const std::shared_ptr<Tone>& tone, const Task& completed)

@@ -121,10 +121,11 @@ void MicrophoneWatch::_streamCb(pa_context*, const pa_source_output_info* info, 
     }
     watch->_isAsking = false;
     Microphone seen{ !watch->_microphones.empty(), RECORDER_DEVICE_STATE_IDLE };
-    if (watch->_recording > 0)
+    if (watch->_recording > 0) {
         seen.state = RECORDER_DEVICE_STATE_RECORDING;
-    else if (watch->_paused > 0)
+    } else if (watch->_paused > 0) {
         seen.state = RECORDER_DEVICE_STATE_PAUSED;
+    }
     if (end > 0)
         watch->_show(seen);
     if (watch->_isStale)
