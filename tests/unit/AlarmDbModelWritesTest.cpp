@@ -905,7 +905,7 @@ TEST_F(RefusedWritesTest, RemoveRequestsNoUpdateOfThePhone)
 
 TEST_F(RefusedWritesTest, EachCheckReportsTheStatement)
 {
-    const auto expectReport = [this](int found) {
+    const auto expectReport = [](int found) {
         EXPECT_EQ(-1, found);
         EXPECT_THAT(criticals(), ElementsAre("_createSqliteStmt:: Error(23)", "stmt is nullptr"));
         forget();
