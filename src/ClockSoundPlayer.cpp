@@ -143,10 +143,11 @@ void ClockSoundPlayer::initialize(const char* tonePath, const char* defaultToneP
     if (_volume == 0)
         _increasingVolume = 0;
     _createStreamInfo(streamType);
-    if (hasMelody(type) && speaker)
+    if (hasMelody(type) && speaker) {
         _playSound();
-    else if (type == ClockSoundType::Melody)
+    } else if (type == ClockSoundType::Melody) {
         return; // nothing that this device could do
+    }
 
     if (hasVibration(type)) {
         if (!speaker) {
@@ -225,10 +226,11 @@ bool ClockSoundPlayer::_createPlayerAsync(const std::string& path)
     }
 
     _createPipe();
-    if (_increasingVolume && _type != ClockSoundType::Vibration)
+    if (_increasingVolume && _type != ClockSoundType::Vibration) {
         _setIncreaseVolume(kFirstVolume);
-    else
+    } else {
         setVolume(_volume);
+    }
     return true;
 }
 
@@ -288,10 +290,11 @@ void ClockSoundPlayer::_playPrepared()
     }
     if (!_prepared.exchange(false))
         return;
-    if (_playPosition <= 0)
+    if (_playPosition <= 0) {
         start();
-    else
+    } else {
         _setPlayPosition();
+    }
 }
 
 bool ClockSoundPlayer::_send(const char* message, unsigned int size)
@@ -314,10 +317,11 @@ void ClockSoundPlayer::start()
     }
     if (_isRecordingState()) {
         LOG_CRITICAL("Now recorder is in recording. Check again after 0.5 second");
-        if (std::this_thread::get_id() == _mainThread)
+        if (std::this_thread::get_id() == _mainThread) {
             _checkRecordingLater();
-        else
+        } else {
             _send(kCheckRecording, sizeof(kCheckRecording));
+        }
         return;
     }
     _send(kStart, sizeof(kStart));
@@ -466,18 +470,19 @@ void ClockSoundPlayer::_pipeHandlerCb(void* data, void* buffer, unsigned int siz
     ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
     const char* text = static_cast<const char*>(buffer);
     const std::string_view message(text, strnlen(text, size));
-    if (message == kSetPosition)
+    if (message == kSetPosition) {
         self._seek();
-    else if (message == kStart)
+    } else if (message == kStart) {
         self._play();
-    else if (message == kStop)
+    } else if (message == kStop) {
         self._stopPlaying();
-    else if (message == kPause)
+    } else if (message == kPause) {
         self._pausePlaying();
-    else if (message == kResume)
+    } else if (message == kResume) {
         self._resumePlaying();
-    else if (message == kCheckRecording)
+    } else if (message == kCheckRecording) {
         self._checkRecordingLater();
+    }
 }
 
 void ClockSoundPlayer::_seek()
@@ -559,12 +564,13 @@ void ClockSoundPlayer::_audioFocusedCb(sound_stream_info_s* /*streamInfo*/,
     void* data)
 {
     ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
-    if (state == SOUND_STREAM_FOCUS_STATE_ACQUIRED)
+    if (state == SOUND_STREAM_FOCUS_STATE_ACQUIRED) {
         self.resume();
-    else if (behavior == SOUND_BEHAVIOR_NO_RESUME || !self._pauseOnFocusLoss)
+    } else if (behavior == SOUND_BEHAVIOR_NO_RESUME || !self._pauseOnFocusLoss) {
         self.stop();
-    else
+    } else {
         self.pause();
+    }
 }
 
 bool ClockSoundPlayer::_increaseVolumeTimerCb(void* data)
