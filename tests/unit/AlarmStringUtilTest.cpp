@@ -4,6 +4,8 @@
 #include "GettextDouble.h"
 #include "I18nFixture.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <glib.h>
 
@@ -80,19 +82,19 @@ TEST_F(AlarmStringUtilTest, UpperCaseOfNothingIsNothing)
 
 TEST_F(AlarmStringUtilTest, UpperCaseEndsWithAWholeCharacterInside256Bytes)
 {
-    char text[300] = {};
-    const std::string lower = "x" + std::string(100, 'y');
-    std::string umlauts;
-    for (int i = 0; i < 100; ++i)
-        umlauts += "\u00FC";
-    strcpy(text, (lower.substr(0, 100) + umlauts).c_str()); // the 256th byte begins a character
-    text[299] = '#';
+    std::array<char, 300> text = {};
+    std::string lower(100, 'x');
+    for (int i = 0; i < 95; ++i)
+        lower += "\u00FC"; // one of them takes the 255th and the 256th byte
+    ASSERT_LT(lower.size(), text.size() - 1);
+    std::copy(lower.begin(), lower.end(), text.begin());
+    text.back() = '#';
 
-    AlarmStringUtil::changeStringToUpper(text);
+    AlarmStringUtil::changeStringToUpper(text.data());
 
-    EXPECT_EQ(254u, strlen(text));
-    EXPECT_STREQ("\u00DC", text + 252);
-    EXPECT_EQ('#', text[299]);
+    EXPECT_EQ(254u, strlen(text.data()));
+    EXPECT_STREQ("\u00DC", text.data() + 252);
+    EXPECT_EQ('#', text.back());
 }
 
 TEST_F(AlarmStringUtilTest, NumbersAreInTheRegionsDigits)
