@@ -6,6 +6,8 @@ add_library(alarm-build INTERFACE)
 target_compile_options(
     alarm-build INTERFACE -Wall -Wextra -Wformat=2 -Wshadow $<$<BOOL:${ALARM_WERROR}>:-Werror>)
 target_link_options(alarm-build INTERFACE -Wl,--as-needed)
+# Where the device has the link to its zone's data.
+target_compile_definitions(alarm-build INTERFACE ALARM_ZONE_LINK="/opt/etc/localtime")
 if(ALARM_SANITIZE)
     target_compile_options(
         alarm-build INTERFACE -fsanitize=${ALARM_SANITIZE} -fno-omit-frame-pointer

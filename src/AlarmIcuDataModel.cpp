@@ -18,7 +18,6 @@ const char* const kFallbackRegion = "en_US";
 const size_t kRegionSize = 512;
 const size_t kMarkerSize = 32;
 const size_t kZoneLinkSize = 1024;
-const size_t kZoneLinkPrefix = 20; // "/usr/share/zoneinfo/"
 
 const double kMilliseconds = 1000.0;
 const long kHourSeconds = 3600;
@@ -182,8 +181,7 @@ char* AlarmIcuDataModel::getCurrentTimeZone()
     char target[kZoneLinkSize] = {};
     if (readlink(zoneLink(), target, kZoneLinkSize - 1) == -1)
         LOG_CRITICAL("timezone get error");
-    const bool named = strlen(target) > kZoneLinkPrefix;
-    char* zone = g_strdup(named ? target + kZoneLinkPrefix : "");
+    char* zone = g_strdup(zoneOfLink(target).c_str());
     LOG_CRITICAL("tz [%s]", zone);
     return zone;
 }

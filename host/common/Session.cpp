@@ -58,13 +58,16 @@ Identity readIdentity()
 
 const char* const kZoneData = "/usr/share/zoneinfo/";
 
-// "Europe/Berlin" from ".../zoneinfo/Europe/Berlin"; empty when the link does not lead there.
+// "Europe/Berlin" from ".../zoneinfo/Europe/Berlin", wherever that folder lies; empty when the link
+// does not lead there.
 std::string zoneIdOfLink(const std::string& link)
 {
-    static const std::string folder = "/zoneinfo/";
+    static const std::string folder = "zoneinfo/";
     std::error_code error;
     const std::string target = fs::read_symlink(link, error);
-    const auto at = target.find(folder);
+    auto at = target.find(folder);
+    while (at != std::string::npos && at != 0 && target[at - 1] != '/')
+        at = target.find(folder, at + 1);
     return error || at == std::string::npos ? "" : target.substr(at + folder.size());
 }
 
@@ -112,7 +115,7 @@ const std::string& runtimePath()
 const std::string& zoneLinkPath()
 {
     static const std::string named = environment("ALARM_HOST_LOCALTIME");
-    static const std::string path = named.empty() ? "/opt/etc/localtime" : named;
+    static const std::string path = named.empty() ? ALARM_ZONE_LINK : named;
     return path;
 }
 
@@ -140,7 +143,8 @@ bool isZoneId(const std::string& id)
 void setZoneId(const std::string& id)
 {
     const std::string& link = zoneLinkPath();
-    const std::string made = link + ".new";
+    // Of its own name in each process, since several may set the zone at once.
+    const std::string made = link + '.' + std::to_string(getpid());
     std::error_code error;
     fs::remove(made, error);
     fs::create_symlink(kZoneData + id, made);

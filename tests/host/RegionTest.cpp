@@ -4,6 +4,7 @@
 #include "Probing.h"
 #include "TempDir.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
@@ -165,6 +166,51 @@ TEST_F(RegionTest, AProcessThatForgetsItsZoneHasTheSessions)
         unsetenv("TZ");
         EXPECT_EQ(hour, hourAt(instant));
     }
+}
+
+TEST_F(RegionTest, ProcessesThatSetTheZoneTogetherAllSucceed)
+{
+    const std::string link = getenv("ALARM_HOST_LOCALTIME");
+    std::vector<std::unique_ptr<BackgroundCommand>> setters;
+    for (const char* zone : { "Asia/Seoul", "Europe/Berlin", "Asia/Seoul", "Europe/Berlin" }) {
+        const std::string loop = std::string("for i in $(seq 25); do hostctl zone ") + zone
+            + " || exit 1; done; echo all";
+        setters.push_back(
+            std::make_unique<BackgroundCommand>(std::vector<std::string>{ "bash", "-c", loop }));
+    }
+    for (const auto& setter : setters) {
+        const CommandResult result = setter->finish();
+        EXPECT_EQ("all\n", result.out) << result.err;
+    }
+
+    const std::filesystem::path folder = std::filesystem::path(link).parent_path();
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string name = entry.path();
+        EXPECT_TRUE(name == link || name.compare(0, link.size(), link) != 0) << name;
+    }
+}
+
+TEST_F(RegionTest, AProcessFollowsARelativeLink)
+{
+    const std::filesystem::path link = getenv("ALARM_HOST_LOCALTIME");
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink("../../usr/share/zoneinfo/Asia/Seoul", link);
+
+    EXPECT_EQ(10, hourAt(1000000000));
+    EXPECT_EQ("10:46", probe({ "icu-time", "1000000000" }));
+    session.setZone("Europe/Berlin");
+    EXPECT_EQ(3, hourAt(1000000000));
+}
+
+TEST_F(RegionTest, ReadingTheZoneLeavesTheErrorOfThePrevious)
+{
+    std::filesystem::remove(getenv("ALARM_HOST_LOCALTIME"));
+    errno = E2BIG;
+
+    tzset();
+
+    EXPECT_EQ(E2BIG, errno);
+    session.setZone("Europe/Berlin");
 }
 
 TEST_F(RegionTest, IcusDefaultZoneIsTheSessions)

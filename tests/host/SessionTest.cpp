@@ -182,6 +182,21 @@ TEST_F(SessionTest, KnowsAZoneOfThreeParts)
     EXPECT_EQ("America/Argentina/Ushuaia", zoneBy("/usr/share/zoneinfo/America/Argentina/Ushuaia"));
 }
 
+TEST_F(SessionTest, KnowsItsZoneByARelativeLink)
+{
+    EXPECT_EQ("Europe/Berlin", zoneBy("../usr/share/zoneinfo/Europe/Berlin"));
+}
+
+TEST_F(SessionTest, KnowsItsZoneByALinkBesideTheZoneData)
+{
+    EXPECT_EQ("Europe/Berlin", zoneBy("zoneinfo/Europe/Berlin"));
+}
+
+TEST_F(SessionTest, KnowsItsZoneWhereverTheZoneDataLie)
+{
+    EXPECT_EQ("Europe/Berlin", zoneBy("/my-zoneinfo/usr/zoneinfo/Europe/Berlin"));
+}
+
 TEST_F(SessionTest, ALinkToElsewhereTellsNoZone)
 {
     EXPECT_EQ(machineZone(), zoneBy("/etc/hostname"));

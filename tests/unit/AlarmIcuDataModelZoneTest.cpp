@@ -89,7 +89,18 @@ TEST_F(AlarmIcuDataModelZoneTest, WithoutALinkTheZoneIsEmpty)
     EXPECT_THAT(dlogDouble().criticals(), ElementsAre("timezone get error", "tz []"));
 }
 
-TEST_F(AlarmIcuDataModelZoneTest, TwentyCharactersAreCutWhateverTheyAre)
+TEST_F(AlarmIcuDataModelZoneTest, ZoneDataMayLieInAnotherFolder)
+{
+    for (const char* target : { "../usr/share/zoneinfo/Asia/Seoul", "zoneinfo/Asia/Seoul",
+             "/opt/share/zoneinfo/Asia/Seoul", "/my-zoneinfo/usr/zoneinfo/Asia/Seoul" }) {
+        linkTarget = target;
+        EXPECT_EQ("Asia/Seoul", zone()) << target;
+    }
+    linkTarget = "../usr/share/zoneinfo/";
+    EXPECT_EQ("", zone());
+}
+
+TEST_F(AlarmIcuDataModelZoneTest, TwentyCharactersOfAnotherPathAreCutWhateverTheyAre)
 {
     linkTarget = "/another/path/of/it/Asia/Seoul";
     EXPECT_EQ("Asia/Seoul", zone());

@@ -24,13 +24,13 @@ int codeOf(UErrorCode status)
     }
 }
 
-// The session's zone, which ICU does not find behind a TZ that names a link. Another TZ counts, and
-// whatever it is then stays.
+// The session's zone, unless TZ names one: a colon in front tells that it only follows the
+// session's. Whatever it is then stays.
 static bool detectDefaultZone()
 {
     const char* named = getenv("TZ");
     UErrorCode status = U_ZERO_ERROR;
-    if (!named || std::string(named).find(host::zoneLinkPath()) != std::string::npos) {
+    if (!named || *named == ':') {
         const std::string id = host::zoneId();
         ucal_setDefaultTimeZone(std::u16string(id.begin(), id.end()).c_str(), &status);
     }

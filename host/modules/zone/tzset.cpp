@@ -4,40 +4,40 @@
 
 #include "host/common/Session.h"
 
+#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <dlfcn.h>
+#include <exception>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
-const char* const kZoneData = "/usr/share/zoneinfo/";
-
-// By its id, under which the C library may already have it: reading its file takes a while.
+// By its id, under which the C library may already have it: reading its file takes a while. As any
+// change of the environment, this is no matter for a thread beside the main one.
 void followSession()
 {
     const char* zone = getenv("TZ");
     if (zone && *zone != ':')
         return;
-    char target[1024];
-    const ssize_t size = readlink(host::zoneLinkPath().c_str(), target, sizeof target);
-    if (size < 0)
-        return;
-    std::string name(target, static_cast<size_t>(size));
-    if (name.compare(0, strlen(kZoneData), kZoneData) == 0)
-        name.erase(0, strlen(kZoneData));
-    name.insert(0, 1, ':');
+    const std::string name = ':' + host::zoneId();
     if (!zone || name != zone)
         setenv("TZ", name.c_str(), 1);
 }
 
 } // namespace
 
+// It has no way to fail, and the C library's leaves errno alone where it succeeds.
 extern "C" void tzset() noexcept
 {
     static const auto readZone = reinterpret_cast<void (*)()>(dlsym(RTLD_NEXT, "tzset"));
-    followSession();
-    readZone();
+    const int error = errno;
+    try {
+        followSession();
+    } catch (const std::exception&) {
+        // Out of memory: the zone stays as it was.
+    }
+    if (readZone)
+        readZone();
+    errno = error;
 }
