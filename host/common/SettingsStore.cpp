@@ -74,6 +74,18 @@ SettingValue columnValue(SQLite::Statement& statement, int type, int value)
     return statement.getColumn(value).getString();
 }
 
+void insertValue(SQLite::Database& database, const std::string& store, const std::string& key,
+    const SettingValue& value)
+{
+    SQLite::Statement insert(
+        database, "REPLACE INTO setting (store, key, type, value) VALUES (?, ?, ?, ?)");
+    insert.bind(1, store);
+    insert.bind(2, key);
+    insert.bind(3, typeName(value));
+    bindValue(insert, 4, value);
+    insert.exec();
+}
+
 // The value is stored already: who has no bus misses the news only.
 void announce(const std::string& store, const std::string& key)
 {
@@ -150,14 +162,22 @@ std::optional<SettingValue> SettingsStore::read(const std::string& store, const 
 void SettingsStore::write(
     const std::string& store, const std::string& key, const SettingValue& value)
 {
-    SQLite::Statement insert(*_impl->of(store, key).database,
-        "REPLACE INTO setting (store, key, type, value) VALUES (?, ?, ?, ?)");
-    insert.bind(1, store);
-    insert.bind(2, key);
-    insert.bind(3, typeName(value));
-    bindValue(insert, 4, value);
-    insert.exec();
+    insertValue(*_impl->of(store, key).database, store, key, value);
     announce(store, key);
+}
+
+void SettingsStore::write(
+    const std::string& store, const std::vector<std::pair<std::string, SettingValue>>& values)
+{
+    if (values.empty())
+        return;
+    SQLite::Database& database = *_impl->of(store, values.front().first).database;
+    SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+    for (const auto& [key, value] : values)
+        insertValue(database, store, key, value);
+    transaction.commit();
+    for (const auto& [key, value] : values)
+        announce(store, key);
 }
 
 bool SettingsStore::erase(const std::string& store, const std::string& key)

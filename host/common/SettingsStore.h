@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -24,6 +25,9 @@ public:
 
     std::optional<SettingValue> read(const std::string& store, const std::string& key);
     void write(const std::string& store, const std::string& key, const SettingValue& value);
+    /// All of them or none, and no process sees some. They last all alike, by their names.
+    void write(
+        const std::string& store, const std::vector<std::pair<std::string, SettingValue>>& values);
     /// False when there was none.
     bool erase(const std::string& store, const std::string& key);
     std::vector<std::pair<std::string, SettingValue>> list(const std::string& store);

@@ -1,6 +1,7 @@
 #include "host/daemon/DefaultSettings.h"
 
 #include "host/common/Keys.h"
+#include "host/common/Locale.h"
 #include "host/common/SettingsStore.h"
 
 #include <cstdlib>
@@ -13,19 +14,13 @@ namespace {
 
 const char* const kLocale = "en_US.UTF-8";
 
-bool namesLanguage(const std::string& locale)
-{
-    const std::string name = locale.substr(0, locale.find('.'));
-    return name != "C" && name != "POSIX";
-}
-
 // The session's locale for a category, by the names that a locale is looked up under.
 std::string localeOf(const char* category)
 {
     for (const char* name : { "LC_ALL", category, "LANG" }) {
         const char* locale = getenv(name);
         if (locale && *locale)
-            return namesLanguage(locale) ? locale : kLocale;
+            return localeSetting(locale).value_or(kLocale);
     }
     return kLocale;
 }

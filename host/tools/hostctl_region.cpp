@@ -1,34 +1,36 @@
 #include "host/common/Keys.h"
+#include "host/common/Locale.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 #include "host/tools/hostctl.h"
-
-#include <regex>
 
 namespace hostctl {
 
 namespace {
 
-void set(const char* key, const host::SettingValue& value)
+// Texts of the device are UTF-8, so another character set is refused, not ignored.
+std::optional<std::string> settingOf(const std::string& locale)
 {
-    host::SettingsStore::session().write(host::kDeviceStore, key, value);
+    const size_t dot = locale.find('.');
+    const std::string charset = dot == std::string::npos ? "" : locale.substr(dot);
+    return charset.empty() || charset == ".UTF-8" || charset == ".utf8"
+        ? host::localeSetting(locale)
+        : std::nullopt;
 }
 
 } // namespace
 
 void locale(const Arguments& arguments)
 {
-    static const std::regex name("([a-z]{2,3}(_[A-Z][a-z]{3})?(_([A-Z]{2}|[0-9]{3}))?)(\\.UTF-8)?");
-    std::smatch parts;
     if (arguments.size() != 1)
         throw UsageError("it must be locale LOCALE, such as locale ko_KR");
-    if (!std::regex_match(arguments[0], parts, name)) {
+    const std::optional<std::string> setting = settingOf(arguments[0]);
+    if (!setting) {
         throw UsageError("\"" + arguments[0]
             + "\" is no locale; it must be a language and a region, such as ko_KR");
     }
-    const std::string locale = parts.str(1) + ".UTF-8";
-    set(host::kLanguageKey, locale);
-    set(host::kRegionFormatKey, locale);
+    host::SettingsStore::session().write(host::kDeviceStore,
+        { { host::kLanguageKey, *setting }, { host::kRegionFormatKey, *setting } });
 }
 
 void clock(const Arguments& arguments)
@@ -37,7 +39,8 @@ void clock(const Arguments& arguments)
         throw UsageError("it must be clock 12 or clock 24");
     if (arguments[0] != "12" && arguments[0] != "24")
         throw UsageError("\"" + arguments[0] + "\" is no clock; it must be 12 or 24");
-    set(host::kClockKey, arguments[0] == "12" ? 1 : 2);
+    host::SettingsStore::session().write(
+        host::kDeviceStore, host::kClockKey, arguments[0] == "12" ? 1 : 2);
 }
 
 void zone(const Arguments& arguments)

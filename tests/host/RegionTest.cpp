@@ -1,5 +1,6 @@
 #include "Command.h"
 #include "EchoFixture.h"
+#include "host/common/Locale.h"
 #include "host/common/Session.h"
 #include "Probing.h"
 #include "TempDir.h"
@@ -11,6 +12,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <vconf.h>
 
 namespace {
@@ -84,6 +86,65 @@ TEST_F(RegionTest, ALocaleIsLanguageAndRegion)
     }
 }
 
+struct LocaleCase {
+    const char* name;
+    const char* locale;
+    std::optional<std::string> setting;
+};
+class LocaleSettingTest : public testing::TestWithParam<LocaleCase> {};
+
+TEST_P(LocaleSettingTest, IsInThePlatformsForm)
+{
+    EXPECT_EQ(GetParam().setting, host::localeSetting(GetParam().locale));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, LocaleSettingTest,
+    testing::Values(LocaleCase{ "Bare", "en_GB", "en_GB.UTF-8" },
+        LocaleCase{ "AsItIs", "en_GB.UTF-8", "en_GB.UTF-8" },
+        LocaleCase{ "AnotherSpelling", "en_GB.utf8", "en_GB.UTF-8" },
+        LocaleCase{ "AnotherCharacterSet", "de_DE.ISO-8859-15", "de_DE.UTF-8" },
+        LocaleCase{ "Modifier", "de_DE.utf8@euro", "de_DE.UTF-8" },
+        LocaleCase{ "ModifierOfAScript", "sr_RS.UTF-8@latin", "sr_Latn_RS.UTF-8" },
+        LocaleCase{ "Script", "zh_Hans_CN", "zh_Hans_CN.UTF-8" },
+        LocaleCase{ "LanguageAlone", "eo.UTF-8", "eo.UTF-8" },
+        LocaleCase{ "RegionOfDigits", "es_419", "es_419.UTF-8" },
+        LocaleCase{ "C", "C", std::nullopt }, LocaleCase{ "CWithSet", "C.UTF-8", std::nullopt },
+        LocaleCase{ "Posix", "POSIX", std::nullopt }, LocaleCase{ "Empty", "", std::nullopt },
+        LocaleCase{ "Word", "korean", std::nullopt },
+        LocaleCase{ "Path", "/usr/share/locale/ko", std::nullopt },
+        LocaleCase{ "TwoLines", "ko_KR\nde_DE", std::nullopt }),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(RegionTest, ANewDeviceSpeaksTheCallersLanguageAsThePlatformWritesIt)
+{
+    const auto settingOf = [](const std::string& variable, const char* key) {
+        return runCommand({ "env", "-u", "LC_ALL", "-u", "LC_TIME", "-u", "LC_MESSAGES", variable,
+                              "host-session", "hostctl", "key", "get", key })
+            .out;
+    };
+    EXPECT_EQ("en_GB.UTF-8\n", settingOf("LANG=en_GB.utf8", "db/menu_widget/language"));
+    EXPECT_EQ("de_DE.UTF-8\n", settingOf("LC_TIME=de_DE@euro", "db/menu_widget/regionformat"));
+    EXPECT_EQ("en_US.UTF-8\n", settingOf("LC_ALL=C.UTF-8", "db/menu_widget/regionformat"));
+}
+
+TEST_F(RegionTest, ALocaleIsSetInBothKeysOrInNone)
+{
+    run({ "hostctl", "locale", "ko_KR" });
+    const char* const refuse = "CREATE TRIGGER refuse BEFORE INSERT ON setting "
+                               "WHEN NEW.key = 'db/menu_widget/regionformat' "
+                               "BEGIN SELECT RAISE(ABORT, 'refused'); END";
+    const std::string file = host::homePath() + "settings.db";
+    ASSERT_EQ(0, runCommand({ "sqlite3", file, refuse }).status);
+
+    const CommandResult result = runCommand({ "hostctl", "locale", "de_DE" });
+
+    ASSERT_EQ(0, runCommand({ "sqlite3", file, "DROP TRIGGER refuse" }).status);
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ("hostctl: refused\n", result.err);
+    EXPECT_EQ("ko_KR.UTF-8", setting("db/menu_widget/language"));
+    EXPECT_EQ("ko_KR.UTF-8", setting("db/menu_widget/regionformat"));
+}
+
 TEST_F(RegionTest, AClockHas12Or24Hours)
 {
     run({ "hostctl", "clock", "24" });
@@ -107,6 +168,7 @@ TEST_F(RegionTest, BadValuesAreRefused)
     const std::string noLocale = " is no locale; it must be a language and a region, such as ko_KR";
     for (const char* locale : { "", "C", "POSIX", "korean", "ko_kr", "ko-KR", "ko_KR.EUC-KR" })
         expectRefused({ "locale", locale }, "\"" + std::string(locale) + "\"" + noLocale);
+    expectRefused({ "locale", "ko_KR\nde_DE" }, "\"ko_KR?de_DE\"" + noLocale);
     expectRefused({ "locale" }, "it must be locale LOCALE, such as locale ko_KR");
     expectRefused({ "locale", "ko", "KR" }, "it must be locale LOCALE, such as locale ko_KR");
     for (const char* clock : { "", "13", "12h", "024" }) {
@@ -227,6 +289,8 @@ TEST_F(RegionTest, AnApplicationSpeaksTheDevicesLanguage)
     expectShown("Ausschalten de_DE");
     run({ "hostctl", "locale", "zh_CN" });
     expectShown("关闭 zh_CN");
+    run({ "hostctl", "locale", "zh_Hans_CN" });
+    expectShown("关闭 zh_Hans_CN");
     run({ "hostctl", "locale", "pt_BR" });
     expectShown("Desativar pt_BR");
 }

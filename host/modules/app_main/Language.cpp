@@ -7,6 +7,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <exception>
+#include <regex>
 #include <string>
 #include <utils_i18n.h>
 #include <vconf.h>
@@ -21,12 +22,22 @@ std::string localeUnder(const char* key)
     return locale.substr(0, locale.find('.'));
 }
 
-// gettext goes by LANGUAGE in any locale but "C", so the machine needs no locales of its own.
+// For gettext: the language, without its script too, since the catalogues have none in their names.
 // English comes last, for a text that the language does not have.
+std::string languagesOf(const std::string& language)
+{
+    static const std::regex withScript("([a-z]+)_[A-Z][a-z]{3}(_.+)?");
+    std::smatch parts;
+    const std::string bare
+        = std::regex_match(language, parts, withScript) ? ":" + parts.str(1) + parts.str(2) : "";
+    return (language.empty() ? "" : language + bare + ":") + "en";
+}
+
+// gettext goes by LANGUAGE in any locale but "C", so the machine needs no locales of its own.
 void adopt()
 {
     const std::string language = localeUnder(host::kLanguageKey);
-    setenv("LANGUAGE", (language.empty() ? "en" : language + ":en").c_str(), 1);
+    setenv("LANGUAGE", languagesOf(language).c_str(), 1);
     setlocale(
         LC_MESSAGES, "C"); // so that the next makes gettext forget the texts that it has found
     setlocale(LC_ALL, "C.UTF-8");
