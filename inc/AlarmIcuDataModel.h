@@ -30,8 +30,8 @@ public:
 
     /**
      * Writes the locale's am or pm marker for time into ampmOut, which has room for
-     * 32 bytes. Returns whether the marker stands before the hour: timeStr, a
-     * formatted time, begins with it or is without it. False for a null timeStr.
+     * 32 bytes with the end of the text. Returns whether the marker stands before the hour:
+     * timeStr, a formatted time, begins with it or is without it. False for a null timeStr.
      */
     static bool getFormattedAmpmString(
         long time, char* timeStr, char* ampmOut, int unused, const char* zoneId);

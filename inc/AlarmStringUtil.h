@@ -15,7 +15,10 @@
  */
 class AlarmStringUtil {
 public:
-    /** Upper case of s in its place, which has room for 256 bytes. */
+    /**
+     * Upper case of s in its place, which has room for 256 bytes with the end of the text. A text
+     * that is not UTF-8 stays as it is.
+     */
     static void changeStringToUpper(char* s);
 
     /**
@@ -58,14 +61,15 @@ public:
 
     /**
      * The letter of one weekday with its colour, and what divides it from the next;
-     * release it with g_free(). Position 0 is the locale's first weekday.
+     * release it with g_free(). Position 0 is the locale's first weekday, 6 its last; days go
+     * round beyond these.
      */
     static char* _setAlarmRepeatPartText(const AlarmDbData& alarm, int position, bool markup);
 
     /** Binds the text domain to the application's catalogues; without resources, does nothing. */
     static void _initTextDomain();
 
-    /** Whether pattern occurs in text; false for a null text. */
+    /** Whether pattern occurs in text; false when one of them is null. */
     static bool _checkNumberFormat(const char* text, const char* pattern);
 
     /** The bytes that in encodes; empty on failure. */

@@ -13,6 +13,7 @@
 #include <vconf.h>
 
 namespace {
+const char* const kFormatting = "getFormattedDateString";
 const char* const kAmPmSkeleton = "a";
 const char* const kFallbackRegion = "en_US";
 const size_t kRegionSize = 512;
@@ -60,13 +61,13 @@ bool makeRegionTheDefault()
 {
     const HeapText setting(vconf_get_str(kRegionFormatKey));
     if (!setting.get()) {
-        LOG_CRITICAL("get region format failed");
+        LOG_CRITICAL_OF(kFormatting, "get region format failed");
         return false;
     }
     const std::string region = localeOfRegionFormat(setting.get(), std::string::npos);
     const int error = i18n_ulocale_set_default(region.c_str());
     if (error != I18N_ERROR_NONE) {
-        LOG_CRITICAL("Set default locale %s error [%d]", region.c_str(), error);
+        LOG_CRITICAL_OF(kFormatting, "Set default locale %s error [%d]", region.c_str(), error);
         return false;
     }
     return true;
@@ -77,11 +78,11 @@ const char* defaultLocale()
     const char* locale = nullptr;
     const int error = i18n_ulocale_get_default(&locale);
     if (error != I18N_ERROR_NONE) {
-        LOG_CRITICAL("Get default locale error [%d]", error);
+        LOG_CRITICAL_OF(kFormatting, "Get default locale error [%d]", error);
         return nullptr;
     }
     if (!locale)
-        LOG_CRITICAL("locale nullptr");
+        LOG_CRITICAL_OF(kFormatting, "locale nullptr");
     return locale;
 }
 
@@ -105,11 +106,11 @@ bool formatDate(i18n_udate_format_h format, long time, DateText& text)
     const int error = i18n_udate_format_date(format, static_cast<double>(time) * kMilliseconds,
         text.units, DateText::kSize, nullptr, &length);
     if (error != I18N_ERROR_NONE) {
-        LOG_CRITICAL("Get i18n_udate_format_date error [%d]", error);
+        LOG_CRITICAL_OF(kFormatting, "Get i18n_udate_format_date error [%d]", error);
         return false;
     }
     if (length == 0) {
-        LOG_CRITICAL("formattedLength = 0");
+        LOG_CRITICAL_OF(kFormatting, "formattedLength = 0");
         return false;
     }
     return true;

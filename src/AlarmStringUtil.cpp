@@ -16,6 +16,7 @@
 #include <vconf.h>
 
 namespace {
+const char* const kOffset = "getAlertTimeOffset";
 const char* const kTextDomain = "alarm-merid";
 const char* const kTimeFormatKey = "db/menu_widget/regionformat_time1224";
 const char* const kRatio = "\xE2\x88\xB6";
@@ -32,7 +33,6 @@ const size_t kTimeSize = 1024;
 const size_t kDateSize = 512;
 const size_t kRepeatSize = 1024;
 const size_t kCountSize = 256;
-const size_t kCountFormatSize = 1024;
 const size_t kToastSize = 256;
 const size_t kDirectorySize = 4096;
 
@@ -55,7 +55,11 @@ bool beginsWith(const std::string& text, const char* beginning)
     return text.compare(0, strlen(beginning), beginning) == 0;
 }
 
-std::string takenText(char* made) { return GlibText(made).get(); }
+std::string takenText(char* made)
+{
+    const GlibText text(made);
+    return text.get() ? text.get() : "";
+}
 
 tm localTime(time_t time)
 {
@@ -114,15 +118,16 @@ time_t midnightOf(tm date)
 void untilDate(const AlarmDbData& alarm, time_t now, const tm& today, Offset& offset)
 {
     const tm start = localTime(alarm.stime);
-    LOG_CRITICAL("startTime = %d, currentTime = %d", alarm.stime, static_cast<int>(now));
-    LOG_CRITICAL("alarmData.hour = %d, alarmData.min = %d", alarm.hour, alarm.min);
+    LOG_CRITICAL_OF(
+        kOffset, "startTime = %d, currentTime = %d", alarm.stime, static_cast<int>(now));
+    LOG_CRITICAL_OF(kOffset, "alarmData.hour = %d, alarmData.min = %d", alarm.hour, alarm.min);
     if (start.tm_mon == today.tm_mon && start.tm_year == today.tm_year) {
-        LOG_CRITICAL("same month and year");
+        LOG_CRITICAL_OF(kOffset, "same month and year");
         offset.days = start.tm_mday - today.tm_mday;
     } else {
-        LOG_CRITICAL("different month and year");
+        LOG_CRITICAL_OF(kOffset, "different month and year");
         offset.days = static_cast<int>((midnightOf(start) - midnightOf(today)) / kDaySeconds);
-        LOG_CRITICAL("diffTime[%d]", offset.days);
+        LOG_CRITICAL_OF(kOffset, "diffTime[%d]", offset.days);
     }
     offset.borrow();
 }
@@ -135,8 +140,9 @@ int nextDayBit(int bit)
 
 void untilTodayOrLater(const AlarmDbData& alarm, int todayBit, Offset& offset)
 {
-    LOG_CRITICAL("repeat day is today case : alarmData.hour = %d, alarmData.min = %d, "
-                 "alarmData.repeatWeekly = %d",
+    LOG_CRITICAL_OF(kOffset,
+        "repeat day is today case : alarmData.hour = %d, alarmData.min = %d, "
+        "alarmData.repeatWeekly = %d",
         alarm.hour, alarm.min, alarm.repeatWeekly);
     offset.borrow();
     const bool isNow
@@ -153,8 +159,9 @@ void untilTodayOrLater(const AlarmDbData& alarm, int todayBit, Offset& offset)
 
 void untilLaterDay(const AlarmDbData& alarm, int todayBit, Offset& offset)
 {
-    LOG_CRITICAL("repeat day is not today case : alarmData.hour = %d, alarmData.min = %d, "
-                 "alarmData.repeatWeekly = %d",
+    LOG_CRITICAL_OF(kOffset,
+        "repeat day is not today case : alarmData.hour = %d, alarmData.min = %d, "
+        "alarmData.repeatWeekly = %d",
         alarm.hour, alarm.min, alarm.repeatWeekly);
     int bit = todayBit;
     for (int i = 1; i < kDaysOfWeek; ++i) {
@@ -196,17 +203,30 @@ std::string regionDigits(int count)
     return digits.get() ? digits.get() : std::to_string(count);
 }
 
+// What printf makes of a translation that has the text for each such conversion: "%%" is a percent
+// sign. Any other conversion is a mistake in the catalogue, and stays as it is.
+std::string filled(const std::string& format, char conversion, const std::string& text)
+{
+    std::string result;
+    for (size_t at = 0; at < format.size(); ++at) {
+        const char next = at + 1 < format.size() ? format[at + 1] : '\0';
+        if (format[at] != '%' || (next != '%' && next != conversion)) {
+            result += format[at];
+            continue;
+        }
+        result += next == '%' ? "%" : text;
+        ++at;
+    }
+    return result;
+}
+
 std::string countText(const char* message, int count)
 {
     std::string text = dngettext(kTextDomain, message, message, static_cast<unsigned long>(count));
     if (!AlarmStringUtil::_checkNumberFormat(text.c_str(), "%d"))
         return text;
-    // A stand-in for the number, so that a translation is never a format of printf.
-    const std::string printed
-        = cutText(AlarmStringUtil::replaceString(text, "%d", "-1"), kCountSize);
-    const std::string format
-        = cutText(AlarmStringUtil::replaceString(printed, "-1", "%s"), kCountFormatSize);
-    return AlarmStringUtil::replaceString(format, "%s", regionDigits(count));
+    const std::string printed = cutText(filled(text, 'd', "-1"), kCountSize);
+    return AlarmStringUtil::replaceString(printed, "-1", regionDigits(count));
 }
 
 std::string withRatio(const std::string& time, const std::string& region)
@@ -275,6 +295,8 @@ std::string rowSizeTag(const std::string& region)
 
 void AlarmStringUtil::changeStringToUpper(char* s)
 {
+    if (!s || !g_utf8_validate(s, -1, nullptr))
+        return;
     const std::string upper = cutText(takenText(g_utf8_strup(s, -1)), kUpperSize - 1);
     memcpy(s, upper.c_str(), upper.size() + 1);
 }
@@ -360,7 +382,7 @@ void AlarmStringUtil::generateAlertOffsetToastPopupText(
         LOG_CRITICAL("day & hour & min[%s]", phrase.c_str());
     }
     const std::string wrapper = dgettext(kTextDomain, "WDS_ALM_TPOP_ALARM_SET_FOR_PS_FROM_NOW_ABB");
-    out = cutText(replaceString(wrapper, "%s", phrase), kToastSize);
+    out = cutText(filled(wrapper, 's', phrase), kToastSize);
     LOG_CRITICAL("text in = %s", out.c_str());
 }
 
@@ -413,7 +435,7 @@ char* AlarmStringUtil::_setAlarmRepeatPartText(const AlarmDbData& alarm, int pos
         LOG_CRITICAL("get first day failed, it will set automatically 1");
         first = 0;
     }
-    const int day = (position + first) % kDaysOfWeek;
+    const int day = (position % kDaysOfWeek + kDaysOfWeek + first) % kDaysOfWeek;
     const bool selected = (alarm.repeatWeekly & (1 << day)) != 0;
     const bool last = position == kDaysOfWeek - 1;
 
@@ -448,7 +470,7 @@ bool AlarmStringUtil::_checkNumberFormat(const char* text, const char* pattern)
         LOG_CRITICAL("str1 is nullptr !!");
         return false;
     }
-    return strstr(text, pattern) != nullptr;
+    return pattern && strstr(text, pattern) != nullptr;
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy

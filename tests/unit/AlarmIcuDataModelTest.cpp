@@ -32,6 +32,8 @@ protected:
         EXPECT_STREQ("before", out);
         EXPECT_THAT(dlogDouble().criticals(), ElementsAre(message));
         EXPECT_EQ(dlogDouble().lines.size(), dlogDouble().criticals().size());
+        EXPECT_THAT(dlogDouble().lines.front().text,
+            testing::StartsWith("AlarmIcuDataModel.cpp: getFormattedDateString("));
     }
 
     static size_t alive(Kind kind)
@@ -284,6 +286,18 @@ TEST_F(AlarmIcuDataModelTest, ALongMarkerEndsInsideItsBufferWithAWholeCharacter)
     EXPECT_TRUE(AlarmIcuDataModel::getFormattedAmpmString(kTime, time, out, 64, nullptr));
 
     EXPECT_EQ(marker.substr(0, 30), out);
+    EXPECT_EQ('#', out[32]);
+}
+
+TEST_F(AlarmIcuDataModelTest, AMarkerOf32BytesLeavesItsLastCharacterToTheEndOfTheText)
+{
+    i18nDouble().texts["a"] = std::string(30, 'x') + "\u00E4"; // the bytes 31 and 32
+    memset(out, '#', sizeof out - 1);
+    char time[] = "7:13";
+
+    EXPECT_TRUE(AlarmIcuDataModel::getFormattedAmpmString(kTime, time, out, 64, nullptr));
+
+    EXPECT_EQ(std::string(30, 'x'), out);
     EXPECT_EQ('#', out[32]);
 }
 

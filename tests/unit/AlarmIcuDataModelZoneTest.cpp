@@ -183,6 +183,17 @@ TEST_F(AlarmIcuDataModelZoneTest, ACalendarIsGregorianInTheDefaultLocale)
     i18n_ucalendar_destroy(calendar);
 }
 
+TEST_F(AlarmIcuDataModelZoneTest, ACalendarDoesNotNeedTheDefaultLocalesName)
+{
+    i18nDouble().getDefaultCode = I18N_ERROR_UNKNOWN;
+
+    void* calendar = AlarmIcuDataModel::getUcal("Asia/Seoul");
+
+    EXPECT_EQ("(default)", i18nDouble().lastOf(Kind::Calendar)->locale);
+    EXPECT_THAT(dlogDouble().lines, IsEmpty());
+    i18n_ucalendar_destroy(calendar);
+}
+
 TEST_F(AlarmIcuDataModelZoneTest, ACalendarsZoneEndsAt64Units)
 {
     void* calendar = AlarmIcuDataModel::getUcal(std::string(100, 'Z'));

@@ -76,6 +76,10 @@ TEST_P(AlertOffsetTableTest, IsTheTimeUntilTheAlarmRings)
     setNow(c.zone, c.now);
 
     EXPECT_EQ(c.expected, offsetOf(alarmAt(c.hour, c.min, c.days, c.start)));
+
+    EXPECT_FALSE(dlogDouble().lines.empty());
+    for (const DlogDouble::Line& line : dlogDouble().lines)
+        EXPECT_THAT(line.text, testing::StartsWith("AlarmStringUtil.cpp: getAlertTimeOffset("));
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, AlertOffsetTableTest, testing::ValuesIn(kCases),

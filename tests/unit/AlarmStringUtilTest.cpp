@@ -97,6 +97,31 @@ TEST_F(AlarmStringUtilTest, UpperCaseEndsWithAWholeCharacterInside256Bytes)
     EXPECT_EQ('#', text.back());
 }
 
+TEST_F(AlarmStringUtilTest, UpperCaseLeavesRoomForTheEndOfTheText)
+{
+    std::array<char, 256> text = {};
+    std::fill_n(text.begin(), 255, 'x');
+    AlarmStringUtil::changeStringToUpper(text.data());
+    EXPECT_EQ(std::string(255, 'X'), text.data());
+
+    std::fill_n(text.begin(), 254, '\xC3');
+    for (size_t i = 1; i < 254; i += 2)
+        text[i] = '\x9F'; // it becomes two letters of a byte each
+    text[254] = 'x';
+    AlarmStringUtil::changeStringToUpper(text.data());
+    EXPECT_EQ(std::string(254, 'S') + 'X', text.data());
+}
+
+TEST_F(AlarmStringUtilTest, WhatIsNoTextKeepsItsCase)
+{
+    std::array<char, 8> text = { 'a', 'b', '\xC3' };
+
+    AlarmStringUtil::changeStringToUpper(text.data());
+    AlarmStringUtil::changeStringToUpper(nullptr);
+
+    EXPECT_STREQ("ab\xC3", text.data());
+}
+
 TEST_F(AlarmStringUtilTest, NumbersAreInTheRegionsDigits)
 {
     i18nDouble().numbers["-42"] = "\u061C-\u0664\u0662";
@@ -252,11 +277,41 @@ TEST_F(AlarmStringUtilTest, ATranslationMayPutTheNumberAnywhereOrTwice)
 TEST_F(AlarmStringUtilTest, ATranslationIsNoFormat)
 {
     gettextDouble().plurals[kDays][2] = "%d days 100% %n %s";
+    gettextDouble().texts[kWrapper] = "50% of %s %d";
+    EXPECT_EQ("50% of 2 days 100% %n %s %d", toast(2, 0, 0));
     gettextDouble().texts[kWrapper] = "50% of %s";
-    EXPECT_EQ("50% of 2 days 100% %n 2", toast(2, 0, 0));
 
     gettextDouble().plurals[kDays][2] = "%n%n";
     EXPECT_EQ("50% of %n%n", toast(2, 0, 0));
+}
+
+TEST_F(AlarmStringUtilTest, TwoPercentSignsOfATranslationAreOne)
+{
+    gettextDouble().plurals[kDays][2] = "%d days at 100%%, %%d, %%s";
+    gettextDouble().texts[kWrapper] = "50%% of %s, %%s%%";
+    EXPECT_EQ("50% of 2 days at 100%, %d, %s, %s%", toast(2, 0, 0));
+
+    gettextDouble().texts[kWrapper] = "%s %";
+    EXPECT_EQ("2 days at 100%, %d, %s %", toast(2, 0, 0));
+}
+
+TEST_F(AlarmStringUtilTest, ATranslationWithoutANumberIsShownAsItIs)
+{
+    gettextDouble().plurals[kDays][1] = "100%% of a day";
+    gettextDouble().texts[kWrapper] = "%s";
+
+    EXPECT_EQ("100%% of a day", toast(1, 0, 0));
+}
+
+TEST_F(AlarmStringUtilTest, ANumberThatCannotBeFormattedLeavesItsPlaceEmpty)
+{
+    i18nDouble().numbers["2"] = "";
+
+    EXPECT_EQ("Set for  hrs from now", toast(0, 2, 0));
+
+    EXPECT_THAT(dlogDouble().criticals(),
+        ElementsAre("Failed to perform i18n_unumber_format()", "day & hour[ hrs]",
+            "text in = Set for  hrs from now"));
 }
 
 TEST_F(AlarmStringUtilTest, AWrapperWithoutAPlaceIsShownAlone)
@@ -324,6 +379,7 @@ TEST_F(AlarmStringUtilTest, ATextHoldsItsPattern)
 
     EXPECT_FALSE(AlarmStringUtil::_checkNumberFormat(nullptr, "%d"));
     EXPECT_THAT(dlogDouble().criticals(), ElementsAre("str1 is nullptr !!"));
+    EXPECT_FALSE(AlarmStringUtil::_checkNumberFormat("in %d days", nullptr));
 }
 
 TEST_F(AlarmStringUtilTest, Base64IsDecodedToItsBytes)
@@ -331,6 +387,14 @@ TEST_F(AlarmStringUtilTest, Base64IsDecodedToItsBytes)
     EXPECT_EQ("Guten Morgen", AlarmStringUtil::base64Decode("R3V0ZW4gTW9yZ2Vu"));
     EXPECT_EQ(std::string("a\0b", 3), AlarmStringUtil::base64Decode("YQBi"));
     EXPECT_EQ("", AlarmStringUtil::base64Decode(""));
+    EXPECT_THAT(dlogDouble().lines, IsEmpty());
+}
+
+TEST_F(AlarmStringUtilTest, WhatIsNotBase64IsSkipped)
+{
+    EXPECT_EQ("Guten Morgen", AlarmStringUtil::base64Decode(" R3V0*ZW4g\nTW9yZ2Vu!"));
+    EXPECT_EQ("", AlarmStringUtil::base64Decode("***"));
+    EXPECT_EQ("abc", AlarmStringUtil::base64Decode("YWJjZ"));
     EXPECT_THAT(dlogDouble().lines, IsEmpty());
 }
 

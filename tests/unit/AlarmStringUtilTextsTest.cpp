@@ -191,6 +191,16 @@ TEST_F(AlarmTextsTest, AFormattedTimeEndsInside32BytesBeforeItsMarkerIsLookedFor
     EXPECT_EQ(marker + " 07\u223630" + marker.substr(0, 24), timeText());
 }
 
+TEST_F(AlarmTextsTest, ATimeMayEndInItsLastByteButIsNotCutInsideACharacter)
+{
+    vconfDouble().ints[kTimeFormat] = 2;
+    i18nDouble().texts["H:mm"] = std::string(30, '1') + "\u00E4"; // the bytes 31 and 32
+    EXPECT_EQ(std::string(30, '1') + "\u00E4", timeText());
+
+    i18nDouble().texts["H:mm"] = std::string(31, '1') + "\u00E4";
+    EXPECT_EQ(std::string(31, '1'), timeText());
+}
+
 TEST_F(AlarmTextsTest, AReplacedTimeEndsInside32Bytes)
 {
     vconfDouble().ints[kTimeFormat] = 2;
@@ -291,6 +301,17 @@ TEST_F(AlarmTextsTest, WeekdayRowBeginsWithTheLocalesFirstDay)
     EXPECT_EQ("<font font_size=26><color=#4f4f4f99>Sa</color> ", part(0, true));
     EXPECT_EQ("<color=#623a9eff>Mo</color> ", part(2, true));
     EXPECT_EQ("<color=#4f4f4f99>Fr</color></font>", part(6, true));
+}
+
+TEST_F(AlarmTextsTest, PositionsBeyondTheRowGoRoundTheWeek)
+{
+    setLetters();
+    i18nDouble().firstDay = 2;
+    repeatOn(1);
+    EXPECT_EQ("<color=#623a9eff>So</color> ", part(-1, true));
+    EXPECT_EQ("<color=#4f4f4f99>Mo</color> ", part(7, true));
+    EXPECT_EQ("<color=#623a9eff>So</color> ", part(-2147483647, true));
+    EXPECT_EQ("<color=#4f4f4f99>Di</color> ", part(2147483647, true));
 }
 
 TEST_F(AlarmTextsTest, AnUnknownFirstDayIsSunday)
