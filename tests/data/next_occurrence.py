@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes NextOccurrenceCases.inc: python3 next_occurrence.py > NextOccurrenceCases.inc
+"""Writes NextOccurrenceCases.inc: scripts/check-tables --write
 
 Knows nothing of how hostd looks for an occurrence: walks the clock minute by minute from two days
 before the start, notes the first instant at which each day's alarm time is shown or jumped over, and

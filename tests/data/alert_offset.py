@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes AlertOffsetCases.inc: python3 alert_offset.py > AlertOffsetCases.inc
+"""Writes AlertOffsetCases.inc: scripts/check-tables --write
 
 Knows nothing of how the library counts: looks for the first instant after now at which the zone's
 clock shows the alarm's time on its date or one of its days, and tells the elapsed time from the
@@ -108,6 +108,12 @@ CASES = [
      (1, 0, 30), "midnights a short day apart are one day less, and the hour comes off as well"),
     ("SpringDayBeforeIt", BERLIN, "2024-03-29 06:00:00", "07:30", "2024-03-30",
      (1, 0, 30), "daylight-saving time is looked for a day past the alarm"),
+
+    ("SpringNightAWholeDay", BERLIN, "2024-03-30 07:30:00", "07:30", "2024-03-31"),
+    ("SpringNightAWholeDayRepeat", BERLIN, "2024-03-30 07:30:00", "07:30", DAILY),
+    ("SpringNightADayAndMinutes", BERLIN, "2024-03-30 07:20:00", "07:30", SUN),
+    ("SpringNightWholeDays", BERLIN, "2024-03-30 07:30:00", "07:30", WED),
+    ("SpringNightWholeDaysSydney", SYDNEY, "2024-10-05 06:15:00", "06:15", TUE),
 
     ("AutumnNightOneShotToday", BERLIN, "2024-10-27 00:30:00", "07:30", "2024-10-27"),
     ("AutumnNightSecondPass", BERLIN, "2024-10-27 02:30:00*", "07:30", "2024-10-27"),
