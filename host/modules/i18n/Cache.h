@@ -30,12 +30,6 @@ public:
         return value;
     }
 
-    void clear()
-    {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _values.clear();
-    }
-
 private:
     static const size_t kCapacity = 64;
 

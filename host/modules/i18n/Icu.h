@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <new>
 #include <string>
 #include <unicode/ucal.h>
 #include <unicode/udat.h>
@@ -22,6 +23,19 @@ struct Closer {
 
 /// The platform's code for ICU's; a warning is success.
 int codeOf(UErrorCode status);
+
+/// What the work of an entry point answers; an exception is its code, and gets no further.
+template <typename Work>
+int guarded(Work work) noexcept
+{
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return I18N_ERROR_OUT_OF_MEMORY;
+    } catch (...) {
+        return I18N_ERROR_UNKNOWN;
+    }
+}
 
 /// The name of the locale, or of the default one for null.
 std::string localeName(const char* locale);

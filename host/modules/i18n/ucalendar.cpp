@@ -40,14 +40,17 @@ UCalendar* newCalendar(const i18n::Zone& zone, const std::string& locale,
 extern "C" int i18n_ucalendar_create(const i18n_uchar* zone_id, int32_t len, const char* locale,
     i18n_ucalendar_type_e type, i18n_ucalendar_h* calendar)
 {
-    if (!calendar || (zone_id && !i18n::isText(zone_id, len))
-        || (type != I18N_UCALENDAR_TRADITIONAL && type != I18N_UCALENDAR_GREGORIAN))
-        return I18N_ERROR_INVALID_PARAMETER;
-    UErrorCode status = U_ZERO_ERROR;
-    UCalendar* made = newCalendar(i18n::Zone(zone_id, len), i18n::localeName(locale), type, status);
-    if (made)
-        *calendar = made;
-    return i18n::codeOf(status);
+    return i18n::guarded([&]() -> int {
+        if (!calendar || (zone_id && !i18n::isText(zone_id, len))
+            || (type != I18N_UCALENDAR_TRADITIONAL && type != I18N_UCALENDAR_GREGORIAN))
+            return I18N_ERROR_INVALID_PARAMETER;
+        UErrorCode status = U_ZERO_ERROR;
+        UCalendar* made
+            = newCalendar(i18n::Zone(zone_id, len), i18n::localeName(locale), type, status);
+        if (made)
+            *calendar = made;
+        return i18n::codeOf(status);
+    });
 }
 
 extern "C" int i18n_ucalendar_destroy(i18n_ucalendar_h calendar)

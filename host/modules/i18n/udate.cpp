@@ -43,18 +43,20 @@ extern "C" int i18n_udate_create(i18n_udate_format_style_e time_style,
     int32_t zone_id_len, const i18n_uchar* pattern, int32_t pattern_len,
     i18n_udate_format_h* format)
 {
-    const bool patterned = time_style == I18N_UDATE_PATTERN;
-    if (!format || !areStyles(time_style, date_style)
-        || (zone_id && !i18n::isText(zone_id, zone_id_len))
-        || (patterned && !i18n::isText(pattern, pattern_len)))
-        return I18N_ERROR_INVALID_PARAMETER;
-    UErrorCode status = U_ZERO_ERROR;
-    Handle made = formatOf(time_style, date_style, i18n::localeName(locale),
-        i18n::Zone(zone_id, zone_id_len),
-        patterned ? i18n::textOf(pattern, pattern_len) : std::u16string(), status);
-    if (made)
-        *format = new Handle(std::move(made));
-    return i18n::codeOf(status);
+    return i18n::guarded([&]() -> int {
+        const bool patterned = time_style == I18N_UDATE_PATTERN;
+        if (!format || !areStyles(time_style, date_style)
+            || (zone_id && !i18n::isText(zone_id, zone_id_len))
+            || (patterned && !i18n::isText(pattern, pattern_len)))
+            return I18N_ERROR_INVALID_PARAMETER;
+        UErrorCode status = U_ZERO_ERROR;
+        Handle made = formatOf(time_style, date_style, i18n::localeName(locale),
+            i18n::Zone(zone_id, zone_id_len),
+            patterned ? i18n::textOf(pattern, pattern_len) : std::u16string(), status);
+        if (made)
+            *format = new Handle(std::move(made));
+        return i18n::codeOf(status);
+    });
 }
 
 extern "C" int i18n_udate_destroy(i18n_udate_format_h format)
@@ -69,22 +71,24 @@ extern "C" int i18n_udate_format_date(i18n_udate_format_h format, i18n_udate dat
     i18n_uchar* result, int32_t result_len, i18n_ufield_position_s* position,
     int32_t* buf_size_needed)
 {
-    if (!format || !i18n::isBuffer(result, result_len) || !buf_size_needed)
-        return I18N_ERROR_INVALID_PARAMETER;
-    UErrorCode status = U_ZERO_ERROR;
-    UFieldPosition field = { position ? position->field : 0, 0, 0 };
-    std::u16string text
-        = i18n::written(status, [&](UChar* buffer, int32_t capacity, UErrorCode* code) {
-              return udat_format(static_cast<Handle*>(format)->get(), date_to_format, buffer,
-                  capacity, position ? &field : nullptr, code);
-          });
-    if (U_FAILURE(status))
-        return i18n::codeOf(status);
-    i18n::widenSpaces(text);
-    *buf_size_needed = static_cast<int32_t>(text.size());
-    if (!i18n::copyOut(text, result, result_len))
-        return I18N_ERROR_BUFFER_OVERFLOW;
-    if (position)
-        *position = { field.field, field.beginIndex, field.endIndex };
-    return I18N_ERROR_NONE;
+    return i18n::guarded([&]() -> int {
+        if (!format || !i18n::isBuffer(result, result_len) || !buf_size_needed)
+            return I18N_ERROR_INVALID_PARAMETER;
+        UErrorCode status = U_ZERO_ERROR;
+        UFieldPosition field = { position ? position->field : 0, 0, 0 };
+        std::u16string text
+            = i18n::written(status, [&](UChar* buffer, int32_t capacity, UErrorCode* code) {
+                  return udat_format(static_cast<Handle*>(format)->get(), date_to_format, buffer,
+                      capacity, position ? &field : nullptr, code);
+              });
+        if (U_FAILURE(status))
+            return i18n::codeOf(status);
+        i18n::widenSpaces(text);
+        *buf_size_needed = static_cast<int32_t>(text.size());
+        if (!i18n::copyOut(text, result, result_len))
+            return I18N_ERROR_BUFFER_OVERFLOW;
+        if (position)
+            *position = { field.field, field.beginIndex, field.endIndex };
+        return I18N_ERROR_NONE;
+    });
 }

@@ -53,13 +53,15 @@ std::shared_ptr<Patterns> patternsOf(const std::string& locale, UErrorCode& stat
 
 extern "C" int i18n_udatepg_create(const char* locale, i18n_udatepg_h* dtpg)
 {
-    if (!dtpg)
-        return I18N_ERROR_INVALID_PARAMETER;
-    UErrorCode status = U_ZERO_ERROR;
-    Handle patterns = patternsOf(i18n::localeName(locale), status);
-    if (patterns)
-        *dtpg = new Handle(std::move(patterns));
-    return i18n::codeOf(status);
+    return i18n::guarded([&]() -> int {
+        if (!dtpg)
+            return I18N_ERROR_INVALID_PARAMETER;
+        UErrorCode status = U_ZERO_ERROR;
+        Handle patterns = patternsOf(i18n::localeName(locale), status);
+        if (patterns)
+            *dtpg = new Handle(std::move(patterns));
+        return i18n::codeOf(status);
+    });
 }
 
 extern "C" int i18n_udatepg_destroy(i18n_udatepg_h dtpg)
@@ -73,15 +75,18 @@ extern "C" int i18n_udatepg_destroy(i18n_udatepg_h dtpg)
 extern "C" int i18n_udatepg_get_best_pattern(i18n_udatepg_h dtpg, const i18n_uchar* skeleton,
     int32_t len, i18n_uchar* best_pattern, int32_t capacity, int32_t* best_pattern_len)
 {
-    if (!dtpg || !i18n::isText(skeleton, len) || !i18n::isBuffer(best_pattern, capacity)
-        || !best_pattern_len)
-        return I18N_ERROR_INVALID_PARAMETER;
-    UErrorCode status = U_ZERO_ERROR;
-    const auto pattern = (*static_cast<Handle*>(dtpg))->best(i18n::textOf(skeleton, len), status);
-    if (!pattern)
-        return i18n::codeOf(status);
-    if (!i18n::copyOut(*pattern, best_pattern, capacity))
-        return I18N_ERROR_BUFFER_OVERFLOW;
-    *best_pattern_len = static_cast<int32_t>(pattern->size());
-    return I18N_ERROR_NONE;
+    return i18n::guarded([&]() -> int {
+        if (!dtpg || !i18n::isText(skeleton, len) || !i18n::isBuffer(best_pattern, capacity)
+            || !best_pattern_len)
+            return I18N_ERROR_INVALID_PARAMETER;
+        UErrorCode status = U_ZERO_ERROR;
+        const auto pattern
+            = (*static_cast<Handle*>(dtpg))->best(i18n::textOf(skeleton, len), status);
+        if (!pattern)
+            return i18n::codeOf(status);
+        if (!i18n::copyOut(*pattern, best_pattern, capacity))
+            return I18N_ERROR_BUFFER_OVERFLOW;
+        *best_pattern_len = static_cast<int32_t>(pattern->size());
+        return I18N_ERROR_NONE;
+    });
 }

@@ -54,15 +54,21 @@ extern "C" i18n_uchar* i18n_ustring_copy_ua_n(i18n_uchar* dest, const char* src,
 {
     if (!dest || !src)
         return nullptr;
-    copy(wideOf(src), dest, n, [](char16_t unit) { return U16_IS_TRAIL(unit); });
-    return dest;
+    const int code = i18n::guarded([=]() -> int {
+        copy(wideOf(src), dest, n, [](char16_t unit) { return U16_IS_TRAIL(unit); });
+        return I18N_ERROR_NONE;
+    });
+    return code == I18N_ERROR_NONE ? dest : nullptr;
 }
 
 extern "C" char* i18n_ustring_copy_au_n(char* dest, const i18n_uchar* src, int32_t n)
 {
     if (!dest || !src)
         return nullptr;
-    copy(narrowOf(i18n::textOf(src, -1)), dest, n,
-        [](char byte) -> bool { return U8_IS_TRAIL(byte); });
-    return dest;
+    const int code = i18n::guarded([=]() -> int {
+        copy(narrowOf(i18n::textOf(src, -1)), dest, n,
+            [](char byte) -> bool { return U8_IS_TRAIL(byte); });
+        return I18N_ERROR_NONE;
+    });
+    return code == I18N_ERROR_NONE ? dest : nullptr;
 }
