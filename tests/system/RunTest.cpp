@@ -111,6 +111,17 @@ TEST_F(RunTest, FailedBuildFails)
     EXPECT_EQ("FAIL good: it does not build\n", result.out);
 }
 
+TEST_F(RunTest, TextPasses)
+{
+    fs::copy(SOURCE_DIR "/scenarios/text", tree.file("scenarios/text"));
+
+    const CommandResult result = run({ "text" });
+
+    EXPECT_EQ(0, result.status) << result.out << result.err;
+    EXPECT_THAT(result.out, HasSubstr("\nPASS text: 12 locales, 48 rows equal ICU\n"));
+    EXPECT_EQ("", result.err);
+}
+
 TEST_F(RunTest, RoadPasses)
 {
     fs::copy(SOURCE_DIR "/scenarios/road", tree.file("scenarios/road"));
