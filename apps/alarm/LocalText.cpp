@@ -47,16 +47,28 @@ std::string localDaysText(const AlarmDbData& alarm)
     return alarm.repeat_once ? text : lettersOf(text);
 }
 
+std::string localInstantText(time_t instant)
+{
+    const app::WallTime time = app::wallTime(instant);
+    AlarmDbData moment;
+    moment.hour = time.hour;
+    moment.min = time.minute;
+    moment.repeat_once = 1;
+    moment.stime = static_cast<int>(instant);
+    return localDaysText(moment) + " " + localTimeText(moment);
+}
+
 std::string localToast(const AlarmDbData& alarm)
 {
     int days = 0;
     int hours = 0;
     int minutes = 0;
     AlarmStringUtil::getAlertTimeOffset(alarm, days, hours, minutes);
+    // The minute that it is has begun.
+    if (days <= 0 && hours <= 0 && minutes <= 0)
+        minutes = 1;
     std::string text;
-    if (days > 0 || hours > 0 || minutes > 0) {
-        AlarmStringUtil::_initTextDomain();
-        AlarmStringUtil::generateAlertOffsetToastPopupText(days, hours, minutes, text);
-    }
+    AlarmStringUtil::_initTextDomain();
+    AlarmStringUtil::generateAlertOffsetToastPopupText(days, hours, minutes, text);
     return text;
 }

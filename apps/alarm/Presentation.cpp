@@ -55,9 +55,12 @@ bool willRing(const AlarmDbData& alarm, time_t now)
     return alarm.enable && !isRinging(alarm, now);
 }
 
-std::string nextText(const AlarmDbData& alarm, time_t now)
+std::string nextText(const AlarmDbData& alarm, time_t now, bool plain = true)
 {
-    return willRing(alarm, now) ? instantText(app::upcomingInstant(alarm, now)) : "-";
+    if (!willRing(alarm, now))
+        return "-";
+    const time_t instant = app::upcomingInstant(alarm, now);
+    return plain ? instantText(instant) : localInstantText(instant);
 }
 
 std::string daysOf(const AlarmDbData& alarm)
@@ -151,10 +154,9 @@ std::string alarmForecast(const AlarmDbData& alarm, time_t now)
 
 std::string alarmSetText(const AlarmDbData& alarm, time_t now)
 {
-    const std::string toast = alarm.enable ? localToast(alarm) : "";
-    if (toast.empty())
+    if (!willRing(alarm, now))
         return alarmForecast(alarm, now);
-    return "alarm " + std::to_string(alarm.id) + ": " + toast;
+    return "alarm " + std::to_string(alarm.id) + ": " + localToast(alarm);
 }
 
 std::string alarmTable(
@@ -166,8 +168,8 @@ std::string alarmTable(
     for (const AlarmDbData& alarm : alarms) {
         rows.push_back({ std::to_string(alarm.id),
             plain ? clockText(alarm.hour, alarm.min) : localTimeText(alarm),
-            plain ? daysOf(alarm) : localDaysText(alarm), stateOf(alarm, now), nextText(alarm, now),
-            "" });
+            plain ? daysOf(alarm) : localDaysText(alarm), stateOf(alarm, now),
+            nextText(alarm, now, plain), "" });
     }
 
     const std::string head = tableText(rows);

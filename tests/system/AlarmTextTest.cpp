@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "HostSession.h"
 #include "IcuTexts.h"
+#include "TempDir.h"
 
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
@@ -8,8 +9,12 @@
 #include <clocale>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <gmock/gmock.h>
+#include <libintl.h>
 #include <utils_i18n.h>
+
+namespace fs = std::filesystem;
 
 using testing::HasSubstr;
 using testing::MatchesRegex;
@@ -312,6 +317,64 @@ TEST_F(AlarmTextTest, TheCommandsToastTellsHowLongItIs)
     EXPECT_THAT(runCommand({ "alarm", "add", "--in", "150m", "--plain" }).out,
         MatchesRegex("alarm 2 rings .*\n"));
     EXPECT_EQ("alarm 3 is off\n", runCommand({ "alarm", "add", "07:30", "--off" }).out);
+}
+
+TEST_F(AlarmTextTest, TheCommandTellsAMinuteAtLeastInTheDevicesLanguage)
+{
+    setLocale("de_DE");
+
+    EXPECT_EQ("alarm 1: Der Wecker klingelt in 1 Minute.\n",
+        runCommand({ "alarm", "add", "--in", "1s" }).out);
+}
+
+TEST_F(AlarmTextTest, TheCommandShowsTheNextRingAsTheRegionWritesIt)
+{
+    session.setZone(kZone);
+    setLocale("ko_KR");
+    ASSERT_EQ(0, runCommand({ "alarm", "add", "--in", "30h" }).status);
+    ASSERT_EQ(0, runCommand({ "alarm", "add", "07:30", "--off" }).status);
+    const time_t next = session.alarms().front().next;
+    tm local = {};
+    tm today = {};
+    const time_t now = time(nullptr);
+    localtime_r(&next, &local);
+    localtime_r(&now, &today);
+
+    const std::string date = direct::dateText("ko_KR", kZone, next, local.tm_year != today.tm_year);
+    const std::string shown = date + " " + direct::timeText("ko_KR", kZone, next, true);
+    EXPECT_THAT(runCommand({ "alarm", "list" }).out, HasSubstr("  on     " + shown + "\n"));
+    EXPECT_THAT(runCommand({ "alarm", "list" }).out, HasSubstr("  off    -\n"));
+    char plain[32];
+    strftime(plain, sizeof plain, "%a %e %b %H:%M", &local);
+    EXPECT_THAT(runCommand({ "alarm", "list", "--plain" }).out, HasSubstr(plain));
+}
+
+TEST_F(AlarmTextTest, TheCommandFindsTheTextsOfALanguageWithAScript)
+{
+    setLocale("zh_Hans_CN");
+
+    EXPECT_THAT(
+        runCommand({ "alarm", "add", "--in", "150m" }).out, HasSubstr("2 小时 30 分钟后响起"));
+}
+
+TEST_F(AlarmTextTest, TheCataloguesAreInstalled)
+{
+    const TempDir prefix;
+    const CommandResult result = runCommand({ "cmake", "--install", BUILD_DIR, "--component",
+        "catalogues", "--prefix", prefix.path() });
+    ASSERT_EQ(0, result.status) << result.err;
+
+    const fs::path resources
+        = prefix.file(INSTALL_DATADIR "/alarm-common/ro/com.velmora.alarm/res/locale");
+    for (const auto& source : fs::directory_iterator(SOURCE_DIR "/po")) {
+        if (source.path().extension() == ".po") {
+            const fs::path file = resources / source.path().stem() / "LC_MESSAGES/alarm-merid.mo";
+            EXPECT_TRUE(fs::is_regular_file(file)) << file;
+        }
+    }
+    setLocale("de_DE");
+    bindtextdomain("alarm-merid", resources.c_str());
+    EXPECT_STREQ("Ausschalten", dgettext("alarm-merid", "WDS_ORVSUG_BUTTON_TURN_OFF_ABB4"));
 }
 
 TEST_F(AlarmTextTest, ALanguageWithoutACatalogueHasEnglishWords)
