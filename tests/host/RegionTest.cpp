@@ -232,7 +232,7 @@ TEST_F(RegionTest, AProcessThatForgetsItsZoneHasTheSessions)
 
 TEST_F(RegionTest, ProcessesThatSetTheZoneTogetherAllSucceed)
 {
-    const std::string link = getenv("ALARM_HOST_LOCALTIME");
+    const std::string link = host::zoneLinkPath();
     std::vector<std::unique_ptr<BackgroundCommand>> setters;
     for (const char* zone : { "Asia/Seoul", "Europe/Berlin", "Asia/Seoul", "Europe/Berlin" }) {
         const std::string loop = std::string("for i in $(seq 25); do hostctl zone ") + zone
@@ -254,7 +254,7 @@ TEST_F(RegionTest, ProcessesThatSetTheZoneTogetherAllSucceed)
 
 TEST_F(RegionTest, AProcessFollowsARelativeLink)
 {
-    const std::filesystem::path link = getenv("ALARM_HOST_LOCALTIME");
+    const std::filesystem::path link = host::zoneLinkPath();
     std::filesystem::remove(link);
     std::filesystem::create_symlink("../../usr/share/zoneinfo/Asia/Seoul", link);
 
@@ -266,7 +266,7 @@ TEST_F(RegionTest, AProcessFollowsARelativeLink)
 
 TEST_F(RegionTest, ReadingTheZoneLeavesTheErrorOfThePrevious)
 {
-    std::filesystem::remove(getenv("ALARM_HOST_LOCALTIME"));
+    std::filesystem::remove(host::zoneLinkPath());
     errno = E2BIG;
 
     tzset();

@@ -252,7 +252,7 @@ TEST_F(AlarmTextTest, CalendarAndCLibraryAgreeOnEveryHourOfBothNights)
 {
     session.setZone(kZone);
     for (const long night : { 1711839600L, 1729980000L }) {
-        for (long instant = night; instant < night + 6 * 3600; instant += 1800) {
+        for (long instant = night; instant < night + 6 * 3600L; instant += 1800) {
             tm byCalendar = {};
             AlarmIcuDataModel::getTmFromUtime(instant, byCalendar);
             setenv("TZ", kZone, 1);

@@ -23,6 +23,8 @@ std::ostream& operator<<(std::ostream& out, const Offset& offset)
     return out << offset.days << " d " << offset.hours << " h " << offset.minutes << " min";
 }
 
+// In the order of the table.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Case {
     const char* name;
     const char* zone;

@@ -141,7 +141,7 @@ TEST_F(AlarmStringUtilTest, NumbersHaveAtMost19Units)
         digits += "\u0967";
     i18nDouble().numbers["1"] = digits;
 
-    EXPECT_EQ(digits.substr(0, 19 * 3), number(1));
+    EXPECT_EQ(digits.substr(0, 19UL * 3), number(1));
     EXPECT_THAT(dlogDouble().lines, IsEmpty());
 }
 
