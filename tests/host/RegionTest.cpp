@@ -232,7 +232,7 @@ TEST_F(RegionTest, AProcessThatForgetsItsZoneHasTheSessions)
 
 TEST_F(RegionTest, ProcessesThatSetTheZoneTogetherAllSucceed)
 {
-    const std::string link = host::zoneLinkPath();
+    const std::string& link = host::zoneLinkPath();
     std::vector<std::unique_ptr<BackgroundCommand>> setters;
     for (const char* zone : { "Asia/Seoul", "Europe/Berlin", "Asia/Seoul", "Europe/Berlin" }) {
         const std::string loop = std::string("for i in $(seq 25); do hostctl zone ") + zone
