@@ -317,6 +317,31 @@ TEST_F(SoundManagerTest, DestroyWaitsForTheRunningCallbackAndNoneComesAfterwards
     EXPECT_EQ(1u, stream->news(1).size());
 }
 
+TEST_F(SoundManagerTest, MayBeUsedInItsCallbackWhileItIsDestroyed)
+{
+    Stream stream(SOUND_STREAM_TYPE_ALARM);
+    Stream media(SOUND_STREAM_TYPE_MEDIA);
+    std::atomic<bool> isEntered{ false };
+    int held = -1;
+    int answer = -1;
+    stream.whenTold = [&] {
+        isEntered = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        held = stream.held();
+        answer = stream.acquire(kBoth);
+    };
+    stream.acquire(kBoth);
+    media.acquire(kBoth);
+    while (!isEntered)
+        std::this_thread::yield();
+
+    stream.destroy();
+
+    EXPECT_EQ(0, held);
+    EXPECT_EQ(kNone, answer);
+    EXPECT_EQ(3, media.held());
+}
+
 TEST_F(SoundManagerTest, MayBeUsedAndDestroyedInItsCallback)
 {
     Stream stream(SOUND_STREAM_TYPE_ALARM);

@@ -38,7 +38,8 @@ void FocusStreams::remove(FocusStream* stream)
 {
     const std::uint32_t number = stream->number;
     std::unique_lock<std::mutex> lock(_mutex);
-    _streams.erase(number);
+    // Freed at the end: until then the running callback may use it.
+    const auto removed = _streams.extract(number);
     if (std::this_thread::get_id() != _thread.get_id())
         _idle.wait(lock, [=] { return _running != number; });
 }
