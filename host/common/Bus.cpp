@@ -3,7 +3,6 @@
 #include "host/common/Log.h"
 
 #include <Ecore.h>
-#include <memory>
 #include <poll.h>
 
 namespace host {
@@ -87,13 +86,16 @@ private:
 
 } // namespace
 
+std::unique_ptr<sdbus::IConnection> connectToBus()
+{
+    auto connection = sdbus::createSessionBusConnection();
+    connection->setMethodCallTimeout(kCallTimeoutMicroseconds);
+    return connection;
+}
+
 sdbus::IConnection& bus()
 {
-    static const std::unique_ptr<sdbus::IConnection> connection = [] {
-        auto made = sdbus::createSessionBusConnection();
-        made->setMethodCallTimeout(kCallTimeoutMicroseconds);
-        return made;
-    }();
+    static const std::unique_ptr<sdbus::IConnection> connection = connectToBus();
     return *connection;
 }
 

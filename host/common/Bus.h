@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <sdbus-c++/sdbus-c++.h>
 #include <string>
 
@@ -8,6 +9,10 @@ namespace host {
 extern const char* const kDaemonName; ///< bus name of hostd
 extern const char* const kDaemonPath; ///< its one object
 extern const char* const kApplicationPath; ///< an application's object, at its id as bus name
+
+/// A connection to the session's bus on which a call waits for its answer for 10 seconds at most.
+/// Throws sdbus::Error.
+std::unique_ptr<sdbus::IConnection> connectToBus();
 
 /**
  * The process's one connection to the session's bus, made by the first use and flushed when the

@@ -4,7 +4,9 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstdlib>
+#include <feedback.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -380,6 +382,27 @@ TEST_F(SoundManagerTest, CallsFromSeveralThreadsLeaveItUsable)
     Stream stream(SOUND_STREAM_TYPE_ALARM);
     EXPECT_EQ(kNone, stream.acquire(kBoth));
     EXPECT_EQ(3, stream.held());
+}
+
+TEST_F(SoundManagerTest, ADaemonThatHangsIsNotWaitedForLong)
+{
+    using std::chrono::steady_clock;
+    const pid_t daemon = session.daemonPid();
+    ASSERT_EQ(FEEDBACK_ERROR_NONE, feedback_initialize());
+    Stream stream(SOUND_STREAM_TYPE_ALARM);
+    ASSERT_EQ(0, kill(daemon, SIGSTOP));
+    const auto begin = steady_clock::now();
+    int level = 77;
+    int feedback = FEEDBACK_ERROR_NONE;
+
+    std::thread vibrator([&] { feedback = feedback_stop(); });
+    EXPECT_EQ(SOUND_MANAGER_ERROR_INTERNAL, sound_manager_get_volume(SOUND_TYPE_ALARM, &level));
+    vibrator.join();
+
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(15));
+    EXPECT_EQ(FEEDBACK_ERROR_OPERATION_FAILED, feedback);
+    EXPECT_EQ(77, level);
+    kill(daemon, SIGCONT);
 }
 
 TEST_F(SoundManagerTest, VolumesAreElevenAtFirstAndKeptPerType)

@@ -18,7 +18,7 @@ class Vibrator : public sdbus::ProxyInterfaces<com::velmora::host::Vibration_pro
 public:
     static Vibrator& instance()
     {
-        static auto& vibrator = *new Vibrator(*sdbus::createSessionBusConnection().release());
+        static auto& vibrator = *new Vibrator(*host::connectToBus().release());
         return vibrator;
     }
 

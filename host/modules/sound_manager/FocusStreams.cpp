@@ -10,7 +10,7 @@ FocusStreams& FocusStreams::instance()
 }
 
 FocusStreams::FocusStreams()
-    : _connection(sdbus::createSessionBusConnection())
+    : _connection(host::connectToBus())
     , _announcements(*_connection,
           [this](const std::string& client, std::uint32_t stream, int mask, bool held, int reason,
               int behavior, const std::string& info) {

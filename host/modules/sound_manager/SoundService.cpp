@@ -8,7 +8,7 @@ SoundService& SoundService::instance()
 }
 
 SoundService::SoundService()
-    : _connection(sdbus::createSessionBusConnection())
+    : _connection(host::connectToBus())
     , _client(_connection->getUniqueName())
     , _focus(*_connection)
     , _volume(*_connection)
