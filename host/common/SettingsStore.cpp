@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <map>
+#include <mutex>
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <unistd.h>
@@ -125,6 +126,7 @@ struct SettingsStore::Impl {
 
     Store lasting{ homePath() + "settings.db", "FULL" };
     std::unique_ptr<Store> session; // opened by the first use
+    std::mutex mutex; // held while the files are used
 };
 
 SettingsStore::SettingsStore()
@@ -142,6 +144,7 @@ SettingsStore& SettingsStore::session()
 
 std::optional<SettingValue> SettingsStore::read(const std::string& store, const std::string& key)
 {
+    const std::lock_guard<std::mutex> lock(_impl->mutex);
     Impl::Store& from = _impl->of(store, key);
     if (from.mark.moved())
         from.known.clear();
@@ -162,7 +165,10 @@ std::optional<SettingValue> SettingsStore::read(const std::string& store, const 
 void SettingsStore::write(
     const std::string& store, const std::string& key, const SettingValue& value)
 {
-    insertValue(*_impl->of(store, key).database, store, key, value);
+    {
+        const std::lock_guard<std::mutex> lock(_impl->mutex);
+        insertValue(*_impl->of(store, key).database, store, key, value);
+    }
     announce(store, key);
 }
 
@@ -171,22 +177,29 @@ void SettingsStore::write(
 {
     if (values.empty())
         return;
-    SQLite::Database& database = *_impl->of(store, values.front().first).database;
-    SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
-    for (const auto& [key, value] : values)
-        insertValue(database, store, key, value);
-    transaction.commit();
+    {
+        const std::lock_guard<std::mutex> lock(_impl->mutex);
+        SQLite::Database& database = *_impl->of(store, values.front().first).database;
+        SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+        for (const auto& [key, value] : values)
+            insertValue(database, store, key, value);
+        transaction.commit();
+    }
     for (const auto& [key, value] : values)
         announce(store, key);
 }
 
 bool SettingsStore::erase(const std::string& store, const std::string& key)
 {
-    SQLite::Statement remove(
-        *_impl->of(store, key).database, "DELETE FROM setting WHERE store = ? AND key = ?");
-    remove.bind(1, store);
-    remove.bind(2, key);
-    const bool erased = remove.exec() > 0;
+    bool erased = false;
+    {
+        const std::lock_guard<std::mutex> lock(_impl->mutex);
+        SQLite::Statement remove(
+            *_impl->of(store, key).database, "DELETE FROM setting WHERE store = ? AND key = ?");
+        remove.bind(1, store);
+        remove.bind(2, key);
+        erased = remove.exec() > 0;
+    }
     if (erased)
         announce(store, key);
     return erased;
@@ -194,6 +207,7 @@ bool SettingsStore::erase(const std::string& store, const std::string& key)
 
 std::vector<std::pair<std::string, SettingValue>> SettingsStore::list(const std::string& store)
 {
+    const std::lock_guard<std::mutex> lock(_impl->mutex);
     std::vector<std::pair<std::string, SettingValue>> found;
     for (const char* probe : { "", "memory/" }) {
         SQLite::Database& database = *_impl->of(store, probe).database;

@@ -17,12 +17,13 @@ using SettingValue = std::variant<int, bool, std::string>;
  * packages' preferences. A store is named "vconf" or by its package; keys of "vconf" that begin
  * with "memory/" last as long as the session. A write is on disk when write returns, and is
  * announced on the bus. Every call throws std::exception when the store cannot be read or written.
- * Main thread.
+ * Main thread, but for read and list.
  */
 class SettingsStore {
 public:
     static SettingsStore& session();
 
+    /// Any thread.
     std::optional<SettingValue> read(const std::string& store, const std::string& key);
     void write(const std::string& store, const std::string& key, const SettingValue& value);
     /// All of them or none, and no process sees some. They last all alike, by their names.
@@ -30,6 +31,7 @@ public:
         const std::string& store, const std::vector<std::pair<std::string, SettingValue>>& values);
     /// False when there was none.
     bool erase(const std::string& store, const std::string& key);
+    /// Any thread.
     std::vector<std::pair<std::string, SettingValue>> list(const std::string& store);
 
     /// Calls changed on the main loop after each write of any process, until the result is dropped.

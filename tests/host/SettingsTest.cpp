@@ -11,6 +11,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
+#include <thread>
 #include <vconf.h>
 
 namespace fs = std::filesystem;
@@ -166,6 +167,29 @@ TEST_F(SettingsTest, AReadFollowsEveryWriteOfAnotherProcess)
             EXPECT_EQ(written, value);
             EXPECT_EQ(0, runCommand({ "hostctl", "key", "unset", key }).status);
         }
+    }
+}
+
+TEST_F(SettingsTest, ThreadsReadWhileAnotherOneWrites)
+{
+    const auto read = [](int from) {
+        for (int round = 0; round < 300; ++round) {
+            int value = kUntouched;
+            vconf_get_int(("db/test/" + std::to_string(from + round % 20)).c_str(), &value);
+            vconf_get_int("memory/test/shared", &value);
+        }
+    };
+    std::thread first(read, 0);
+    std::thread second(read, 10);
+    for (int round = 0; round < 30; ++round)
+        host::SettingsStore::session().write("vconf", "db/test/" + std::to_string(round), round);
+    first.join();
+    second.join();
+
+    for (int round = 0; round < 30; ++round) {
+        int value = kUntouched;
+        EXPECT_EQ(VCONF_OK, vconf_get_int(("db/test/" + std::to_string(round)).c_str(), &value));
+        EXPECT_EQ(round, value);
     }
 }
 
