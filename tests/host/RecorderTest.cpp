@@ -1,9 +1,12 @@
 #include "HostSession.h"
+#include "TempDir.h"
 
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <memory>
+#include <player.h>
 #include <recorder.h>
 #include <string>
 #include <sys/wait.h>
@@ -27,9 +30,40 @@ public:
         kill(_pid, SIGKILL);
         waitpid(_pid, nullptr, 0);
     }
+    void signal(int number) const { kill(_pid, number); }
 
 private:
     const pid_t _pid;
+};
+
+// A sound server that a test may hold and restart, instead of the session's.
+class Server {
+public:
+    explicit Server(const TempDir& folder)
+        : _server("env PULSE_RUNTIME_PATH=" + folder.path() + " PULSE_STATE_PATH=" + folder.path()
+            + " pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no"
+              " -L 'module-null-source source_name=microphone'"
+              " -L 'module-native-protocol-unix auth-anonymous=1 socket="
+            + folder.file("socket") + "'")
+    {
+        setenv("PULSE_SERVER", ("unix:" + folder.file("socket")).c_str(), 1);
+        EXPECT_TRUE(
+            HostSession().waitFor([] { return system("pactl info >/dev/null 2>&1") == 0; }));
+    }
+    void hold() const { _server.signal(SIGSTOP); }
+    void goOn() const { _server.signal(SIGCONT); }
+
+    // Somebody who records there, once the server knows.
+    static std::unique_ptr<Program> record()
+    {
+        auto recorder = std::make_unique<Program>("parec -d microphone");
+        EXPECT_TRUE(HostSession().waitFor(
+            [] { return system("pactl list short source-outputs | grep -q .") == 0; }));
+        return recorder;
+    }
+
+private:
+    const Program _server;
 };
 
 class RecorderTest : public testing::Test {
@@ -102,6 +136,58 @@ TEST_F(RecorderTest, WithoutAMicrophoneItIsNotSupported)
     ASSERT_EQ(0, system("pactl unload-module module-null-source"));
 
     EXPECT_TRUE(waitFor(RECORDER_ERROR_NOT_SUPPORTED, RECORDER_DEVICE_STATE_IDLE));
+}
+
+TEST_F(RecorderTest, TheFirstLookAfterTheServersRestartKnowsAlready)
+{
+    const TempDir folder;
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
+    {
+        const Server server(folder);
+        ASSERT_EQ(RECORDER_ERROR_NONE, look(&state));
+        EXPECT_EQ(RECORDER_DEVICE_STATE_IDLE, state);
+    }
+    const Server server(folder);
+    const std::unique_ptr<Program> recorder = Server::record();
+
+    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_RECORDING, state);
+}
+
+TEST_F(RecorderTest, WhoMadeAPlayerKnowsAlready)
+{
+    const TempDir folder;
+    const Server server(folder);
+    const std::unique_ptr<Program> recorder = Server::record();
+    player_h player = nullptr;
+    ASSERT_EQ(PLAYER_ERROR_NONE, player_create(&player));
+    EXPECT_TRUE(session.waitFor([] {
+        return system("pactl list clients | grep -q 'application.name = \"microphone watch\"'")
+            == 0;
+    }));
+    // By the next answer of the server, the watch has had its own.
+    ASSERT_EQ(0, system("pactl info >/dev/null"));
+    server.hold();
+
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
+    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_RECORDING, state);
+    player_destroy(player);
+}
+
+TEST_F(RecorderTest, AServerThatHangsIsAskedAgainWhenItGoesOn)
+{
+    const TempDir folder;
+    const Server server(folder);
+    const std::unique_ptr<Program> recorder = Server::record();
+    server.hold();
+
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
+    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_IDLE, state);
+    server.goOn();
+
+    EXPECT_TRUE(waitFor(RECORDER_ERROR_NONE, RECORDER_DEVICE_STATE_RECORDING));
 }
 
 TEST_F(RecorderTest, WithoutASoundServerItIsIdle)

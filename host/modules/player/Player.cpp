@@ -2,6 +2,7 @@
 
 #include "host/common/Engine.h"
 #include "host/common/Log.h"
+#include "host/common/Microphone.h"
 #include "host/common/Session.h"
 
 #include <cctype>
@@ -41,6 +42,16 @@ std::shared_ptr<Tone> makeTone(
     return std::shared_ptr<Tone>(maker(uri, role, events));
 }
 
+// One that is missing is told of when it is to do its work.
+template <typename Function>
+void callEngine(const char* engine, const char* function)
+{
+    try {
+        host::engineFunction<Function>(engine, function)();
+    } catch (const std::exception&) {
+    }
+}
+
 // Passes are counted round and round.
 bool isBefore(std::uint32_t one, std::uint32_t other)
 {
@@ -59,12 +70,10 @@ std::string uriOf(const std::string& text)
 
 Player::Player()
 {
+    // Who plays wants to know soon whether the microphone records.
     _thread.post([] {
-        try {
-            host::engineFunction<ToneLoader>(kToneEngine, kToneLoader)();
-        } catch (const std::exception&) {
-            // Told when a tone is to be made.
-        }
+        callEngine<MicrophoneStart>(kMicrophoneEngine, kMicrophoneStart);
+        callEngine<ToneLoader>(kToneEngine, kToneLoader);
     });
 }
 

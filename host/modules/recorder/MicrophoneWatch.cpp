@@ -6,7 +6,7 @@
 
 namespace {
 
-const pa_usec_t kLongestFirstLook = 100 * PA_USEC_PER_MSEC;
+const pa_usec_t kLongestLook = 100 * PA_USEC_PER_MSEC;
 
 void forget(pa_operation* operation)
 {
@@ -29,11 +29,17 @@ MicrophoneWatch::MicrophoneWatch()
     pa_threaded_mainloop_start(_loop);
 }
 
+void MicrophoneWatch::start()
+{
+    pa_threaded_mainloop_lock(_loop);
+    _connect();
+    pa_threaded_mainloop_unlock(_loop);
+}
+
 Microphone MicrophoneWatch::look()
 {
     pa_threaded_mainloop_lock(_loop);
-    if (!_context || !PA_CONTEXT_IS_GOOD(pa_context_get_state(_context)))
-        _connect();
+    _connect();
     if (!_isAnswered)
         _waitForAnswer();
     const Microphone seen = _seen;
@@ -44,7 +50,7 @@ Microphone MicrophoneWatch::look()
 void MicrophoneWatch::_waitForAnswer()
 {
     pa_time_event* timer
-        = pa_context_rttime_new(_context, pa_rtclock_now() + kLongestFirstLook, _timeCb, this);
+        = pa_context_rttime_new(_context, pa_rtclock_now() + kLongestLook, _timeCb, this);
     while (!_isAnswered)
         pa_threaded_mainloop_wait(_loop);
     pa_threaded_mainloop_get_api(_loop)->time_free(timer);
@@ -59,11 +65,14 @@ void MicrophoneWatch::_timeCb(pa_mainloop_api*, pa_time_event*, const timeval*, 
 
 void MicrophoneWatch::_connect()
 {
+    if (_context && PA_CONTEXT_IS_GOOD(pa_context_get_state(_context)))
+        return;
     if (_context) {
         pa_context_set_state_callback(_context, nullptr, nullptr);
         pa_context_unref(_context);
     }
     _isAsking = false;
+    _isAnswered = false;
     _context = pa_context_new(pa_threaded_mainloop_get_api(_loop), "microphone watch");
     pa_context_set_state_callback(_context, _stateCb, this);
     pa_context_set_subscribe_callback(_context, _eventCb, this);
@@ -138,5 +147,7 @@ void MicrophoneWatch::_show(const Microphone& seen)
     _isAnswered = true;
     pa_threaded_mainloop_signal(_loop, 0);
 }
+
+extern "C" void watchMicrophone() { MicrophoneWatch::instance().start(); }
 
 extern "C" void lookAtMicrophone(Microphone& seen) { seen = MicrophoneWatch::instance().look(); }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Microphone.h"
+#include "host/common/Microphone.h"
 
 #include <pulse/context.h>
 #include <pulse/introspect.h>
@@ -16,6 +16,7 @@ class MicrophoneWatch {
 public:
     static MicrophoneWatch& instance();
 
+    void start();
     Microphone look();
 
 private:
@@ -31,7 +32,7 @@ private:
         pa_mainloop_api* api, pa_time_event* event, const timeval* time, void* data);
 
     void _waitForAnswer();
-    void _connect();
+    void _connect(); ///< unless it is
     void _ask();
     void _show(const Microphone& seen);
 

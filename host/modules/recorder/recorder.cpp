@@ -2,7 +2,7 @@
 
 #include "host/common/Engine.h"
 #include "host/common/Log.h"
-#include "Microphone.h"
+#include "host/common/Microphone.h"
 
 #include <exception>
 #include <string>

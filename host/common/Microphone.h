@@ -9,8 +9,11 @@ struct Microphone {
     recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
 };
 
-/// How the engine "microphone" is asked. The first look in a process waits for the sound server's
-/// first answer, but not long; later ones never wait. Any thread.
+/// How the engine "microphone" is asked. While the sound server has not answered yet, at the first
+/// look in a process or after the server's restart, a look waits for it, but not long. Any thread.
 using MicrophoneLook = void(Microphone& seen);
+/// Lets the engine ask the server beside what the caller does next, so that no look has to wait.
+using MicrophoneStart = void();
 constexpr const char* kMicrophoneEngine = "microphone";
+constexpr const char* kMicrophoneStart = "watchMicrophone";
 constexpr const char* kMicrophoneLook = "lookAtMicrophone";
