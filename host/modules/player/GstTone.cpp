@@ -113,9 +113,15 @@ void GstTone::cancel()
     gst_element_set_state(_pipeline.get(), GST_STATE_NULL);
 }
 
-void GstTone::play() { gst_element_set_state(_pipeline.get(), GST_STATE_PLAYING); }
+bool GstTone::play()
+{
+    return gst_element_set_state(_pipeline.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
+}
 
-void GstTone::pause() { gst_element_set_state(_pipeline.get(), GST_STATE_PAUSED); }
+bool GstTone::pause()
+{
+    return gst_element_set_state(_pipeline.get(), GST_STATE_PAUSED) != GST_STATE_CHANGE_FAILURE;
+}
 
 bool GstTone::seek(int milliseconds, bool isAccurate)
 {

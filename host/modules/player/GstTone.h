@@ -16,8 +16,8 @@ public:
 
     int open() override;
     void cancel() override;
-    void play() override;
-    void pause() override;
+    bool play() override;
+    bool pause() override;
     bool seek(int milliseconds, bool isAccurate) override;
     bool settle() override;
     std::uint32_t pass() const override { return _pass; }

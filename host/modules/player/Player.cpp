@@ -100,7 +100,8 @@ int Player::setLooping(bool isLooping)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
     _isLooping = isLooping;
-    if (_isLooping && _tone && _tone->pass() == _endedPass)
+    // A tone that is being opened belongs to the player's thread.
+    if (_isLooping && _state != PLAYER_STATE_IDLE && _tone->pass() == _endedPass)
         _tone->repeat();
     return PLAYER_ERROR_NONE;
 }
@@ -187,7 +188,8 @@ int Player::start()
     const std::lock_guard<std::mutex> lock(_mutex);
     if (_state != PLAYER_STATE_READY && _state != PLAYER_STATE_PAUSED)
         return PLAYER_ERROR_INVALID_STATE;
-    _tone->play();
+    if (!_tone->play())
+        return PLAYER_ERROR_INVALID_OPERATION;
     _state = PLAYER_STATE_PLAYING;
     return PLAYER_ERROR_NONE;
 }
@@ -197,7 +199,8 @@ int Player::pause()
     const std::lock_guard<std::mutex> lock(_mutex);
     if (_state != PLAYER_STATE_PLAYING)
         return PLAYER_ERROR_INVALID_STATE;
-    _tone->pause();
+    if (!_tone->pause())
+        return PLAYER_ERROR_INVALID_OPERATION;
     _state = PLAYER_STATE_PAUSED;
     return PLAYER_ERROR_NONE;
 }
@@ -259,15 +262,16 @@ void Player::_open(const std::string& uri, const std::string& role, const Task& 
 
 void Player::_settle(const std::shared_ptr<Tone>& tone, const Task& completed)
 {
-    const bool isDone = tone->settle();
+    // A jump that fails is over, too: whoever waits for it must go on. Why it failed is the error
+    // callback's news.
+    (void)tone->settle();
     {
         const std::lock_guard<std::mutex> lock(_mutex);
         if (tone != _tone || _isEnding)
             return;
         _isSeeking = false;
     }
-    if (isDone)
-        completed();
+    completed();
 }
 
 // A pass ends when the last of it is on its way to the sink, which can be before it is heard.

@@ -6,7 +6,8 @@
 
 /**
  * One opened sound, which goes to the sound server, or, without one, to nowhere in the same time.
- * Any thread, but one call at a time; cancel may come during any other.
+ * Any thread, but one call at a time. cancel may come during any other, and any but open during
+ * settle.
  */
 class Tone {
 public:
@@ -27,12 +28,13 @@ public:
     /// Ends everything; open and settle return.
     virtual void cancel() = 0;
 
-    virtual void play() = 0;
-    virtual void pause() = 0;
+    /// False when they cannot.
+    virtual bool play() = 0;
+    virtual bool pause() = 0;
 
     /// Jumps, silently if it plays. False when it cannot.
     virtual bool seek(int milliseconds, bool isAccurate) = 0;
-    /// Waits until the last jump is done. False when it never will be.
+    /// Waits until the last jump is done. False when it never will be, also after cancel.
     virtual bool settle() = 0;
 
     /// Which pass through the sound is under way: a higher number after each seek and repeat.
