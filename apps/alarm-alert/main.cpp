@@ -55,9 +55,11 @@ void endWhenQuiet(const AlarmAlert& alert)
     ui_app_exit();
 }
 
+AlarmAlert& alertOf(void* data) { return **static_cast<std::unique_ptr<AlarmAlert>*>(data); }
+
 void storeChangedCb(const char*, void* data)
 {
-    AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
+    AlarmAlert& alert = alertOf(data);
     alert.endChanged();
     endWhenQuiet(alert);
     alert.sound();
@@ -70,7 +72,7 @@ void appControlCb(app_control_h request, void* data)
     timespec began = {};
     clock_gettime(CLOCK_REALTIME, &began);
 
-    AlarmAlert& alert = *static_cast<AlarmAlert*>(data);
+    AlarmAlert& alert = alertOf(data);
     const Text alarm = alarmOf(request);
     if (alarm)
         alert.prepareSound();
@@ -91,14 +93,19 @@ void appControlCb(app_control_h request, void* data)
     alert.sound();
 }
 
-void terminateCb(void*) { (void)preference_unset_changed_cb(kChangedKey); }
+// The last moment with a main loop, of which the sound has timers.
+void terminateCb(void* data)
+{
+    (void)preference_unset_changed_cb(kChangedKey);
+    static_cast<std::unique_ptr<AlarmAlert>*>(data)->reset();
+}
 
 } // namespace
 
 int main(int argc, char** argv)
 {
     app::waitOnBusyStore();
-    AlarmAlert alert;
+    auto alert = std::make_unique<AlarmAlert>();
     ui_app_lifecycle_callback_s lifecycle = {};
     lifecycle.create = createCb;
     lifecycle.terminate = terminateCb;
