@@ -3,13 +3,15 @@
 #include <AlarmDbData.h>
 #include <app_preference.h>
 #include <ClockSoundPlayer.h>
-#include <recorder.h>
+#include <dlog.h>
 #include <sound_manager.h>
 
 namespace {
 
 // The package's preference with the alarm volume to come back to, -1 while it is in place.
 const char* const kVolumeKey = "alarmVolumeBefore";
+
+const char* const kTag = "alarm-alert";
 
 const int kRising = 1;
 const int kFromTheStart = 0;
@@ -28,6 +30,12 @@ int volumeLeft()
     int volume = -1;
     (void)preference_get_int(kVolumeKey, &volume);
     return volume;
+}
+
+bool hasMelody(const AlarmDbData& alarm)
+{
+    const auto type = static_cast<ClockSoundType>(alarm.type);
+    return type == ClockSoundType::Melody || type == ClockSoundType::MelodyAndVibration;
 }
 
 } // namespace
@@ -50,18 +58,31 @@ void AlertSound::prepare()
 void AlertSound::play(const AlarmDbData& alarm)
 {
     stop();
+    // First, as the alert may be killed at any moment after the volume has changed.
     const int left = volumeLeft();
     _volumeBefore = left >= 0 ? left : currentVolume();
+    if (_volumeBefore != left)
+        (void)preference_set_int(kVolumeKey, _volumeBefore);
     _alarm = alarm.id;
+    _begin(alarm);
+    if (hasMelody(alarm) && alarm.tone != AlarmDbData().tone) {
+        _trial = std::make_unique<ToneTrial>(alarm.tone, [this, alarm] {
+            dlog_print(DLOG_WARN, kTag, "alarm %d has a tone that cannot be played", alarm.id);
+            AlarmDbData replaced = alarm;
+            replaced.tone = AlarmDbData().tone;
+            _trial.reset();
+            _begin(replaced);
+        });
+    }
+}
+
+void AlertSound::_begin(const AlarmDbData& alarm)
+{
+    _player.reset();
     _player = std::make_unique<ClockSoundPlayer>();
     _player->initialize(alarm.tone.c_str(), AlarmDbData().tone.c_str(),
         static_cast<ClockSoundType>(alarm.type), alarm.vibration_type, alarm.volume, kRising,
         kFromTheStart, kNotIntoARecording, SOUND_STREAM_TYPE_ALARM);
-    // So that the tone need not wait for the first look at the microphone.
-    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
-    (void)recorder_get_device_state(RECORDER_TYPE_AUDIO, &state);
-    if (_volumeBefore != left)
-        (void)preference_set_int(kVolumeKey, _volumeBefore);
 }
 
 void AlertSound::stop()
@@ -70,6 +91,7 @@ void AlertSound::stop()
         return;
     // The player's end is silent at once, while its stop() waits for the main loop. Only then the
     // volume, which may be much louder than the tone.
+    _trial.reset();
     _player.reset();
     _alarm = -1;
     if (_volumeBefore < 0 || sound_manager_set_volume(SOUND_TYPE_ALARM, _volumeBefore) != 0)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ToneTrial.h"
+
 #include <memory>
 #include <player.h>
 
@@ -21,7 +23,8 @@ public:
     /// Lets the platform get ready to play, beside what the caller does next.
     void prepare();
 
-    /// Instead of what plays. A tone that cannot be played is logged; the alarm rings without it.
+    /// Instead of what plays. A tone that cannot be played is replaced by the default one, which
+    /// may take a second; when that cannot either, the alarm rings without a tone.
     void play(const AlarmDbData& alarm);
 
     /// Silent and still when it returns.
@@ -31,7 +34,10 @@ public:
     int alarm() const { return _alarm; }
 
 private:
+    void _begin(const AlarmDbData& alarm);
+
     std::unique_ptr<ClockSoundPlayer> _player;
+    std::unique_ptr<ToneTrial> _trial; ///< of the tone that plays
     player_h _ready = nullptr; ///< plays nothing; while there is one, the platform is ready
     int _alarm = -1;
     int _volumeBefore = -1;

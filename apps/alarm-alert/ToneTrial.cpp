@@ -1,0 +1,59 @@
+#include "ToneTrial.h"
+
+namespace {
+
+// Not at once, so that the alarm itself is not heard later for it.
+const double kPeriod = 0.3;
+
+void ignoreCb(void*) {}
+
+} // namespace
+
+ToneTrial::ToneTrial(const std::string& tone, std::function<void()> failed)
+    : _tone(tone)
+    , _failed(std::move(failed))
+    , _timer(app_assist::WUiTimer::create(kPeriod, _tickCb, this))
+{
+}
+
+ToneTrial::~ToneTrial()
+{
+    if (_timer)
+        _timer->destroy();
+    if (_player)
+        player_destroy(_player);
+}
+
+bool ToneTrial::_tickCb(void* data)
+{
+    ToneTrial& self = *static_cast<ToneTrial*>(data);
+    if (!self._player)
+        self._isUnplayable = !self._begin();
+    if (!self._isUnplayable)
+        return !self._isOver();
+    // Last, as it may end the trial.
+    const std::function<void()> failed = self._failed;
+    failed();
+    return false;
+}
+
+bool ToneTrial::_begin()
+{
+    return player_create(&_player) == PLAYER_ERROR_NONE
+        && player_set_uri(_player, _tone.c_str()) == PLAYER_ERROR_NONE
+        && player_set_error_cb(_player, _errorCb, this) == PLAYER_ERROR_NONE
+        && player_prepare_async(_player, ignoreCb, nullptr) == PLAYER_ERROR_NONE;
+}
+
+bool ToneTrial::_isOver()
+{
+    player_state_e state = PLAYER_STATE_NONE;
+    (void)player_get_state(_player, &state);
+    if (state != PLAYER_STATE_READY)
+        return false;
+    (void)player_destroy(_player);
+    _player = nullptr;
+    return true;
+}
+
+void ToneTrial::_errorCb(int, void* data) { static_cast<ToneTrial*>(data)->_isUnplayable = true; }
