@@ -2,12 +2,14 @@
 
 #include <app-assist.h>
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <player.h>
 #include <sound_manager.h>
 #include <string>
 #include <thread>
+#include <vector>
 
 /// What an alarm makes: bit value 1 stands for melody, 2 for vibration.
 enum class ClockSoundType : int { Nothing = 0, Melody = 1, Vibration = 2, MelodyAndVibration = 3 };
@@ -48,14 +50,15 @@ public:
      * Starts the sound and the vibration. Without a speaker there is no tone, and
      * the vibration is the one of the user's settings.
      *
-     * A further call keeps a player that has been prepared, and so its tone and
-     * its sound stream; everything else is as in the first.
+     * Vibration types are the patterns from 1 to 5; any other plays the first. The
+     * volume is the level to reach, where 0 is silent: at once, or from 1 on and
+     * one level more every 4 seconds when increasingVolume is not 0. The tone
+     * begins at playPosition, in milliseconds, 0 or less being its beginning. With
+     * checkRecordingBeforeVibrating 1 there is no vibration while the microphone
+     * records.
      *
-     * @param vibrationType a pattern from 1 to 5; any other plays the first
-     * @param volume target level; 0 is silent and switches increasingVolume off
-     * @param increasingVolume non-zero: begin at 1, one level more every 4 seconds
-     * @param playPosition start in milliseconds; 0 or less is the beginning
-     * @param checkRecordingBeforeVibrating 1: do not vibrate while the microphone records
+     * A further call keeps a player that has been prepared, and so its tone; the
+     * focus is given back, and everything else is as in the first.
      */
     void initialize(const char* tonePath, const char* defaultTonePath, ClockSoundType type,
         int vibrationType, int volume, int increasingVolume, int playPosition,
@@ -86,13 +89,13 @@ private:
 
     void _playSound();
     bool _createPlayerAsync(const std::string& path);
-    bool _createPlayer();
     void _destroyPlayer();
-    void _createPipe();
+    bool _createPipe();
     void _deletePipe();
-    void _playPrepared();
+    void _startPrepared();
 
     bool _send(const char* message, unsigned int size);
+    void _sendWaiting();
     void _setPlayPosition();
     void _seek();
     void _play();
@@ -101,7 +104,6 @@ private:
     void _resumePlaying();
 
     bool _isRecordingState();
-    void _checkRecordingLater();
     bool _acquireFocus();
     void _releaseFocus();
     void _setIncreaseVolume(int volume);
@@ -125,7 +127,9 @@ private:
     std::string _defaultTonePath;
     std::atomic<int> _playPosition{ 0 };
     player_h _player = nullptr;
-    sound_stream_info_h _streamInfo = nullptr;
+    std::atomic<sound_stream_info_h> _streamInfo{ nullptr };
+    /// Of earlier initialize(); the player may borrow them until its end.
+    std::vector<sound_stream_info_h> _formerStreamInfos;
     std::atomic<Ecore_Pipe*> _pipe{ nullptr };
     int _increasingVolume = 0;
     std::shared_ptr<app_assist::WUiTimer> _increaseVolumeTimer;
@@ -136,8 +140,11 @@ private:
     bool _pauseOnFocusLoss = true;
 
     const std::thread::id _mainThread = std::this_thread::get_id();
-    /// Held while a message is written, and while the pipe is taken away.
+    /// Held while a message is written, and while the pipe is taken away; guards the next two.
     std::mutex _sendMutex;
-    /// The platform has prepared the player, and nothing has started it yet.
-    std::atomic<bool> _prepared{ false };
+    int _inPipe = 0;
+    std::deque<std::string> _waiting; ///< messages for which the pipe has no room yet
+    /// Held while the pipe is made, and while a prepared player is started; guards the next one.
+    std::mutex _preparedMutex;
+    bool _isStartMissed = false; ///< the player was prepared before there was a pipe
 };

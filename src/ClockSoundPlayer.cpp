@@ -26,8 +26,16 @@ const char kStart[] = "player_start";
 const char kStop[] = "player_stop";
 const char kPause[] = "player_pause";
 const char kResume[] = "player_resume";
-// From the platform's threads, as timers are made on the main loop only.
-const char kCheckRecording[] = "player_check_recording";
+// start() also comes from the platform's threads, while Ecore's timers are of its main loop, and
+// none of the commands would get it there without doing something else first.
+const char kStartOnLoop[] = "player_check_recording";
+
+// Ecore's pipe blocks its writer when it is full, and the main loop, which empties it, may be
+// waiting for that writer. So many messages fit into a single page.
+const int kMostInPipe = 100;
+
+// The function that the commands are logged in.
+const char* const kHandler = "_pipeHandlerCb";
 
 // Receivers know a pause in the length of a stop, and a resume as a pause in its own length.
 const unsigned int kPauseSize = sizeof(kStop);
@@ -41,23 +49,6 @@ bool hasMelody(ClockSoundType type)
 bool hasVibration(ClockSoundType type)
 {
     return type == ClockSoundType::Vibration || type == ClockSoundType::MelodyAndVibration;
-}
-
-bool isSpeakerSupported()
-{
-    bool supported = true;
-    if (system_info_get_custom_bool(kSpeakerFeature, &supported) != SYSTEM_INFO_ERROR_NONE)
-        LOG_CRITICAL("system_info_get_custom_bool failed");
-    LOG_CRITICAL("isSupportSpeaker = %d", supported);
-    return supported;
-}
-
-int vibrationTypeOfSettings()
-{
-    int setting = 0;
-    vconf_get_int(kVibrationTypeKey, &setting);
-    LOG_CRITICAL("vibTypeOnSetting = %d", setting);
-    return setting / 2 + 1;
 }
 
 // Each type has two patterns with numbers in a row: short and long.
@@ -88,6 +79,33 @@ int heldFocus(sound_stream_info_h streamInfo)
     if (recording == SOUND_STREAM_FOCUS_STATE_ACQUIRED)
         mask |= SOUND_STREAM_FOCUS_FOR_RECORDING;
     return mask;
+}
+
+bool acquireFocus(sound_stream_info_h streamInfo, const char* operation)
+{
+    if (heldFocus(streamInfo) & SOUND_STREAM_FOCUS_FOR_PLAYBACK) {
+        LOG_CRITICAL_OF(operation, "already focused");
+        return true;
+    }
+    const int error = sound_manager_acquire_focus(
+        streamInfo, SOUND_STREAM_FOCUS_FOR_BOTH, SOUND_BEHAVIOR_NONE, nullptr);
+    if (error == SOUND_MANAGER_ERROR_NONE)
+        return true;
+    LOG_CRITICAL_OF(operation, "Failed to get focus (%d)", error);
+    if (error == SOUND_MANAGER_ERROR_POLICY)
+        LOG_CRITICAL_OF(operation, "Failed to get focus because of policy");
+    return false;
+}
+
+void releaseFocus(sound_stream_info_h streamInfo, const char* operation)
+{
+    const int held = heldFocus(streamInfo);
+    if (held == 0)
+        return;
+    const int error = sound_manager_release_focus(
+        streamInfo, static_cast<sound_stream_focus_mask_e>(held), SOUND_BEHAVIOR_NONE, nullptr);
+    if (error != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL_OF(operation, "Failed release focus(%d)", error);
 }
 
 void stopTimer(std::shared_ptr<app_assist::WUiTimer>& timer)
@@ -121,6 +139,8 @@ ClockSoundPlayer::~ClockSoundPlayer()
         _destroyPlayer();
     }
     _deletePipe();
+    for (sound_stream_info_h former : _formerStreamInfos)
+        (void)sound_manager_destroy_stream_information(former);
     _destroyStreamInfo();
     // Last, as a change of the focus may have made it vibrate until here.
     feedback_stop();
@@ -139,7 +159,10 @@ void ClockSoundPlayer::initialize(const char* tonePath, const char* defaultToneP
     _playPosition = playPosition;
     _checkRecordingBeforeVibrating = checkRecordingBeforeVibrating;
 
-    const bool speaker = isSpeakerSupported();
+    bool speaker = true;
+    if (system_info_get_custom_bool(kSpeakerFeature, &speaker) != SYSTEM_INFO_ERROR_NONE)
+        LOG_CRITICAL("system_info_get_custom_bool failed");
+    LOG_CRITICAL("isSupportSpeaker = %d", speaker);
     if (_volume == 0)
         _increasingVolume = 0;
     _createStreamInfo(streamType);
@@ -151,7 +174,10 @@ void ClockSoundPlayer::initialize(const char* tonePath, const char* defaultToneP
 
     if (hasVibration(type)) {
         if (!speaker) {
-            _vibrationType = vibrationTypeOfSettings();
+            int setting = 0;
+            vconf_get_int(kVibrationTypeKey, &setting);
+            LOG_CRITICAL("vibTypeOnSetting = %d", setting);
+            _vibrationType = setting / 2 + 1;
             LOG_CRITICAL("_vibrationType = %d", _vibrationType.load());
         }
         _playVibration();
@@ -166,16 +192,20 @@ void ClockSoundPlayer::initialize(const char* tonePath, const char* defaultToneP
 void ClockSoundPlayer::_createStreamInfo(sound_stream_type_e streamType)
 {
     LOG_CRITICAL("streamType [%d]", streamType);
-    if (_streamInfo) {
-        // The player borrows it until its end.
-        if (_player)
-            return;
+    if (_streamInfo && _player) {
+        // The player borrows it until its end. Without its focus nobody calls back for it.
+        _releaseFocus();
+        _formerStreamInfos.push_back(_streamInfo);
+        _streamInfo = nullptr;
+    } else if (_streamInfo) {
         _destroyStreamInfo();
     }
+    sound_stream_info_h streamInfo = nullptr;
     const int error
-        = sound_manager_create_stream_information(streamType, _audioFocusedCb, this, &_streamInfo);
+        = sound_manager_create_stream_information(streamType, _audioFocusedCb, this, &streamInfo);
     if (error != SOUND_MANAGER_ERROR_NONE)
         LOG_CRITICAL("ret [%d]", error);
+    _streamInfo = streamInfo;
 }
 
 void ClockSoundPlayer::_destroyStreamInfo()
@@ -206,8 +236,18 @@ bool ClockSoundPlayer::_createPlayerAsync(const std::string& path)
         LOG_CRITICAL("Invalid tone file path. Return false");
         return false;
     }
-    if (!_player && !_createPlayer())
-        return false;
+    if (!_player) {
+        if (player_create(&_player) != PLAYER_ERROR_NONE) {
+            LOG_CRITICAL("Failed to create player");
+            _destroyPlayer();
+            return false;
+        }
+        if (player_set_looping(_player, true) != PLAYER_ERROR_NONE) {
+            LOG_CRITICAL("Failed to set player looping");
+            _destroyPlayer();
+            return false;
+        }
+    }
 
     const bool idle = stateOf(_player) == PLAYER_STATE_IDLE;
     if (!idle) {
@@ -225,26 +265,12 @@ bool ClockSoundPlayer::_createPlayerAsync(const std::string& path)
         return false;
     }
 
-    _createPipe();
+    if (!_createPipe())
+        LOG_CRITICAL("Failed to add ecore pipe");
     if (_increasingVolume && _type != ClockSoundType::Vibration) {
         _setIncreaseVolume(kFirstVolume);
     } else {
         setVolume(_volume);
-    }
-    return true;
-}
-
-bool ClockSoundPlayer::_createPlayer()
-{
-    if (player_create(&_player) != PLAYER_ERROR_NONE) {
-        LOG_CRITICAL("Failed to create player");
-        _destroyPlayer();
-        return false;
-    }
-    if (player_set_looping(_player, true) != PLAYER_ERROR_NONE) {
-        LOG_CRITICAL("Failed to set player looping");
-        _destroyPlayer();
-        return false;
     }
     return true;
 }
@@ -254,18 +280,22 @@ void ClockSoundPlayer::_destroyPlayer()
     if (_player)
         player_destroy(_player);
     _player = nullptr;
+    const std::lock_guard<std::mutex> lock(_preparedMutex);
+    _isStartMissed = false;
 }
 
-void ClockSoundPlayer::_createPipe()
+bool ClockSoundPlayer::_createPipe()
 {
+    const std::lock_guard<std::mutex> lock(_preparedMutex);
     if (_pipe)
-        return;
+        return true;
     _pipe = ecore_pipe_add(_pipeHandlerCb, this);
-    if (!_pipe) {
-        LOG_CRITICAL("Failed to add ecore pipe");
-        return;
-    }
-    _playPrepared();
+    if (!_pipe)
+        return false;
+    if (_isStartMissed)
+        _startPrepared();
+    _isStartMissed = false;
+    return true;
 }
 
 void ClockSoundPlayer::_deletePipe()
@@ -280,16 +310,8 @@ void ClockSoundPlayer::_deletePipe()
         ecore_pipe_del(pipe);
 }
 
-// The player may be prepared before the pipe is made or after it, on another thread. Both sides
-// come here when they are done, and the one that finds both done starts the tone.
-void ClockSoundPlayer::_playPrepared()
+void ClockSoundPlayer::_startPrepared()
 {
-    if (!_pipe) {
-        LOG_CRITICAL("%s", _playPosition <= 0 ? "pipe is not ready" : "Pipe is not ready. Return");
-        return;
-    }
-    if (!_prepared.exchange(false))
-        return;
     if (_playPosition <= 0) {
         start();
     } else {
@@ -297,16 +319,35 @@ void ClockSoundPlayer::_playPrepared()
     }
 }
 
+// Never waits for the main loop.
 bool ClockSoundPlayer::_send(const char* message, unsigned int size)
 {
     // Ecore writes a message in two pieces, between which another thread's would end up.
     const std::lock_guard<std::mutex> lock(_sendMutex);
     Ecore_Pipe* pipe = _pipe;
-    if (!pipe) {
-        LOG_CRITICAL("pipe is not ready");
+    if (!pipe)
         return false;
+    if (_inPipe >= kMostInPipe) {
+        _waiting.emplace_back(message, size);
+        return true;
     }
-    return ecore_pipe_write(pipe, message, size);
+    if (!ecore_pipe_write(pipe, message, size))
+        return false;
+    ++_inPipe;
+    return true;
+}
+
+// Called when the main loop has taken a message.
+void ClockSoundPlayer::_sendWaiting()
+{
+    const std::lock_guard<std::mutex> lock(_sendMutex);
+    --_inPipe;
+    while (!_waiting.empty() && _inPipe < kMostInPipe) {
+        const std::string& message = _waiting.front();
+        if (ecore_pipe_write(_pipe, message.data(), static_cast<unsigned int>(message.size())))
+            ++_inPipe;
+        _waiting.pop_front();
+    }
 }
 
 void ClockSoundPlayer::start()
@@ -315,16 +356,21 @@ void ClockSoundPlayer::start()
         LOG_CRITICAL("pipe is not ready");
         return;
     }
-    if (_isRecordingState()) {
-        LOG_CRITICAL("Now recorder is in recording. Check again after 0.5 second");
-        if (std::this_thread::get_id() == _mainThread) {
-            _checkRecordingLater();
-        } else {
-            _send(kCheckRecording, sizeof(kCheckRecording));
-        }
+    if (!_isRecordingState()) {
+        _send(kStart, sizeof(kStart));
         return;
     }
-    _send(kStart, sizeof(kStart));
+    if (std::this_thread::get_id() != _mainThread) {
+        _send(kStartOnLoop, sizeof(kStartOnLoop));
+        return;
+    }
+    LOG_CRITICAL("Now recorder is in recording. Check again after 0.5 second");
+    if (_checkRecordingTimer) {
+        LOG_CRITICAL("Recording check timer already added");
+        return;
+    }
+    _checkRecordingTimer
+        = app_assist::WUiTimer::create(kCheckRecordingDelay, _checkRecordingTimerCb, this);
 }
 
 void ClockSoundPlayer::stop()
@@ -332,12 +378,20 @@ void ClockSoundPlayer::stop()
     feedback_stop();
     if (_type == ClockSoundType::Vibration)
         _releaseFocus();
+    if (!_pipe) {
+        LOG_CRITICAL("pipe is not ready");
+        return;
+    }
     _send(kStop, sizeof(kStop));
 }
 
 bool ClockSoundPlayer::pause()
 {
     feedback_stop();
+    if (!_pipe) {
+        LOG_CRITICAL("pipe is not ready");
+        return false;
+    }
     return _send(kPause, kPauseSize);
 }
 
@@ -345,6 +399,10 @@ bool ClockSoundPlayer::resume()
 {
     if (hasVibration(_type))
         _playVibration();
+    if (!_pipe) {
+        LOG_CRITICAL("pipe is not ready");
+        return false;
+    }
     return _send(kPauseOfResume, sizeof(kPauseOfResume));
 }
 
@@ -366,42 +424,9 @@ bool ClockSoundPlayer::_isRecordingState()
     return state == RECORDER_DEVICE_STATE_RECORDING;
 }
 
-void ClockSoundPlayer::_checkRecordingLater()
-{
-    if (_checkRecordingTimer) {
-        LOG_CRITICAL("Recording check timer already added");
-        return;
-    }
-    _checkRecordingTimer
-        = app_assist::WUiTimer::create(kCheckRecordingDelay, _checkRecordingTimerCb, this);
-}
+bool ClockSoundPlayer::_acquireFocus() { return acquireFocus(_streamInfo, __func__); }
 
-bool ClockSoundPlayer::_acquireFocus()
-{
-    if (heldFocus(_streamInfo) & SOUND_STREAM_FOCUS_FOR_PLAYBACK) {
-        LOG_CRITICAL("already focused");
-        return true;
-    }
-    const int error = sound_manager_acquire_focus(
-        _streamInfo, SOUND_STREAM_FOCUS_FOR_BOTH, SOUND_BEHAVIOR_NONE, nullptr);
-    if (error == SOUND_MANAGER_ERROR_NONE)
-        return true;
-    LOG_CRITICAL("Failed to get focus (%d)", error);
-    if (error == SOUND_MANAGER_ERROR_POLICY)
-        LOG_CRITICAL("Failed to get focus because of policy");
-    return false;
-}
-
-void ClockSoundPlayer::_releaseFocus()
-{
-    const int held = heldFocus(_streamInfo);
-    if (held == 0)
-        return;
-    const int error = sound_manager_release_focus(
-        _streamInfo, static_cast<sound_stream_focus_mask_e>(held), SOUND_BEHAVIOR_NONE, nullptr);
-    if (error != SOUND_MANAGER_ERROR_NONE)
-        LOG_CRITICAL("Failed release focus(%d)", error);
-}
+void ClockSoundPlayer::_releaseFocus() { releaseFocus(_streamInfo, __func__); }
 
 void ClockSoundPlayer::setVolume(int volume)
 {
@@ -468,6 +493,7 @@ void ClockSoundPlayer::_pipeHandlerCb(void* data, void* buffer, unsigned int siz
         return;
     }
     ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
+    self._sendWaiting();
     const char* text = static_cast<const char*>(buffer);
     const std::string_view message(text, strnlen(text, size));
     if (message == kSetPosition) {
@@ -480,8 +506,8 @@ void ClockSoundPlayer::_pipeHandlerCb(void* data, void* buffer, unsigned int siz
         self._pausePlaying();
     } else if (message == kResume) {
         self._resumePlaying();
-    } else if (message == kCheckRecording) {
-        self._checkRecordingLater();
+    } else if (message == kStartOnLoop) {
+        self.start();
     }
 }
 
@@ -490,37 +516,38 @@ void ClockSoundPlayer::_seek()
     const int position = _playPosition;
     if (player_set_play_position(_player, position, true, _seekPlayPositionCompleteCb, this)
         != PLAYER_ERROR_NONE) {
-        LOG_CRITICAL("Failed to set play position(position = %d). Just start player", position);
+        LOG_CRITICAL_OF(
+            kHandler, "Failed to set play position(position = %d). Just start player", position);
         start();
     }
 }
 
 void ClockSoundPlayer::_play()
 {
-    if (!_acquireFocus())
+    if (!acquireFocus(_streamInfo, kHandler))
         return;
     const player_state_e state = stateOf(_player);
     if (state != PLAYER_STATE_READY && state != PLAYER_STATE_PAUSED) {
-        LOG_CRITICAL(
+        LOG_CRITICAL_OF(kHandler,
             "player state is idle, currently pareparing player (it could be launching case)");
         return;
     }
     if (player_start(_player) != PLAYER_ERROR_NONE)
-        LOG_CRITICAL("Failed to start player");
+        LOG_CRITICAL_OF(kHandler, "Failed to start player");
 }
 
 void ClockSoundPlayer::_stopPlaying()
 {
-    _releaseFocus();
+    releaseFocus(_streamInfo, kHandler);
     if (player_stop(_player) != PLAYER_ERROR_NONE)
-        LOG_CRITICAL("Failed to stop player");
+        LOG_CRITICAL_OF(kHandler, "Failed to stop player");
 }
 
 void ClockSoundPlayer::_pausePlaying()
 {
     const int error = player_pause(_player);
     if (error != PLAYER_ERROR_NONE)
-        LOG_CRITICAL("pause failed(%d", error);
+        LOG_CRITICAL_OF(kHandler, "pause failed(%d", error);
 }
 
 void ClockSoundPlayer::_resumePlaying()
@@ -529,7 +556,7 @@ void ClockSoundPlayer::_resumePlaying()
         return;
     const int error = player_start(_player);
     if (error != PLAYER_ERROR_NONE)
-        LOG_CRITICAL("resume failed(%d", error);
+        LOG_CRITICAL_OF(kHandler, "resume failed(%d", error);
 }
 
 void ClockSoundPlayer::_playerErrorCb(int error, void* /*data*/)
@@ -540,8 +567,10 @@ void ClockSoundPlayer::_playerErrorCb(int error, void* /*data*/)
 void ClockSoundPlayer::_playerPrepareCb(void* data)
 {
     ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
-    self._prepared = true;
-    self._playPrepared();
+    // Without a pipe the start is in vain, and the one who makes the pipe starts again.
+    const std::lock_guard<std::mutex> lock(self._preparedMutex);
+    self._isStartMissed = !self._pipe;
+    self._startPrepared();
 }
 
 void ClockSoundPlayer::_seekPlayPositionCompleteCb(void* data)

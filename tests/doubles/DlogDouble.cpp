@@ -16,6 +16,12 @@ std::string messageOf(const std::string& text)
     return message.compare(0, kPrefix.size(), kPrefix) == 0 ? message.substr(kPrefix.size())
                                                             : message;
 }
+
+std::string functionOf(const std::string& text)
+{
+    const size_t begin = text.find(": ") + 2;
+    return text.substr(begin, text.find('(', begin) - begin);
+}
 } // namespace
 
 std::vector<std::string> DlogDouble::messages(log_priority priority) const
@@ -24,6 +30,16 @@ std::vector<std::string> DlogDouble::messages(log_priority priority) const
     for (const Line& line : lines) {
         if (line.priority == priority)
             result.push_back(messageOf(line.text));
+    }
+    return result;
+}
+
+std::vector<std::string> DlogDouble::messagesWithFunctions(log_priority priority) const
+{
+    std::vector<std::string> result;
+    for (const Line& line : lines) {
+        if (line.priority == priority)
+            result.push_back(functionOf(line.text) + ": " + messageOf(line.text));
     }
     return result;
 }

@@ -17,6 +17,9 @@ struct DlogDouble {
     std::vector<std::string> messages(log_priority priority) const;
 
     std::vector<std::string> criticals() const { return messages(DLOG_ERROR); }
+
+    /// The messages of one priority, each as "function: message".
+    std::vector<std::string> messagesWithFunctions(log_priority priority) const;
 };
 
 DlogDouble& dlogDouble();

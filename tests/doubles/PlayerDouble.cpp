@@ -104,6 +104,8 @@ int player_set_uri(player_h handle, const char* uri)
     callJournal().note("player_set_uri");
     if (const auto error = refusal("player_set_uri", handle, { PLAYER_STATE_IDLE }))
         return *error;
+    if (playerDouble().refusedUri == uri)
+        return PLAYER_ERROR_INVALID_URI;
     playerDouble().uri = uri;
     return PLAYER_ERROR_NONE;
 }

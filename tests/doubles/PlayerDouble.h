@@ -11,6 +11,9 @@ struct PlayerDouble {
     /// What a call answers instead of doing anything, by its name.
     std::map<std::string, int> results;
 
+    /// What player_set_uri refuses alone.
+    std::string refusedUri;
+
     player_state_e state = PLAYER_STATE_NONE;
     std::string uri;
     int alive = 0;

@@ -10,7 +10,7 @@ struct sound_stream_info_s {};
 namespace {
 const int kMaxVolume = 15;
 
-// Guards what is held, which other streams change on threads of their own.
+// Guards what is held, which other streams change on threads of their own, and who is told of it.
 std::mutex mutex;
 sound_stream_info_s stream;
 
@@ -30,12 +30,16 @@ std::string arguments(sound_stream_focus_mask_e mask, int behavior, const char* 
 
 void change(int held, sound_stream_focus_state_e state, int behavior)
 {
+    sound_stream_focus_state_changed_cb callback = nullptr;
+    void* userData = nullptr;
     {
         const std::lock_guard<std::mutex> lock(mutex);
         soundManagerDouble().held = held;
+        callback = soundManagerDouble().focusCb;
+        userData = soundManagerDouble().userData;
     }
-    soundManagerDouble().focusCb(&stream, SOUND_STREAM_FOCUS_FOR_BOTH, state,
-        SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA, behavior, nullptr, soundManagerDouble().userData);
+    callback(&stream, SOUND_STREAM_FOCUS_FOR_BOTH, state, SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA,
+        behavior, nullptr, userData);
 }
 } // namespace
 
@@ -50,9 +54,9 @@ void SoundManagerDouble::takeFocus(int behavior)
     change(0, SOUND_STREAM_FOCUS_STATE_RELEASED, behavior);
 }
 
-void SoundManagerDouble::giveFocusBack()
+void SoundManagerDouble::giveFocusBack(int behavior)
 {
-    change(SOUND_STREAM_FOCUS_FOR_BOTH, SOUND_STREAM_FOCUS_STATE_ACQUIRED, SOUND_BEHAVIOR_NONE);
+    change(SOUND_STREAM_FOCUS_FOR_BOTH, SOUND_STREAM_FOCUS_STATE_ACQUIRED, behavior);
 }
 
 int sound_manager_create_stream_information(sound_stream_type_e stream_type,
@@ -62,6 +66,7 @@ int sound_manager_create_stream_information(sound_stream_type_e stream_type,
         "sound_manager_create_stream_information(" + std::to_string(stream_type) + ")");
     if (const auto error = told("sound_manager_create_stream_information"))
         return *error;
+    const std::lock_guard<std::mutex> lock(mutex);
     SoundManagerDouble& state = soundManagerDouble();
     ++state.alive;
     state.held = 0;
@@ -119,6 +124,8 @@ int sound_manager_release_focus(sound_stream_info_h stream_info,
 int sound_manager_get_focus_state(sound_stream_info_h stream_info,
     sound_stream_focus_state_e* state_for_playback, sound_stream_focus_state_e* state_for_recording)
 {
+    if (const auto error = told("sound_manager_get_focus_state"))
+        return *error;
     if (!stream_info)
         return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
     const std::lock_guard<std::mutex> lock(mutex);

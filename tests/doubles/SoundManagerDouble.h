@@ -21,7 +21,7 @@ struct SoundManagerDouble {
 
     /// The callback of the stream, made on the calling thread after what it holds has changed.
     void takeFocus(int behavior);
-    void giveFocusBack();
+    void giveFocusBack(int behavior = SOUND_BEHAVIOR_NONE);
 
     sound_stream_focus_state_changed_cb focusCb = nullptr;
     void* userData = nullptr;

@@ -112,6 +112,29 @@ TEST_F(ClockSoundPlayerPipeTest, SaysWhenAMessageIsNotWritten)
     EXPECT_FALSE(player->resume());
 }
 
+TEST_F(ClockSoundPlayerPipeTest, NeverWaitsForTheMainLoopAndLosesNothing)
+{
+    play();
+    const size_t before = written().size();
+
+    for (int i = 0; i < 5000; ++i) {
+        EXPECT_TRUE(player->pause());
+        player->stop();
+        EXPECT_TRUE(player->resume());
+    }
+    EXPECT_LT(written().size() - before, 200u);
+    handleMessages();
+
+    ASSERT_EQ(before + 15000, written().size());
+    for (size_t at = before; at < written().size(); at += 3) {
+        ASSERT_EQ(kPauseMessage, written()[at]);
+        ASSERT_EQ(kStopMessage, written()[at + 1]);
+        ASSERT_EQ(kResumeMessage, written()[at + 2]);
+    }
+    EXPECT_THAT(calls("player_stop"), testing::SizeIs(5000));
+    EXPECT_THAT(calls("player_pause"), testing::SizeIs(10000));
+}
+
 // Prepared: from the beginning, or from a position.
 
 TEST_F(ClockSoundPlayerPipeTest, StartsWhenPrepared)
@@ -187,6 +210,24 @@ TEST_F(ClockSoundPlayerPipeTest, SeeksWhenPreparedBeforeThePipeIsMade)
     EXPECT_THAT(criticals(),
         ElementsAre("isSupportSpeaker = 1", "streamType [2]", "Pipe is not ready. Return"));
     EXPECT_THAT(written(), ElementsAre(kSetPositionMessage));
+}
+
+TEST_F(ClockSoundPlayerPipeTest, ForgetsThePreparationOfAPlayerThatIsGone)
+{
+    ecorePipeProbe().refusesPipe = true;
+    initialize(ClockSoundType::Melody);
+    playerDouble().prepared();
+    playerDouble().state = PLAYER_STATE_IDLE;
+    playerDouble().results["player_set_uri"] = PLAYER_ERROR_INVALID_OPERATION;
+    initialize(ClockSoundType::Melody);
+    ecorePipeProbe().refusesPipe = false;
+    playerDouble().results.clear();
+
+    initialize(ClockSoundType::Melody);
+
+    EXPECT_THAT(written(), IsEmpty());
+    playerDouble().prepared();
+    EXPECT_THAT(written(), ElementsAre(kStartMessage));
 }
 
 TEST_F(ClockSoundPlayerPipeTest, ReportsASeekOfNobody)
@@ -461,6 +502,49 @@ TEST_F(ClockSoundPlayerPipeTest, StopsTheToneWhoseFocusCannotBeReleased)
     EXPECT_EQ(PLAYER_STATE_READY, playerDouble().state);
 }
 
+TEST_F(ClockSoundPlayerPipeTest, AsksForTheFocusWhenItsStateCannotBeRead)
+{
+    prepare();
+    soundManagerDouble().results["sound_manager_get_focus_state"] = SOUND_MANAGER_ERROR_INTERNAL;
+
+    handleMessages();
+
+    EXPECT_THAT(calls(), ElementsAre("sound_manager_acquire_focus(3, 0, null)", "player_start"));
+    EXPECT_THAT(criticals(), IsEmpty());
+}
+
+TEST_F(ClockSoundPlayerPipeTest, ReleasesNoFocusWhenItsStateCannotBeRead)
+{
+    play();
+    soundManagerDouble().results["sound_manager_get_focus_state"] = SOUND_MANAGER_ERROR_INTERNAL;
+
+    player->stop();
+    handleMessages();
+
+    EXPECT_THAT(calls(), ElementsAre("feedback_stop", "player_stop"));
+    EXPECT_THAT(criticals(), IsEmpty());
+}
+
+class ClockSoundPlayerStillTest : public ClockSoundPlayerFixture,
+                                  public testing::WithParamInterface<player_state_e> {};
+
+TEST_P(ClockSoundPlayerStillTest, IsStopped)
+{
+    play();
+    playerDouble().state = GetParam();
+
+    player->stop();
+    handleMessages();
+
+    EXPECT_THAT(calls("player"), ElementsAre("player_stop"));
+    EXPECT_EQ(PLAYER_STATE_READY, playerDouble().state);
+    EXPECT_EQ(0, soundManagerDouble().held);
+    EXPECT_THAT(criticals(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(ReadyAndPaused, ClockSoundPlayerStillTest,
+    testing::Values(PLAYER_STATE_READY, PLAYER_STATE_PAUSED), testing::PrintToStringParamName());
+
 TEST_F(ClockSoundPlayerPipeTest, ReportsAStopThatFails)
 {
     initialize(ClockSoundType::Melody);
@@ -584,9 +668,11 @@ INSTANTIATE_TEST_SUITE_P(Table, ClockSoundPlayerFocusTest,
     testing::Values(LossCase{ "TimerOrdinary", 0, SOUND_BEHAVIOR_NONE, true },
         LossCase{ "TimerNoResume", 0, SOUND_BEHAVIOR_NO_RESUME, true },
         LossCase{ "TimerFading", 0, SOUND_BEHAVIOR_FADING, true },
+        LossCase{ "TimerBoth", 0, SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING, true },
         LossCase{ "AlarmOrdinary", 1, SOUND_BEHAVIOR_NONE, false },
         LossCase{ "AlarmNoResume", 1, SOUND_BEHAVIOR_NO_RESUME, true },
         LossCase{ "AlarmFading", 1, SOUND_BEHAVIOR_FADING, false },
+        LossCase{ "AlarmBoth", 1, SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING, false },
         LossCase{ "UnknownOrdinary", 2, SOUND_BEHAVIOR_NONE, false },
         LossCase{ "UnknownNoResume", 2, SOUND_BEHAVIOR_NO_RESUME, true }),
     [](const auto& row) { return row.param.name; });
@@ -613,4 +699,54 @@ TEST_F(ClockSoundPlayerPipeTest, ResumesWhenTheFocusComesBack)
     EXPECT_EQ(kResumeMessage, written().back());
     EXPECT_THAT(calls(), ElementsAre("feedback_stop", "feedback_play_type(2, 168)"));
 }
+
+TEST_F(ClockSoundPlayerPipeTest, StaysStillWhenItsFocusComesBackAfterAStop)
+{
+    play();
+    soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NO_RESUME);
+    handleMessages();
+    ASSERT_EQ(PLAYER_STATE_READY, playerDouble().state);
+    forget();
+
+    soundManagerDouble().giveFocusBack();
+    handleMessages();
+
+    EXPECT_EQ(PLAYER_STATE_READY, playerDouble().state);
+    EXPECT_THAT(calls(), ElementsAre("player_pause"));
+    EXPECT_THAT(criticals(), ElementsAre("pause failed(-26476510"));
+}
+
+struct GainCase {
+    const char* name;
+    int caller;
+    int behavior;
+};
+
+class ClockSoundPlayerGainTest : public ClockSoundPlayerFixture,
+                                 public testing::WithParamInterface<GainCase> {};
+
+TEST_P(ClockSoundPlayerGainTest, VibratesAgainAndLeavesTheTonePaused)
+{
+    player = std::make_unique<ClockSoundPlayer>(static_cast<CallerType>(GetParam().caller));
+    play(ClockSoundType::MelodyAndVibration);
+    player->pause();
+    handleMessages();
+    forget();
+
+    soundManagerDouble().giveFocusBack(GetParam().behavior);
+    EXPECT_EQ(kResumeMessage, written().back());
+    handleMessages();
+
+    EXPECT_EQ(PLAYER_STATE_PAUSED, playerDouble().state);
+    EXPECT_THAT(calls("feedback"), ElementsAre("feedback_stop", "feedback_play_type(2, 168)"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ClockSoundPlayerGainTest,
+    testing::Values(GainCase{ "TimerOrdinary", 0, SOUND_BEHAVIOR_NONE },
+        GainCase{ "TimerNoResume", 0, SOUND_BEHAVIOR_NO_RESUME },
+        GainCase{ "TimerFading", 0, SOUND_BEHAVIOR_FADING },
+        GainCase{ "AlarmOrdinary", 1, SOUND_BEHAVIOR_NONE },
+        GainCase{ "AlarmNoResume", 1, SOUND_BEHAVIOR_NO_RESUME },
+        GainCase{ "AlarmFading", 1, SOUND_BEHAVIOR_FADING }),
+    [](const auto& row) { return row.param.name; });
 } // namespace

@@ -214,10 +214,64 @@ TEST_F(ClockSoundPlayerTest, KeepsTheSourceOfAPlayerThatIsPrepared)
     EXPECT_THAT(criticals(),
         ElementsAre("isSupportSpeaker = 1", "streamType [2]", "player is not in idle"));
     EXPECT_THAT(calls(),
-        ElementsAre("player_set_sound_stream_info", "player_set_error_cb",
-            "sound_manager_set_volume(2, 3)"));
+        ElementsAre("sound_manager_create_stream_information(2)", "player_set_sound_stream_info",
+            "player_set_error_cb", "sound_manager_set_volume(2, 3)"));
     EXPECT_EQ("/proc/self/status", playerDouble().uri);
-    EXPECT_EQ(1, soundManagerDouble().alive);
+}
+
+TEST_F(ClockSoundPlayerTest, TakesTheStreamTypeOfItsLastInitialization)
+{
+    play();
+    Alarm second;
+    second.streamType = SOUND_STREAM_TYPE_NOTIFICATION;
+
+    initialize(second);
+
+    // The first stream is the player's until its end, but without the focus.
+    EXPECT_THAT(calls("sound_manager"),
+        ElementsAre("sound_manager_release_focus(3, 0, null)",
+            "sound_manager_create_stream_information(3)", "sound_manager_set_volume(2, 7)"));
+    EXPECT_EQ(2, soundManagerDouble().alive);
+    forget();
+    player.reset();
+    EXPECT_THAT(calls(),
+        ElementsAre("player_stop", "player_unprepare", "player_destroy", "ecore_pipe_del",
+            "sound_manager_destroy_stream_information", "sound_manager_destroy_stream_information",
+            "feedback_stop"));
+}
+
+TEST_F(ClockSoundPlayerTest, CannotPrepareAgainWhilePreparing)
+{
+    initialize(ClockSoundType::Melody);
+    playerDouble().results["player_prepare_async"] = PLAYER_ERROR_INVALID_OPERATION;
+    forget();
+
+    initialize(ClockSoundType::Melody);
+
+    EXPECT_THAT(criticals(),
+        ElementsAre("isSupportSpeaker = 1", "streamType [2]", "Failed to prepare", kInputFailed,
+            "Failed to prepare", kDefaultFailed));
+    EXPECT_THAT(calls("player_destroy"), testing::SizeIs(2));
+    EXPECT_EQ(0, playerDouble().alive);
+}
+
+TEST_F(ClockSoundPlayerTest, TakesTheDefaultToneFromItsBeginningWhenThePlayerRefusesTheTone)
+{
+    Alarm alarm;
+    alarm.playPosition = 5000;
+    playerDouble().refusedUri = alarm.tone;
+
+    initialize(alarm);
+    playerDouble().prepared();
+
+    EXPECT_EQ("/proc/self/stat", playerDouble().uri);
+    EXPECT_THAT(calls("player"),
+        ElementsAre("player_create", "player_set_looping(true)", "player_set_uri", "player_destroy",
+            "player_create", "player_set_looping(true)", "player_set_uri",
+            "player_set_sound_stream_info", "player_set_error_cb", "player_prepare_async"));
+    EXPECT_THAT(criticals(),
+        ElementsAre("isSupportSpeaker = 1", "streamType [2]", "Failed to set uri", kInputFailed));
+    EXPECT_THAT(written(), ElementsAre(kStartMessage));
 }
 
 TEST_F(ClockSoundPlayerTest, ReplacesTheStreamThatNoPlayerUses)
@@ -509,6 +563,22 @@ TEST_F(ClockSoundPlayerRampTest, GoesOnAfterAVolumeThatCannotBeSet)
     EXPECT_TRUE(timer().active);
 }
 
+TEST_F(ClockSoundPlayerRampTest, GoesOnAfterAFirstVolumeThatCannotBeSet)
+{
+    soundManagerDouble().results["sound_manager_set_volume"] = SOUND_MANAGER_ERROR_INTERNAL;
+
+    initialize(ramp);
+
+    EXPECT_THAT(criticals(),
+        ElementsAre("isSupportSpeaker = 1", "streamType [2]",
+            "Failed to set alarm increase volume(volume = 1)"));
+    EXPECT_TRUE(timer().active);
+    EXPECT_EQ(PLAYER_STATE_IDLE, playerDouble().state);
+    playerDouble().prepared();
+    handleMessages();
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+}
+
 TEST_F(ClockSoundPlayerRampTest, IsSwitchedOffByVolumeZero)
 {
     ramp.volume = 0;
@@ -606,4 +676,25 @@ TEST_F(ClockSoundPlayerTest, EndsWhilePreparing)
             "sound_manager_destroy_stream_information", "feedback_stop"));
     EXPECT_THAT(written(), IsEmpty());
 }
+
+class ClockSoundPlayerEndTest : public ClockSoundPlayerFixture,
+                                public testing::WithParamInterface<player_state_e> {};
+
+TEST_P(ClockSoundPlayerEndTest, StopsUnpreparesAndDestroysThePlayer)
+{
+    play();
+    playerDouble().state = GetParam();
+
+    player.reset();
+
+    EXPECT_THAT(calls(),
+        ElementsAre("player_stop", "player_unprepare", "player_destroy", "ecore_pipe_del",
+            "sound_manager_destroy_stream_information", "feedback_stop"));
+    EXPECT_EQ(0, playerDouble().alive);
+    EXPECT_THAT(dlogDouble().lines, IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(States, ClockSoundPlayerEndTest,
+    testing::Values(PLAYER_STATE_READY, PLAYER_STATE_PLAYING, PLAYER_STATE_PAUSED),
+    testing::PrintToStringParamName());
 } // namespace

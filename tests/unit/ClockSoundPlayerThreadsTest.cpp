@@ -8,8 +8,8 @@ using testing::IsEmpty;
 
 namespace {
 const int kRounds = 200;
-// So few that their messages fit into the pipe.
-const int kFocusChanges = 500;
+// So many that their messages do not fit into the pipe.
+const int kFocusChanges = 5000;
 
 /// The platform calls from threads of its own.
 class ClockSoundPlayerThreadsTest : public ClockSoundPlayerFixture {
@@ -40,7 +40,8 @@ protected:
         });
         soundManagerDouble().onDestroy = [this] {
             ended = true;
-            platform.join();
+            if (platform.joinable())
+                platform.join();
         };
     }
 
@@ -101,15 +102,50 @@ TEST_F(ClockSoundPlayerThreadsTest, MakesItsTimerOnTheMainLoop)
 
     prepareElsewhere();
     platform.join();
-    EXPECT_THAT(
-        criticals(), ElementsAre("Now recorder is in recording. Check again after 0.5 second"));
     EXPECT_THAT(uiTimerDouble().timers, IsEmpty());
     handleMessages();
 
+    EXPECT_THAT(
+        criticals(), ElementsAre("Now recorder is in recording. Check again after 0.5 second"));
     ASSERT_EQ(1u, uiTimerDouble().timers.size());
     EXPECT_EQ(std::this_thread::get_id(), uiTimerDouble().timers[0]->madeBy);
     EXPECT_EQ(0.5, uiTimerDouble().timers[0]->period);
 
+    setRecording(false);
+    uiTimerDouble().timers[0]->tick();
+    handleMessages();
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, StartsAtOnceWhenTheRecordingEndsOnItsWayToTheMainLoop)
+{
+    setRecording(true);
+    initialize(ClockSoundType::Melody);
+    prepareElsewhere();
+    platform.join();
+
+    setRecording(false);
+    handleMessages();
+
+    EXPECT_THAT(uiTimerDouble().timers, IsEmpty());
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, WaitsWhenARecordingIsFoundAfterTheSeek)
+{
+    Alarm alarm;
+    alarm.playPosition = 5000;
+    initialize(alarm);
+    playerDouble().prepared();
+    handleMessages();
+    setRecording(true);
+
+    platform = std::thread([] { playerDouble().seekCompleted(); });
+    platform.join();
+    handleMessages();
+
+    ASSERT_EQ(1u, uiTimerDouble().timers.size());
+    EXPECT_EQ(PLAYER_STATE_READY, playerDouble().state);
     setRecording(false);
     uiTimerDouble().timers[0]->tick();
     handleMessages();
@@ -139,6 +175,40 @@ TEST_F(ClockSoundPlayerThreadsTest, EndsWhileTheToneBecomesReady)
         player = std::make_unique<ClockSoundPlayer>();
     }
     playerDouble().onDestroy = nullptr;
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, EndsWhileASeekCompletesAndThePlayerFails)
+{
+    for (int round = 0; round < kRounds; ++round) {
+        Alarm alarm;
+        alarm.playPosition = 5000;
+        initialize(alarm);
+        playerDouble().prepared();
+        handleMessages();
+        playerDouble().onDestroy = [this] { platform.join(); };
+
+        platform = std::thread([] {
+            playerDouble().failed(PLAYER_ERROR_INVALID_OPERATION);
+            playerDouble().seekCompleted();
+        });
+        player = std::make_unique<ClockSoundPlayer>();
+    }
+    playerDouble().onDestroy = nullptr;
+}
+
+TEST_F(ClockSoundPlayerThreadsTest, EndsWhileThePlatformSaysMoreThanThePipeHolds)
+{
+    initialize(ClockSoundType::Melody);
+    playerDouble().onDestroy = [this] { platform.join(); };
+    platform = std::thread([] {
+        for (int i = 0; i < kFocusChanges; ++i)
+            soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NONE);
+    });
+
+    player.reset();
+
+    playerDouble().onDestroy = nullptr;
+    EXPECT_EQ(0, playerDouble().alive);
 }
 
 TEST_F(ClockSoundPlayerThreadsTest, EndsWhileTheFocusChanges)

@@ -223,6 +223,40 @@ TEST_F(ClockSoundPlayerVibrationTest, GivesTheFocusBackWhenItStops)
     EXPECT_EQ(0, soundManagerDouble().held);
 }
 
+TEST_F(ClockSoundPlayerVibrationTest, EndsWhenItLosesTheFocus)
+{
+    initialize(vibration);
+    forget();
+
+    soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NONE);
+
+    EXPECT_THAT(calls(), ElementsAre("feedback_stop"));
+    EXPECT_THAT(criticals(), ElementsAre("pipe is not ready"));
+}
+
+TEST_F(ClockSoundPlayerVibrationTest, OfATimerEndsWhenItLosesTheFocus)
+{
+    player = std::make_unique<ClockSoundPlayer>(CallerType::Timer);
+    initialize(vibration);
+    forget();
+
+    soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NONE);
+
+    EXPECT_THAT(calls(), ElementsAre("feedback_stop"));
+    EXPECT_THAT(criticals(), ElementsAre("pipe is not ready"));
+}
+
+TEST_F(ClockSoundPlayerVibrationTest, BesideAMelodyEndsWhenItLosesTheFocus)
+{
+    play(ClockSoundType::MelodyAndVibration);
+
+    soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NONE);
+    handleMessages();
+
+    EXPECT_THAT(calls(), ElementsAre("feedback_stop", "player_pause"));
+    EXPECT_EQ(PLAYER_STATE_PAUSED, playerDouble().state);
+}
+
 TEST_F(ClockSoundPlayerVibrationTest, PausesWithoutATone)
 {
     initialize(vibration);
