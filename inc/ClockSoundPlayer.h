@@ -8,7 +8,6 @@
 #include <player.h>
 #include <sound_manager.h>
 #include <string>
-#include <thread>
 #include <vector>
 
 /// What an alarm makes: bit value 1 stands for melody, 2 for vibration.
@@ -117,6 +116,7 @@ private:
         sound_stream_focus_state_e state, sound_stream_focus_change_reason_e reason, int behavior,
         const char* additionalInfo, void* data);
     static bool _increaseVolumeTimerCb(void* data);
+    static void _checkRecordingLaterCb(void* data);
     static bool _checkRecordingTimerCb(void* data);
 
     // Atomic is what the platform's threads read while a further initialize() may write it.
@@ -139,7 +139,8 @@ private:
     std::atomic<int> _checkRecordingBeforeVibrating{ 0 };
     bool _pauseOnFocusLoss = true;
 
-    const std::thread::id _mainThread = std::this_thread::get_id();
+    /// Owns nothing: it tells the main loop's late calls that the player is gone.
+    const std::shared_ptr<ClockSoundPlayer> _self{ this, [](ClockSoundPlayer*) {} };
     /// Held while a message is written, and while the pipe is taken away; guards the next two.
     std::mutex _sendMutex;
     int _inPipe = 0;

@@ -26,16 +26,14 @@ const char kStart[] = "player_start";
 const char kStop[] = "player_stop";
 const char kPause[] = "player_pause";
 const char kResume[] = "player_resume";
-// start() also comes from the platform's threads, while Ecore's timers are of its main loop, and
-// none of the commands would get it there without doing something else first.
-const char kStartOnLoop[] = "player_check_recording";
 
 // Ecore's pipe blocks its writer when it is full, and the main loop, which empties it, may be
 // waiting for that writer. So many messages fit into a single page.
 const int kMostInPipe = 100;
 
-// The function that the commands are logged in.
+// The functions whose work is done in others, and logged in their names.
 const char* const kHandler = "_pipeHandlerCb";
+const char* const kStarter = "start";
 
 // Receivers know a pause in the length of a stop, and a resume as a pause in its own length.
 const unsigned int kPauseSize = sizeof(kStop);
@@ -360,17 +358,26 @@ void ClockSoundPlayer::start()
         _send(kStart, sizeof(kStart));
         return;
     }
-    if (std::this_thread::get_id() != _mainThread) {
-        _send(kStartOnLoop, sizeof(kStartOnLoop));
-        return;
-    }
     LOG_CRITICAL("Now recorder is in recording. Check again after 0.5 second");
-    if (_checkRecordingTimer) {
-        LOG_CRITICAL("Recording check timer already added");
+    // The platform's threads come here too, and timers are of the main loop. On that one, the call
+    // is made at once; otherwise it may come when the player is gone.
+    ecore_main_loop_thread_safe_call_async(
+        _checkRecordingLaterCb, new std::weak_ptr<ClockSoundPlayer>(_self));
+}
+
+void ClockSoundPlayer::_checkRecordingLaterCb(void* data)
+{
+    const std::unique_ptr<std::weak_ptr<ClockSoundPlayer>> player(
+        static_cast<std::weak_ptr<ClockSoundPlayer>*>(data));
+    const std::shared_ptr<ClockSoundPlayer> self = player->lock();
+    if (!self)
+        return;
+    if (self->_checkRecordingTimer) {
+        LOG_CRITICAL_OF(kStarter, "Recording check timer already added");
         return;
     }
-    _checkRecordingTimer
-        = app_assist::WUiTimer::create(kCheckRecordingDelay, _checkRecordingTimerCb, this);
+    self->_checkRecordingTimer
+        = app_assist::WUiTimer::create(kCheckRecordingDelay, _checkRecordingTimerCb, self.get());
 }
 
 void ClockSoundPlayer::stop()
@@ -506,8 +513,6 @@ void ClockSoundPlayer::_pipeHandlerCb(void* data, void* buffer, unsigned int siz
         self._pausePlaying();
     } else if (message == kResume) {
         self._resumePlaying();
-    } else if (message == kStartOnLoop) {
-        self.start();
     }
 }
 

@@ -26,6 +26,18 @@ protected:
         platform = std::thread([] { playerDouble().prepared(); });
     }
 
+    /// Until it has made the calls that other threads have asked it for.
+    static void runMainLoop()
+    {
+        bool isDone = false;
+        std::thread([&] {
+            ecore_main_loop_thread_safe_call_async(
+                [](void* done) { *static_cast<bool*>(done) = true; }, &isDone);
+        }).join();
+        while (!isDone)
+            ecore_main_loop_iterate();
+    }
+
     /// Other streams take the focus and give it back, until they are done or the stream ends.
     void changeFocusElsewhere()
     {
@@ -103,8 +115,9 @@ TEST_F(ClockSoundPlayerThreadsTest, MakesItsTimerOnTheMainLoop)
     prepareElsewhere();
     platform.join();
     EXPECT_THAT(uiTimerDouble().timers, IsEmpty());
-    handleMessages();
+    runMainLoop();
 
+    EXPECT_THAT(written(), IsEmpty());
     EXPECT_THAT(
         criticals(), ElementsAre("Now recorder is in recording. Check again after 0.5 second"));
     ASSERT_EQ(1u, uiTimerDouble().timers.size());
@@ -117,18 +130,21 @@ TEST_F(ClockSoundPlayerThreadsTest, MakesItsTimerOnTheMainLoop)
     EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
 }
 
-TEST_F(ClockSoundPlayerThreadsTest, StartsAtOnceWhenTheRecordingEndsOnItsWayToTheMainLoop)
+TEST_F(ClockSoundPlayerThreadsTest, MakesOneTimerForStartsOnTwoThreads)
 {
     setRecording(true);
     initialize(ClockSoundType::Melody);
     prepareElsewhere();
     platform.join();
+    forget();
 
-    setRecording(false);
-    handleMessages();
+    player->start();
+    runMainLoop();
 
-    EXPECT_THAT(uiTimerDouble().timers, IsEmpty());
-    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+    EXPECT_THAT(criticals(),
+        ElementsAre("Now recorder is in recording. Check again after 0.5 second",
+            "Recording check timer already added"));
+    EXPECT_THAT(uiTimerDouble().timers, testing::SizeIs(1));
 }
 
 TEST_F(ClockSoundPlayerThreadsTest, WaitsWhenARecordingIsFoundAfterTheSeek)
@@ -142,7 +158,7 @@ TEST_F(ClockSoundPlayerThreadsTest, WaitsWhenARecordingIsFoundAfterTheSeek)
 
     platform = std::thread([] { playerDouble().seekCompleted(); });
     platform.join();
-    handleMessages();
+    runMainLoop();
 
     ASSERT_EQ(1u, uiTimerDouble().timers.size());
     EXPECT_EQ(PLAYER_STATE_READY, playerDouble().state);
@@ -160,7 +176,7 @@ TEST_F(ClockSoundPlayerThreadsTest, MakesNoTimerAfterItsEnd)
     platform.join();
 
     player.reset();
-    ecore_main_loop_iterate();
+    runMainLoop();
 
     EXPECT_THAT(uiTimerDouble().timers, IsEmpty());
 }
