@@ -24,7 +24,7 @@ public:
     void prepare();
 
     /// Instead of what plays. A tone that cannot be played is replaced by the default one, which
-    /// may take a second; when that cannot either, the alarm rings without a tone.
+    /// may take some seconds; when that cannot either, the alarm rings without a tone.
     void play(const AlarmDbData& alarm);
 
     /// Silent and still when it returns.

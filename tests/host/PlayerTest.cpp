@@ -277,6 +277,25 @@ INSTANTIATE_TEST_SUITE_P(Table, PlayerFileTest,
         BadFile{ "Cut", "RIFF\x24\xac", PLAYER_ERROR_NOT_SUPPORTED_FILE }),
     [](const auto& row) { return row.param.name; });
 
+TEST_F(PlayerTest, AFileWithoutASingleSampleIsNotSupported)
+{
+    const std::string path = tone({});
+    ASSERT_EQ(kNone, player_set_uri(player, path.c_str()));
+
+    ASSERT_EQ(kNone, player_prepare_async(player, setEventCb, nullptr));
+
+    ASSERT_TRUE(failed.wait());
+    EXPECT_EQ(PLAYER_ERROR_NOT_SUPPORTED_FILE, failed.value());
+    EXPECT_EQ(PLAYER_STATE_IDLE, state());
+}
+
+TEST_F(PlayerTest, PreparesATonesOneSample)
+{
+    prepare(tone({ 1000 }));
+
+    EXPECT_EQ(PLAYER_STATE_READY, state());
+}
+
 TEST_F(PlayerTest, LoopsWithoutAGap)
 {
     // Half a second holds 440 whole waves, so that a right seam cannot be seen.

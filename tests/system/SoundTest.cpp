@@ -4,6 +4,7 @@
 #include <cmath>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 
 namespace {
@@ -167,6 +168,41 @@ TEST_F(SoundTest, AToneThatIsGoneIsReplacedByTheDefaultOne)
     ASSERT_TRUE(listener.waitForSound(kAudible));
     EXPECT_NEAR(880, pitch(trimmed(listener.listen(0.1), kAudible)), 15);
 }
+
+struct BrokenTone {
+    const char* name;
+    const char* from; // a tone of the watch, "" for a file of text
+    size_t size;
+};
+
+class BrokenToneTest : public SoundTest, public testing::WithParamInterface<BrokenTone> {};
+
+TEST_P(BrokenToneTest, IsReplacedByTheDefaultOne)
+{
+    const std::string path = dir.file("broken");
+    std::string bytes(GetParam().size, 'x');
+    const std::string from = GetParam().from;
+    if (!from.empty()) {
+        std::ifstream(std::string(getenv("ALARM_HOST_HOME")) + "/ringtones/" + from)
+            .read(&bytes[0], static_cast<std::streamsize>(bytes.size()));
+    }
+    std::ofstream(path) << bytes;
+
+    ring(path, { "--type", "1" });
+
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_NEAR(880, pitch(trimmed(listener.listen(0.1), kAudible)), 15);
+    EXPECT_TRUE(waitForLog("alarm " + std::to_string(id) + " has a tone that cannot be played"));
+    EXPECT_EQ(id, ringing());
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, BrokenToneTest,
+    testing::Values(BrokenTone{ "NoSound", "", 5000 }, BrokenTone{ "Empty", "", 0 },
+        BrokenTone{ "CutInItsHeader", "Soft_Chime.ogg", 40 },
+        BrokenTone{ "CutBehindItsHeader", "Soft_Chime.ogg", 2500 },
+        BrokenTone{ "CutInItsTables", "Soft_Chime.ogg", 1000 },
+        BrokenTone{ "CutInItsSound", "Soft_Chime.ogg", 6000 }),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(SoundTest, RingsOnWithoutAnyTone)
 {

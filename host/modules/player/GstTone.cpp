@@ -2,6 +2,7 @@
 
 #include "host/common/Log.h"
 
+#include <chrono>
 #include <player.h>
 #include <stdexcept>
 
@@ -9,6 +10,8 @@ namespace {
 
 const gint64 kBufferMicroseconds = 80000;
 const gint64 kLatencyMicroseconds = 10000;
+// The decoders' bin now and then swallows the error of a broken file, and nothing comes ever after.
+const std::chrono::seconds kLongestWait(3);
 const int kPlayAudio = 1 << 1; ///< playbin's own flag: no pictures, no subtitles
 
 void begin()
@@ -72,8 +75,9 @@ GstTone::Element GstTone::_makeSink(const std::string& role)
             = gst_structure_new("properties", "media.role", G_TYPE_STRING, role.c_str(), nullptr);
         // The server asks for what it plays, and that is pace enough: the stream's own clock counts
         // the time for which a tone waits for its start, and would play it as silence.
-        g_object_set(pulse, "sync", FALSE, "buffer-time", kBufferMicroseconds, "latency-time",
-            kLatencyMicroseconds, "stream-properties", properties, nullptr);
+        g_object_set(pulse, "sync", FALSE, "enable-last-sample", TRUE, "buffer-time",
+            kBufferMicroseconds, "latency-time", kLatencyMicroseconds, "stream-properties",
+            properties, nullptr);
         gst_structure_free(properties);
         if (gst_element_set_state(pulse, GST_STATE_READY) != GST_STATE_CHANGE_FAILURE)
             return sink;
@@ -93,8 +97,8 @@ int GstTone::open()
             gst_element_set_state(_pipeline.get(), GST_STATE_PAUSED);
     }
     // A pass must end with a message, not with the end of the stream: hence the jump to where it
-    // is.
-    const bool isReady = settle() && _seek(0, GST_SEEK_FLAG_FLUSH) && settle();
+    // is. Nothing would ever settle after a jump in what has no sound.
+    const bool isReady = settle() && _hasSound() && _seek(0, GST_SEEK_FLAG_FLUSH) && settle();
     const std::lock_guard<std::mutex> lock(_mutex);
     _isOpen = isReady;
     if (isReady)
@@ -146,11 +150,25 @@ bool GstTone::_seek(GstClockTime position, int flags)
     return gst_element_send_event(_pipeline.get(), event) != FALSE;
 }
 
+bool GstTone::_hasSound()
+{
+    GstElement* sink = nullptr;
+    g_object_get(_pipeline.get(), "audio-sink", &sink, nullptr);
+    GstSample* first = nullptr;
+    g_object_get(sink, "last-sample", &first, nullptr);
+    gst_object_unref(sink);
+    if (!first)
+        return false;
+    gst_sample_unref(first);
+    return true;
+}
+
 bool GstTone::settle()
 {
     std::unique_lock<std::mutex> lock(_mutex);
-    _changed.wait(lock, [this] { return _isCancelled || _error != 0 || _isSettled(); });
-    return !_isCancelled && _error == 0
+    const bool isDecided = _changed.wait_for(
+        lock, kLongestWait, [this] { return _isCancelled || _error != 0 || _isSettled(); });
+    return isDecided && !_isCancelled && _error == 0
         && gst_element_get_state(_pipeline.get(), nullptr, nullptr, 0) != GST_STATE_CHANGE_FAILURE;
 }
 

@@ -34,6 +34,7 @@ private:
     void _handle(GstMessage* message);
     void _handleError(GstMessage* message);
     bool _seek(GstClockTime position, int flags);
+    bool _hasSound(); ///< once it has settled
     bool _isSettled() const;
 
     const Events _events;

@@ -34,7 +34,8 @@ public:
 
     /// Jumps, silently if it plays. False when it cannot.
     virtual bool seek(int milliseconds, bool isAccurate) = 0;
-    /// Waits until the last jump is done. False when it never will be, also after cancel.
+    /// Waits until the last jump is done. False when it never will be, also after cancel, and when
+    /// it takes too long.
     virtual bool settle() = 0;
 
     /// Which pass through the sound is under way: a higher number after each seek and repeat.
