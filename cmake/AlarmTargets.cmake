@@ -84,17 +84,19 @@ endif()
 set(ALARM_SESSION env -u PULSE_SERVER -u XDG_RUNTIME_DIR ${PROJECT_BINARY_DIR}/bin/host-session)
 
 # A test of a host module with its real engine. A session needs the finished build, so the cases are
-# listed when ctest starts.
+# listed when ctest starts. SERIAL: it measures time, so no other test runs beside it.
 function(alarm_host_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "")
     add_executable(${name}Test ${name}Test.cpp)
-    target_link_libraries(${name}Test PRIVATE alarm-build host-support ${ARGN} GTest::gmock_main)
+    target_link_libraries(${name}Test PRIVATE alarm-build host-support ${arg_UNPARSED_ARGUMENTS}
+                                              GTest::gmock_main)
     set_target_properties(${name}Test PROPERTIES CROSSCOMPILING_EMULATOR "${ALARM_SESSION}")
     gtest_discover_tests(${name}Test NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 30
-                         PROPERTIES LABELS host TIMEOUT 60 ENVIRONMENT ${ALARM_TEST_ENVIRONMENT})
+                         PROPERTIES LABELS host TIMEOUT 60 RUN_SERIAL ${arg_SERIAL}
+                                    ENVIRONMENT ${ALARM_TEST_ENVIRONMENT})
 endfunction()
 
-# A story of library, platform and applications, in a session of its own. SERIAL: it measures time, so
-# no other test runs beside it.
+# A story of library, platform and applications, in a session of its own. SERIAL as above.
 function(alarm_system_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "TIMEOUT" "")
     if(NOT arg_TIMEOUT)
