@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "TempDir.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -9,6 +10,7 @@ namespace fs = std::filesystem;
 
 using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::Not;
 using testing::StartsWith;
 
 // The command ./run in a tree of its own, in which the build is this one.
@@ -98,6 +100,18 @@ TEST_F(RunTest, FailedScenarioSaysWhy)
     const CommandResult silent = run({ "silent" });
     EXPECT_EQ(1, silent.status);
     EXPECT_EQ("FAIL silent: it ended with status 7\n", silent.out);
+}
+
+TEST_F(RunTest, ScenarioSoundsOnAServerOfItsOwn)
+{
+    ASSERT_TRUE(getenv("PULSE_SERVER")) << "the user's here";
+    writeScript("scenarios/good", "pactl get-default-sink\necho \"$PULSE_SERVER\" >&3\n");
+
+    const CommandResult result = run({ "good" });
+
+    EXPECT_EQ(0, result.status) << result.err;
+    EXPECT_THAT(result.out, StartsWith("watch\nPASS good: unix:"));
+    EXPECT_THAT(result.out, Not(HasSubstr(getenv("PULSE_SERVER"))));
 }
 
 TEST_F(RunTest, FailedBuildFails)
