@@ -62,7 +62,7 @@ protected:
         EXPECT_EQ(kNone, player_set_sound_stream_info(player, stream));
         EXPECT_EQ(kNone, player_set_error_cb(player, setErrorCb, &failed));
     }
-    ~PlayerTest()
+    ~PlayerTest() override
     {
         if (player)
             player_destroy(player);
@@ -71,7 +71,7 @@ protected:
 
     std::string tone(const Samples& samples)
     {
-        const std::string path = dir.file("tone.wav");
+        std::string path = dir.file("tone.wav");
         writeWav(path, samples);
         return path;
     }
@@ -561,6 +561,7 @@ TEST_F(PlayerTest, CallsFromSeveralThreadsLeaveItUsable)
 {
     prepare(tone(sine(880, 0.2)));
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([this, i] {
             for (int round = 0; round < 20; ++round) {

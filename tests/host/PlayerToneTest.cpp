@@ -42,6 +42,7 @@ struct Script {
     bool pauses = true;
     bool settles = true;
     std::atomic<int> repeats{ 0 };
+    Tone::Events events;
 };
 
 Script* script = nullptr;
@@ -67,7 +68,11 @@ public:
     void repeat() override { ++script->repeats; }
 };
 
-Tone* makeTone(const std::string&, const std::string&, Tone::Events) { return new ScriptedTone; }
+Tone* makeTone(const std::string&, const std::string&, Tone::Events events)
+{
+    script->events = std::move(events);
+    return new ScriptedTone;
+}
 
 void loadNothing() {}
 
@@ -82,7 +87,7 @@ protected:
         EXPECT_EQ(kNone, player_create(&player));
         EXPECT_EQ(kNone, player_set_uri(player, "/tone.ogg"));
     }
-    ~PlayerToneTest() { player_destroy(player); }
+    ~PlayerToneTest() override { player_destroy(player); }
 
     void prepare()
     {
@@ -140,6 +145,26 @@ TEST_F(PlayerToneTest, ASeekIsNotCompletedWhenItsToneIsGone)
     EXPECT_EQ(kNone, player_unprepare(player));
 
     EXPECT_FALSE(completed.wait(0.1));
+}
+
+TEST_F(PlayerToneTest, WhyASeekFailedIsToldToo)
+{
+    struct Told {
+        Gate gate;
+        int error = kNone;
+    } told;
+    const auto tell = [](int error, void* data) {
+        auto* heard = static_cast<Told*>(data);
+        heard->error = error;
+        heard->gate.open();
+    };
+    EXPECT_EQ(kNone, player_set_error_cb(player, tell, &told));
+    prepare();
+
+    tones.events.failed(PLAYER_ERROR_SEEK_FAILED);
+
+    EXPECT_TRUE(told.gate.wait());
+    EXPECT_EQ(PLAYER_ERROR_SEEK_FAILED, told.error);
 }
 
 TEST_F(PlayerToneTest, AToneThatDoesNotPlayIsNotStarted)

@@ -364,6 +364,7 @@ TEST_F(SoundManagerTest, MayBeUsedAndDestroyedInItsCallback)
 TEST_F(SoundManagerTest, CallsFromSeveralThreadsLeaveItUsable)
 {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([] {
             for (int round = 0; round < 20; ++round) {

@@ -25,9 +25,10 @@ using Samples = std::vector<std::int16_t>;
 inline Samples sine(double hertz, double seconds)
 {
     Samples samples(static_cast<size_t>(seconds * kRate));
-    for (size_t at = 0; at < samples.size(); ++at)
+    for (size_t at = 0; at < samples.size(); ++at) {
         samples[at] = static_cast<std::int16_t>(
             std::lround(16384 * std::sin(2 * M_PI * hertz * static_cast<double>(at) / kRate)));
+    }
     return samples;
 }
 

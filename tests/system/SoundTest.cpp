@@ -37,7 +37,7 @@ protected:
     // A tone that sounds all the time, a bit more than three periods a second.
     std::string steadyTone(double hertz = 660, double seconds = 0.3)
     {
-        const std::string path = dir.file("tone.wav");
+        std::string path = dir.file("tone.wav");
         writeWav(path, sine(hertz, seconds));
         return path;
     }
@@ -66,6 +66,12 @@ protected:
         const CommandResult result = runCommand(arguments);
         EXPECT_EQ(0, result.status) << result.err;
         return result.out;
+    }
+
+    static std::string ringtones()
+    {
+        const char* home = getenv("ALARM_HOST_HOME");
+        return std::string(home ? home : "") + "/ringtones";
     }
 
     static std::string alarmVolume() { return hostctl({ "volume", "get", "alarm" }); }
@@ -183,7 +189,7 @@ TEST_P(BrokenToneTest, IsReplacedByTheDefaultOne)
     std::string bytes(GetParam().size, 'x');
     const std::string from = GetParam().from;
     if (!from.empty()) {
-        std::ifstream(std::string(getenv("ALARM_HOST_HOME")) + "/ringtones/" + from)
+        std::ifstream(ringtones() + "/" + from)
             .read(&bytes[0], static_cast<std::streamsize>(bytes.size()));
     }
     std::ofstream(path) << bytes;
@@ -209,7 +215,7 @@ TEST_F(SoundTest, RingsOnWithoutAnyTone)
     const std::string tone = steadyTone();
     id = addAlarm({ "--in", "1s", "--tone", tone });
     std::filesystem::remove(tone);
-    std::filesystem::remove(std::string(getenv("ALARM_HOST_HOME")) + "/ringtones");
+    std::filesystem::remove(ringtones());
     waitForRingInstant();
     EXPECT_TRUE(waitForLog("Failed to create player with default uri"));
     EXPECT_EQ(id, ringing());
