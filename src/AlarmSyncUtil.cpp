@@ -1,6 +1,8 @@
 #include "AlarmSyncUtil.h"
 
+#include "AlarmDbModel.h"
 #include "AlarmLog.h"
+#include "AlarmManagerModel.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +17,24 @@ const char* const kNotificationKey = "db/alarm/host_alarm_notification_enabled";
 
 const char* const kOurVendor = "velmora";
 const int kBluetoothBit = 1;
+
+const int kDays = 7;
+const int kDigit = 16;
+const int kOnceDigit = 1;
+const int kWeeklyDigit = 5;
+
+std::vector<AlarmDbData> enabledMobileAlarms(AlarmDbModel& store)
+{
+    std::vector<AlarmDbData> alarms;
+    store.getAllEnabledMobileAlarmList(alarms);
+    return alarms;
+}
+
+// Saves what registering changed. It is no change for the phone, nor one to announce.
+void saveRegistration(AlarmDbModel& store, AlarmDbData& alarm)
+{
+    store.updateAlarmData(alarm, false, false, false, true);
+}
 } // namespace
 
 long long AlarmSyncUtil::getCurrentDeviceMilliSecTime()
@@ -42,6 +62,68 @@ bool AlarmSyncUtil::isBtConnected()
         return false;
     }
     return connected != 0;
+}
+
+int AlarmSyncUtil::convertRepeatWeeklyFromMobileData(int repeatValue, int* repeatOnce)
+{
+    LOG_CRITICAL("repeatValue[%d]", repeatValue);
+    const int lowest = repeatValue % kDigit;
+    *repeatOnce = lowest == kOnceDigit ? 1 : 0;
+
+    int repeatWeekly = 0;
+    int day = kDays - 1;
+    for (int rest = repeatValue / kDigit; rest != 0; rest /= kDigit) {
+        if (rest % kDigit > 0)
+            repeatWeekly |= 1 << day;
+        --day;
+    }
+    LOG_CRITICAL("repeatWeekly[%d] repeatOnce[%d]", repeatWeekly, *repeatOnce);
+    return repeatWeekly;
+}
+
+int AlarmSyncUtil::convertRepeatWeeklyFromWatchData(int repeatWeekly, int repeatOnce)
+{
+    LOG_CRITICAL("repeatWeekly[%d] repeatOnce[%d]", repeatWeekly, repeatOnce);
+    int repeatValue = 0;
+    for (int day = 0; day < kDays; ++day)
+        repeatValue = repeatValue * kDigit + ((repeatWeekly >> day) & 1);
+    repeatValue = repeatValue * kDigit + (repeatOnce != 0 ? kOnceDigit : kWeeklyDigit);
+    LOG_CRITICAL("repeatValue[%d]", repeatValue);
+    return repeatValue;
+}
+
+void AlarmSyncUtil::removeMobileAlarmData()
+{
+    AlarmDbModel store;
+    if (store.getNumberOfMobileAlarm() < 1)
+        return;
+    for (AlarmDbData& alarm : enabledMobileAlarms(store))
+        AlarmManagerModel().unregisterAlarmFromServer(alarm, true);
+    store.removeSyncedAlarmData();
+    store.setNotiFlag(true, true);
+}
+
+void AlarmSyncUtil::unregisterMobileAlarm()
+{
+    if (!_isConnectedWithOurCompany())
+        return;
+    AlarmDbModel store;
+    for (AlarmDbData& alarm : enabledMobileAlarms(store)) {
+        AlarmManagerModel().unregisterAlarmFromServer(alarm, true);
+        saveRegistration(store, alarm);
+    }
+}
+
+void AlarmSyncUtil::registerMobileAlarm()
+{
+    unregisterMobileAlarm();
+    if (!_isConnectedWithOurCompany() || !_isNotificationStateEnabled())
+        return;
+    AlarmDbModel store;
+    for (AlarmDbData& alarm : enabledMobileAlarms(store)) {
+        AlarmManagerModel().registerAlarmToServer(alarm, true);
+        saveRegistration(store, alarm);
+    }
 }
 
 bool AlarmSyncUtil::_isConnectedWithOurCompany()
