@@ -1,0 +1,106 @@
+#include "AlarmJsonBuilder.h"
+
+#include "AlarmDbData.h"
+#include "AlarmIcuDataModel.h"
+#include "AlarmSyncUtil.h"
+
+#include <ctime>
+#include <json-glib/json-glib.h>
+
+namespace {
+const char* const kTypeMember = "msgId";
+const char* const kListMember = "list";
+
+void makeObject(AlarmJsonObject& out)
+{
+    JsonObject* object = json_object_new();
+    out.setJsonObject(object);
+    json_object_unref(object);
+}
+} // namespace
+
+AlarmJsonBuilder::AlarmJsonBuilder()
+    : _node(json_node_new(JSON_NODE_OBJECT))
+{
+    makeObject(_message);
+    json_node_set_object(_node, _message.getJsonObject());
+}
+
+AlarmJsonBuilder::~AlarmJsonBuilder() { json_node_free(_node); }
+
+void AlarmJsonBuilder::setMessageType(AlarmMessage::Type type)
+{
+    std::string name;
+    AlarmMessage::getId(type, name);
+    if (_message.hasMember(kTypeMember))
+        _message.removeMember(kTypeMember);
+    _message.addStringMember(kTypeMember, name);
+}
+
+void AlarmJsonBuilder::addStringMember(const std::string& name, const std::string& value)
+{
+    _message.addStringMember(name, value);
+}
+
+void AlarmJsonBuilder::addBooleanMember(const std::string& name, bool value)
+{
+    _message.addBooleanMember(name, value);
+}
+
+void AlarmJsonBuilder::addIntegerMember(const std::string& name, int value)
+{
+    _message.addIntegerMember(name, value);
+}
+
+void AlarmJsonBuilder::addUnsignedLongLongMember(const std::string& name, unsigned long long value)
+{
+    _message.addUnsignedLongLongMember(name, value);
+}
+
+void AlarmJsonBuilder::addAlarmsByApp(std::vector<AlarmDbData>& alarms)
+{
+    std::list<AlarmJsonObject> objects;
+    for (AlarmDbData alarm : alarms)
+        _getMinimumJsonObjectFromAlarm(alarm, objects.emplace_back());
+    _message.addArrayMember(kListMember, objects);
+}
+
+void AlarmJsonBuilder::addAlarmList(std::vector<AlarmDbData>& alarms)
+{
+    std::list<AlarmJsonObject> objects;
+    for (AlarmDbData alarm : alarms)
+        _getJsonObjectFromAlarm(alarm, objects.emplace_back());
+    _message.addArrayMember(kListMember, objects);
+}
+
+void AlarmJsonBuilder::getJsonMessage(std::string& out) { _message.getJsonMessage(out); }
+
+void AlarmJsonBuilder::_getMinimumJsonObjectFromAlarm(AlarmDbData& alarm, AlarmJsonObject& out)
+{
+    const time_t start = AlarmIcuDataModel::verifyExistingTimeForDst(alarm);
+    tm local = {};
+    localtime_r(&start, &local);
+
+    makeObject(out);
+    out.addIntegerMember("id", alarm.id);
+    out.addIntegerMember("hour", local.tm_hour);
+    out.addIntegerMember("min", local.tm_min);
+    out.addIntegerMember("enable", alarm.enable);
+}
+
+void AlarmJsonBuilder::_getJsonObjectFromAlarm(AlarmDbData& alarm, AlarmJsonObject& out)
+{
+    makeObject(out);
+    out.addStringMember("uuid", alarm.uuid);
+    out.addStringMember("title", alarm.name);
+    out.addIntegerMember("alarm_time", alarm.hour * 100 + alarm.min);
+    out.addUnsignedLongLongMember("alerttime", alarm.mobileAlertTime);
+    out.addUnsignedLongLongMember("created_time", alarm.mobileCreateTime);
+    out.addUnsignedLongLongMember("modified_time", alarm.mobileModifiedTime);
+    out.addBooleanMember("enable", alarm.enable != 0);
+    out.addIntegerMember("repeat_type",
+        AlarmSyncUtil::convertRepeatWeeklyFromWatchData(alarm.repeatWeekly, alarm.repeat_once));
+    out.addBooleanMember("is_deleted", alarm.isDeleted);
+}
+
+void AlarmJsonBuilder::_setWhenJsonObejct(AlarmJsonObject& out, long /*time*/) { makeObject(out); }
