@@ -68,6 +68,22 @@ function(alarm_unit_test class)
     gtest_discover_tests(${class}Test NO_PRETTY_VALUES PROPERTIES LABELS unit TIMEOUT 30)
 endfunction()
 
+# A fuzz target of a class of the library, on doubles of the platform. Built for fuzzing it is a
+# libFuzzer program; otherwise it only replays. The corpus lies in the folder of the class's name.
+function(alarm_fuzz_test class)
+    add_executable(${class}Fuzz ${class}Fuzz.cpp)
+    add_dependencies(unit-tests ${class}Fuzz)
+    target_link_libraries(${class}Fuzz PRIVATE alarm-build alarm-common-objects platform-doubles)
+    if(ALARM_SANITIZE MATCHES "fuzzer")
+        target_link_options(${class}Fuzz PRIVATE -fsanitize=fuzzer)
+    else()
+        target_sources(${class}Fuzz PRIVATE replay.cpp)
+    endif()
+    add_test(NAME ${class}Fuzz.replay COMMAND ${class}Fuzz -runs=0
+                                              ${CMAKE_CURRENT_SOURCE_DIR}/${class})
+    set_tests_properties(${class}Fuzz.replay PROPERTIES LABELS fuzz TIMEOUT 60)
+endfunction()
+
 # Of those tests that use the desktop's libraries. What these do among themselves is not ours, and the
 # thread sanitizer does not see their locks.
 if(ALARM_SANITIZE STREQUAL "thread")
