@@ -1,5 +1,6 @@
 #include "AlarmDbModel.h"
 #include "AppCommonDouble.h"
+#include "QuickWrites.h"
 #include "StoreFile.h"
 
 #include <benchmark/benchmark.h>
@@ -108,25 +109,6 @@ void insertAlarm(sqlite3* connection, const AlarmDbData& a)
     sqlite3_finalize(stmt);
     benchmark::DoNotOptimize(sqlite3_last_insert_rowid(connection));
 }
-
-int leaveTheDiskAlone(sqlite3* connection, char** /*error*/, const void* /*api*/)
-{
-    return sqlite3_exec(connection, "PRAGMA synchronous = OFF; PRAGMA journal_mode = MEMORY",
-        nullptr, nullptr, nullptr);
-}
-
-// Connections that are opened while it lives do not wait for the disk in a write, so that what the
-// library adds to one shows.
-class QuickWrites {
-public:
-    QuickWrites() { sqlite3_auto_extension(reinterpret_cast<void (*)()>(leaveTheDiskAlone)); }
-    QuickWrites(const QuickWrites&) = delete;
-    QuickWrites& operator=(const QuickWrites&) = delete;
-    ~QuickWrites()
-    {
-        sqlite3_cancel_auto_extension(reinterpret_cast<void (*)()>(leaveTheDiskAlone));
-    }
-};
 
 AlarmDbData typicalAlarm(int number)
 {
