@@ -1,16 +1,21 @@
-// The background service: follows the alarms and knows which one rings next.
+// The background service: follows the alarms, knows which one rings next, and speaks to the phone.
 #include "common/AlarmList.h"
 #include "common/AlarmTime.h"
 #include "common/StoreFile.h"
+#include "PhoneEnd.h"
 
 #include <app_preference.h>
 #include <dlog.h>
 #include <service_app.h>
+#include <vconf.h>
 
 namespace {
 
 const char* const kTag = "alarm-service";
 const char* const kChangedKeys[] = { ".alarmDbChanged", ".alarmDbChangedWidget" };
+const char* const kSettingKeys[]
+    = { VCONFKEY_VAP_CONNECTIVITY_TYPE, VCONFKEY_WMS_WMANAGER_CONNECTED,
+          "db/wms/host_status/vendor", "db/alarm/host_alarm_notification_enabled" };
 
 std::string describe(const std::optional<AlarmDbData>& alarm, time_t now)
 {
@@ -44,23 +49,48 @@ private:
     std::string _description;
 };
 
-void changedCb(const char*, void* data) { static_cast<Upcoming*>(data)->follow(); }
+struct Service {
+    Upcoming upcoming;
+    PhoneEnd phone;
+};
+
+void alarmsChangedCb(const char*, void* data)
+{
+    auto* service = static_cast<Service*>(data);
+    service->upcoming.follow();
+    service->phone.followAlarms();
+}
+
+void settingChangedCb(keynode_t*, void* data)
+{
+    static_cast<Service*>(data)->phone.followSettings();
+}
 
 bool createCb(void* data)
 {
+    auto* service = static_cast<Service*>(data);
     app::makeStore();
     for (const char* key : kChangedKeys) {
-        if (preference_set_changed_cb(key, changedCb, data) != PREFERENCE_ERROR_NONE)
+        if (preference_set_changed_cb(key, alarmsChangedCb, data) != PREFERENCE_ERROR_NONE)
             dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
     }
-    static_cast<Upcoming*>(data)->follow();
+    for (const char* key : kSettingKeys) {
+        if (vconf_notify_key_changed(key, settingChangedCb, data) != VCONF_OK)
+            dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
+    }
+    service->upcoming.follow();
+    service->phone.followSettings();
+    service->phone.open();
     return true;
 }
 
-void terminateCb(void*)
+void terminateCb(void* data)
 {
     for (const char* key : kChangedKeys)
         (void)preference_unset_changed_cb(key);
+    for (const char* key : kSettingKeys)
+        (void)vconf_ignore_key_changed(key, settingChangedCb);
+    static_cast<Service*>(data)->phone.close();
 }
 
 } // namespace
@@ -68,9 +98,9 @@ void terminateCb(void*)
 int main(int argc, char** argv)
 {
     app::waitOnBusyStore();
-    Upcoming upcoming;
+    Service service;
     service_app_lifecycle_callback_s lifecycle = {};
     lifecycle.create = createCb;
     lifecycle.terminate = terminateCb;
-    return service_app_main(argc, argv, &lifecycle, &upcoming);
+    return service_app_main(argc, argv, &lifecycle, &service);
 }

@@ -1,8 +1,8 @@
 #include "AlertRequest.h"
 
 #include "common/Alert.h"
-#include "Failure.h"
-#include "Text.h"
+#include "common/Failure.h"
+#include "common/Text.h"
 
 #include <app_control.h>
 #include <cstdlib>

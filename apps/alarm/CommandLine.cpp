@@ -1,8 +1,8 @@
 #include "CommandLine.h"
 
 #include "Commands.h"
-#include "Failure.h"
-#include "Text.h"
+#include "common/Failure.h"
+#include "common/Text.h"
 
 #include <algorithm>
 #include <iterator>

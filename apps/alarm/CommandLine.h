@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Values.h"
+#include "common/Values.h"
 
 #include <optional>
 #include <string>

@@ -6,10 +6,10 @@
 #include "common/AlarmSave.h"
 #include "common/AlarmTime.h"
 #include "common/Alert.h"
+#include "common/Failure.h"
 #include "common/StoreFile.h"
-#include "Failure.h"
+#include "common/Text.h"
 #include "Presentation.h"
-#include "Text.h"
 #include "Watch.h"
 
 #include <cstdio>

@@ -2,9 +2,9 @@
 
 #include "common/AlarmTime.h"
 #include "common/Alert.h"
+#include "common/Text.h"
+#include "common/Values.h"
 #include "LocalText.h"
-#include "Text.h"
-#include "Values.h"
 
 #include <algorithm>
 #include <array>

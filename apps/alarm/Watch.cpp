@@ -2,10 +2,10 @@
 
 #include "common/AlarmList.h"
 #include "common/Alert.h"
+#include "common/Failure.h"
 #include "common/StoreFile.h"
-#include "Failure.h"
+#include "common/Text.h"
 #include "Presentation.h"
-#include "Text.h"
 
 #include <algorithm>
 #include <app_preference.h>

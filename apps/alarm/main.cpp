@@ -1,8 +1,8 @@
 #include "CommandLine.h"
 #include "Commands.h"
+#include "common/Failure.h"
 #include "common/Language.h"
 #include "common/StoreFile.h"
-#include "Failure.h"
 #include "Help.h"
 
 #include <cstdio>

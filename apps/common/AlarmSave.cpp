@@ -2,6 +2,7 @@
 
 #include "common/AlarmList.h"
 #include "common/AlarmTime.h"
+#include "common/PhoneLink.h"
 #include "common/SaveLock.h"
 
 #include <AlarmDbModel.h>
@@ -25,7 +26,7 @@ bool isSame(const AlarmDbData& left, const AlarmDbData& right)
         return std::tie(alarm.id, alarm.alarm_mgr_id, alarm.enable, alarm.stime, alarm.modTime,
             alarm.hour, alarm.min, alarm.name, alarm.repeat_once, alarm.repeatWeekly,
             alarm.snooze_enable, alarm.count, alarm.type, alarm.tone, alarm.volume,
-            alarm.vibration_type, alarm.deviceType);
+            alarm.vibration_type, alarm.deviceType, alarm.isNeedToSync);
     };
     return fields(left) == fields(right);
 }
@@ -75,13 +76,17 @@ Saved giveUp(const AlarmDbData& alarm)
     return cancel(alarm) ? Saved::NotStored : Saved::StillRegistered;
 }
 
+// A phone alarm rings here whether its phone is near or not, or not here at all.
 bool registerAlarm(AlarmDbData& alarm)
 {
+    const bool isOfPhone = alarm.deviceType == kPhoneDevice;
+    if (isOfPhone && !phoneAlarmsRing())
+        return true;
     AlarmDbData request = alarm;
     // The platform rings on flagged days only, and a snooze may pass midnight.
     if (alarm.count > 0)
         request.repeatWeekly |= weekdayBit(dueInstant(alarm));
-    const bool done = AlarmManagerModel().registerAlarmToServer(request, false);
+    const bool done = AlarmManagerModel().registerAlarmToServer(request, isOfPhone);
     alarm.alarm_mgr_id = done ? request.alarm_mgr_id : -1;
     return done;
 }

@@ -74,7 +74,7 @@ SaveLock::~SaveLock()
         close(_file);
 }
 
-int SaveLock::takeModTime()
+int SaveLock::takeModTime(int count)
 {
     if (!isHeld())
         return -1;
@@ -83,7 +83,7 @@ int SaveLock::takeModTime()
         return -1;
     const int last = std::max(modTimeIn(text), highestStored());
     const int given = std::max(static_cast<int>(time(nullptr)), last + 1);
-    const std::string line = std::to_string(given) + '\n';
+    const std::string line = std::to_string(given + count - 1) + '\n';
     const auto size = static_cast<ssize_t>(line.size());
     if (pwrite(_file, line.data(), line.size(), 0) != size)
         return -1;

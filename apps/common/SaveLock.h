@@ -17,9 +17,9 @@ public:
 
     bool isHeld() const { return _file >= 0; }
 
-    /// A modification time that nobody else gets: now, or a little later. -1 without the lock, or
-    /// when it cannot be noted.
-    int takeModTime();
+    /// A modification time that nobody else gets: now, or a little later. Those of the next count -
+    /// 1 seconds are the caller's too. -1 without the lock, or when it cannot be noted.
+    int takeModTime(int count = 1);
 
 private:
     int _file = -1;

@@ -1,7 +1,7 @@
-#include "Values.h"
+#include "common/Values.h"
 
-#include "Failure.h"
-#include "Text.h"
+#include "common/Failure.h"
+#include "common/Text.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,0 +1,215 @@
+#include "PhoneConversation.h"
+
+#include "PhoneMessage.h"
+#include "PhoneMirror.h"
+
+#include <AlarmJsonBuilder.h>
+#include <app_preference.h>
+#include <dlog.h>
+
+namespace {
+
+const char* const kTag = "alarm-service";
+
+// Which phone the stored alarms are of, and how many of its changes they have. The phone's changes
+// are taken again when the number could not be noted.
+const char* const kPhoneKey = "phonePairing";
+const char* const kSequenceKey = "phoneSequence";
+const int kNone = -1;
+
+int noted(const char* key)
+{
+    int value = kNone;
+    (void)preference_get_int(key, &value);
+    return value;
+}
+
+void note(const char* key, int value)
+{
+    if (noted(key) != value)
+        (void)preference_set_int(key, value);
+}
+
+void refuse(const std::string& reason)
+{
+    dlog_print(DLOG_WARN, kTag, "a phone message is refused: %s", reason.c_str());
+}
+
+void logNotStored() { dlog_print(DLOG_ERROR, kTag, "what the phone sent could not be stored"); }
+
+} // namespace
+
+void PhoneConversation::take(const std::string& text)
+{
+    PhoneMessage message;
+    const std::string fault = readPhoneMessage(text, message);
+    if (!fault.empty()) {
+        refuse(fault);
+        return;
+    }
+    if (!_isAwaited(message.type)) {
+        std::string name;
+        AlarmMessage::getId(message.type, name);
+        refuse(name + " was not expected");
+        return;
+    }
+    _phoneSequence = message.sequence;
+    switch (message.type) {
+    case AlarmMessage::FirstConnectionReq:
+        return _firstConnection(message);
+    case AlarmMessage::SequenceReq:
+        return _sequence(message);
+    case AlarmMessage::AlarmListRsp:
+        return _list(message);
+    case AlarmMessage::MobileUpdateInd:
+        return _update(message);
+    default:
+        return _settled(message);
+    }
+}
+
+void PhoneConversation::sendChanges()
+{
+    if (_awaited == Awaited::Nothing)
+        _sendUnsynced(AlarmMessage::WatchUpdateInd, Awaited::UpdateAck);
+}
+
+void PhoneConversation::_firstConnection(const PhoneMessage& message)
+{
+    if (!_meet(message.phone))
+        return;
+    _sendNumber(AlarmMessage::FirstConnectionRsp);
+    _begin();
+}
+
+void PhoneConversation::_sequence(const PhoneMessage& message)
+{
+    if (!_meet(message.phone))
+        return;
+    _sendNumber(AlarmMessage::SequenceRsp);
+    _begin();
+}
+
+void PhoneConversation::_list(const PhoneMessage& message)
+{
+    if (!mirror::takeAll(message.alarms)) {
+        logNotStored();
+        return;
+    }
+    note(kSequenceKey, message.sequence);
+    _awaited = Awaited::Nothing;
+    sendChanges();
+}
+
+// The phone has the changes of the watch.
+void PhoneConversation::_settled(const PhoneMessage&)
+{
+    const mirror::Settled settled = mirror::settle(_sent);
+    if (settled == mirror::Settled::No) {
+        logNotStored();
+        return;
+    }
+    _sent.clear();
+    _goOn();
+}
+
+void PhoneConversation::_update(const PhoneMessage& message)
+{
+    if (!mirror::take(message.alarms)) {
+        logNotStored();
+        return;
+    }
+    const bool isNext = message.sequence == noted(kSequenceKey) + 1;
+    if (isNext)
+        note(kSequenceKey, message.sequence);
+    _sendNumber(AlarmMessage::MobileUpdateAck);
+    if (_awaited == Awaited::Nothing)
+        _goOn();
+}
+
+// Before the phone has said hello nothing counts, and an answer only where one was asked for.
+bool PhoneConversation::_isAwaited(AlarmMessage::Type type) const
+{
+    switch (type) {
+    case AlarmMessage::FirstConnectionReq:
+    case AlarmMessage::SequenceReq:
+        return true;
+    case AlarmMessage::MobileUpdateInd:
+        return _awaited != Awaited::Hello;
+    case AlarmMessage::AlarmListRsp:
+        return _awaited == Awaited::List;
+    case AlarmMessage::ReconnectWatchChangeRsp:
+        return _awaited == Awaited::ChangeRsp;
+    default:
+        return _awaited == Awaited::UpdateAck;
+    }
+}
+
+// Another phone than before: the alarms of that one go, in steps that can be done again.
+bool PhoneConversation::_meet(int phone)
+{
+    if (noted(kPhoneKey) == phone)
+        return true;
+    note(kSequenceKey, kNone);
+    if (!mirror::drop()) {
+        logNotStored();
+        return false;
+    }
+    note(kPhoneKey, phone);
+    return true;
+}
+
+// The watch's changes go first, so that the phone's list has them.
+void PhoneConversation::_begin()
+{
+    _sent.clear();
+    _awaited = Awaited::Nothing;
+    _sendUnsynced(AlarmMessage::ReconnectWatchChangeReq, Awaited::ChangeRsp);
+    if (_awaited == Awaited::Nothing)
+        _goOn();
+}
+
+void PhoneConversation::_goOn()
+{
+    _awaited = Awaited::Nothing;
+    if (_phoneSequence == noted(kSequenceKey)) {
+        sendChanges();
+    } else {
+        _askForList();
+    }
+}
+
+void PhoneConversation::_askForList()
+{
+    AlarmJsonBuilder builder;
+    builder.setMessageType(AlarmMessage::AlarmListReq);
+    _awaited = Awaited::List;
+    _sendMessage(builder);
+}
+
+void PhoneConversation::_sendUnsynced(AlarmMessage::Type type, Awaited awaited)
+{
+    _sent = mirror::unsynced();
+    if (_sent.empty())
+        return;
+    AlarmJsonBuilder builder;
+    builder.setMessageType(type);
+    builder.addAlarmList(_sent);
+    _awaited = awaited;
+    _sendMessage(builder);
+}
+
+void PhoneConversation::_sendNumber(AlarmMessage::Type type)
+{
+    AlarmJsonBuilder builder;
+    builder.setMessageType(type);
+    builder.addIntegerMember("sequence", noted(kSequenceKey));
+    _sendMessage(builder);
+}
+
+void PhoneConversation::_sendMessage(AlarmJsonBuilder& builder)
+{
+    std::string text;
+    builder.getJsonMessage(text);
+    _send(text);
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "common/LineConnection.h"
+#include "PhoneConversation.h"
+
+#include <memory>
+
+/**
+ * The watch's end of the link to the phone: a local socket on which each line is a message. One
+ * phone at a time; one that connects anew takes the place of the one before. Nobody is heard while
+ * the device says that the link is down. Main loop only.
+ */
+class PhoneEnd {
+public:
+    PhoneEnd() = default;
+    PhoneEnd(const PhoneEnd&) = delete;
+    PhoneEnd& operator=(const PhoneEnd&) = delete;
+    ~PhoneEnd() { close(); }
+
+    /// Lets the phone connect.
+    void open();
+
+    /// Ends what open() began. Before the main loop ends.
+    void close();
+
+    /// To be called when the alarms have changed.
+    void followAlarms();
+
+    /// To be called when the link, the phone's make or the user's wish may have changed.
+    void followSettings();
+
+private:
+    static unsigned char _connectedCb(void* data, Ecore_Fd_Handler* handler);
+    void _accept();
+
+    int _listener = -1;
+    Ecore_Fd_Handler* _handler = nullptr;
+    std::unique_ptr<PhoneConversation> _conversation;
+    std::unique_ptr<app::LineConnection> _connection;
+};

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <AlarmDbData.h>
+#include <vector>
+
+/**
+ * The phone's alarms in the watch's store, each known by its uuid. What is done here can be done
+ * again: whatever was written before a kill or a failure is found written, and only the rest is.
+ * Each function takes its turn with the saves of the other processes. Main loop only; it may block
+ * for some seconds.
+ */
+namespace mirror {
+
+/// Stores what the phone says of some of its alarms. One that was changed here since, and of which
+/// the phone has not heard, stays as it is. False when the store cannot be written.
+bool take(const std::vector<AlarmDbData>& alarms);
+
+/// The same for all of its alarms: others of the phone are removed.
+bool takeAll(const std::vector<AlarmDbData>& alarms);
+
+/// Removes all of them, those of which the phone has not heard too.
+bool drop();
+
+/// What the phone has not heard of, deleted ones too, by row id.
+std::vector<AlarmDbData> unsynced();
+
+enum class Settled { Yes, No, ChangedSince };
+
+/// Notes that the phone has heard of what was sent; not when there have been changes since.
+Settled settle(const std::vector<AlarmDbData>& sent);
+
+/// Registers or cancels the alarms when that is not as the phone's make and the user want it.
+void followRinging();
+
+} // namespace mirror

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+/** What the watch knows of its phone's link, and where the two speak. */
+namespace app {
+
+inline const int kPhoneDevice = 1; ///< as AlarmDbData::deviceType
+
+/// The phone speaks to the watch over a local socket of this name.
+extern const char* const kPhoneSocket;
+
+/// The socket's folder.
+std::string phoneSocketFolder();
+
+/// Whether the phone's alarms ring on the watch: it is of our make, and the user lets them.
+bool phoneAlarmsRing();
+
+} // namespace app
