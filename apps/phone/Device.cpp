@@ -1,0 +1,179 @@
+#include "Device.h"
+
+#include "common/LocalSocket.h"
+#include "common/PhoneLink.h"
+
+#include <AlarmJsonBuilder.h>
+#include <AlarmJsonParser.h>
+#include <app_control.h>
+#include <Ecore.h>
+#include <vconf.h>
+
+namespace {
+
+const char* const kServiceId = "com.velmora.alarm-service";
+const char* const kVendorKey = "db/wms/host_status/vendor";
+const int kBluetooth = 1;
+const double kPause = 0.1; // seconds
+const size_t kLongestLine = 16 << 20;
+
+void setLink(bool isUp)
+{
+    (void)vconf_set_int(VCONFKEY_VAP_CONNECTIVITY_TYPE, isUp ? kBluetooth : 0);
+    (void)vconf_set_bool(VCONFKEY_WMS_WMANAGER_CONNECTED, isUp);
+}
+
+// As a message that arrives starts the watch's service.
+void wakeService()
+{
+    app_control_h made = nullptr;
+    (void)app_control_create(&made);
+    const std::unique_ptr<app_control_s, int (*)(app_control_h)> request(made, app_control_destroy);
+    (void)app_control_set_app_id(made, kServiceId);
+    (void)app_control_send_launch_request(made, nullptr, nullptr);
+}
+
+} // namespace
+
+Device::~Device() { _drop(); }
+
+void Device::pair(const std::string& vendor)
+{
+    disconnect();
+    _book.pair();
+    (void)vconf_set_str(kVendorKey, vendor.c_str());
+}
+
+void Device::connect()
+{
+    if (_connection || _timer)
+        return;
+    setLink(true);
+    _timer = ecore_timer_add(kPause, _tryCb, this);
+    _try();
+}
+
+void Device::disconnect()
+{
+    if (_connection)
+        _log.addNote("the link is down");
+    _drop();
+    setLink(false);
+}
+
+int Device::add(const AlarmDbData& alarm)
+{
+    const int number = _book.add(alarm);
+    _tell(number);
+    return number;
+}
+
+void Device::change(int number, const AlarmDbData& alarm)
+{
+    _book.change(number, alarm);
+    _tell(number);
+}
+
+void Device::send(const std::string& bytes)
+{
+    const bool isLine = bytes.find('\n') + 1 == bytes.size() && bytes.size() < 1000;
+    _log.addSent(isLine ? bytes.substr(0, bytes.size() - 1)
+                        : std::to_string(bytes.size()) + " bytes of a file");
+    _connection->sendBytes(bytes);
+}
+
+unsigned char Device::_tryCb(void* data)
+{
+    static_cast<Device*>(data)->_try();
+    return ECORE_CALLBACK_RENEW;
+}
+
+void Device::_drop()
+{
+    if (_timer)
+        ecore_timer_del(_timer);
+    _timer = nullptr;
+    _connection.reset();
+    _isHeard = false;
+}
+
+void Device::_try()
+{
+    const int socket = app::connectIn(app::phoneSocketFolder(), app::kPhoneSocket);
+    if (socket < 0) {
+        wakeService();
+        return;
+    }
+    ecore_timer_del(_timer);
+    _timer = nullptr;
+    app::LineConnection::Callbacks callbacks;
+    callbacks.line = [this](const std::string& line) { _hear(line); };
+    callbacks.tooLong = [this] { _log.addNote("the watch's message is too long"); };
+    callbacks.end = [this] {
+        _log.addNote("the link is lost");
+        _drop();
+        _timer = ecore_timer_add(kPause, _tryCb, this);
+    };
+    _connection = std::make_unique<app::LineConnection>(socket, kLongestLine, callbacks);
+    _log.addNote("the link is up");
+    _say(_book.hasMet() ? AlarmMessage::SequenceReq : AlarmMessage::FirstConnectionReq);
+}
+
+void Device::_hear(const std::string& text)
+{
+    _log.addReceived(text);
+    AlarmJsonParser parser(text);
+    std::vector<AlarmDbData> alarms;
+    parser.getAlarmList(alarms);
+    switch (parser.getMessageType()) {
+    case AlarmMessage::FirstConnectionRsp:
+        _book.meet();
+        _isHeard = true;
+        break;
+    case AlarmMessage::SequenceRsp:
+        _isHeard = true;
+        break;
+    case AlarmMessage::AlarmListReq:
+        for (const AlarmDbData& alarm : _book.alarms()) {
+            if (!alarm.isDeleted)
+                alarms.push_back(alarm);
+        }
+        _say(AlarmMessage::AlarmListRsp, &alarms);
+        break;
+    case AlarmMessage::ReconnectWatchChangeReq:
+        _book.merge(alarms);
+        _say(AlarmMessage::ReconnectWatchChangeRsp);
+        break;
+    case AlarmMessage::WatchUpdateInd:
+        _book.merge(alarms);
+        _say(AlarmMessage::WatchUpdateAck);
+        break;
+    default:
+        break;
+    }
+}
+
+void Device::_tell(int number)
+{
+    if (!_connection)
+        return;
+    const std::vector<AlarmDbData> alarms = { _book.alarms()[static_cast<size_t>(number) - 1] };
+    _say(AlarmMessage::MobileUpdateInd, &alarms);
+}
+
+void Device::_say(AlarmMessage::Type type, const std::vector<AlarmDbData>* alarms)
+{
+    AlarmJsonBuilder builder;
+    builder.setMessageType(type);
+    if (type == AlarmMessage::FirstConnectionReq || type == AlarmMessage::SequenceReq)
+        builder.addIntegerMember("phone", _book.pairing());
+    builder.addIntegerMember("sequence", _book.sequence());
+    if (alarms) {
+        std::vector<AlarmDbData> list = *alarms;
+        builder.addAlarmList(list);
+    }
+    std::string text;
+    builder.getJsonMessage(text);
+    _log.addSent(text);
+    _connection->send(text);
+}

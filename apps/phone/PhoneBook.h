@@ -1,0 +1,48 @@
+#pragma once
+
+#include <AlarmDbData.h>
+#include <string>
+#include <vector>
+
+/**
+ * The phone's own alarms and what it knows of its watch, in a file of its own. Alarms are numbered
+ * from 1 in the order in which they were made. A deleted one keeps its place, so that a change of
+ * the watch that comes later finds it deleted.
+ */
+class PhoneBook {
+public:
+    /// Reads the file, if there is one.
+    PhoneBook();
+
+    const std::vector<AlarmDbData>& alarms() const { return _alarms; }
+
+    /// The alarm of a number; null when there is none.
+    const AlarmDbData* find(int number) const;
+
+    /// Adds an alarm, of which only uuid and times are made here; the result is its number.
+    int add(AlarmDbData alarm);
+
+    /// Puts a changed alarm in the place of the one of that number.
+    void change(int number, AlarmDbData alarm);
+
+    /// Takes what the watch says of some alarms. Each side's later change counts; when that was the
+    /// phone's, the watch is to fetch it, so it counts as another change.
+    void merge(const std::vector<AlarmDbData>& alarms);
+
+    /// Forgets the watch: the next connection is a first one.
+    void pair();
+    void meet();
+
+    int pairing() const { return _pairing; } ///< 0: never paired
+    int sequence() const { return _sequence; } ///< how often the alarms were changed here
+    bool hasMet() const { return _hasMet; } ///< since it was paired
+
+private:
+    void _save();
+
+    std::string _path;
+    std::vector<AlarmDbData> _alarms;
+    int _pairing = 0;
+    int _sequence = 0;
+    bool _hasMet = false;
+};
