@@ -4,6 +4,7 @@
 #include "PhoneMirror.h"
 
 #include <AlarmJsonBuilder.h>
+#include <algorithm>
 #include <app_preference.h>
 #include <dlog.h>
 
@@ -47,18 +48,16 @@ void PhoneConversation::take(const std::string& text)
         refuse(fault);
         return;
     }
-    if (!_isAwaited(message.type)) {
+    if (!_isAwaited(message)) {
         std::string name;
         AlarmMessage::getId(message.type, name);
         refuse(name + " was not expected");
         return;
     }
-    _phoneSequence = message.sequence;
     switch (message.type) {
     case AlarmMessage::FirstConnectionReq:
-        return _firstConnection(message);
     case AlarmMessage::SequenceReq:
-        return _sequence(message);
+        return _hello(message);
     case AlarmMessage::AlarmListRsp:
         return _list(message);
     case AlarmMessage::MobileUpdateInd:
@@ -74,19 +73,14 @@ void PhoneConversation::sendChanges()
         _sendUnsynced(AlarmMessage::WatchUpdateInd, Awaited::UpdateAck);
 }
 
-void PhoneConversation::_firstConnection(const PhoneMessage& message)
+void PhoneConversation::_hello(const PhoneMessage& message)
 {
     if (!_meet(message.phone))
         return;
-    _sendNumber(AlarmMessage::FirstConnectionRsp);
-    _begin();
-}
-
-void PhoneConversation::_sequence(const PhoneMessage& message)
-{
-    if (!_meet(message.phone))
-        return;
-    _sendNumber(AlarmMessage::SequenceRsp);
+    _phoneSequence = message.sequence;
+    _sendSequence(message.type == AlarmMessage::FirstConnectionReq
+            ? AlarmMessage::FirstConnectionRsp
+            : AlarmMessage::SequenceRsp);
     _begin();
 }
 
@@ -97,12 +91,12 @@ void PhoneConversation::_list(const PhoneMessage& message)
         return;
     }
     note(kSequenceKey, message.sequence);
-    _awaited = Awaited::Nothing;
-    sendChanges();
+    _phoneSequence = message.sequence;
+    _goOn();
 }
 
 // The phone has the changes of the watch.
-void PhoneConversation::_settled(const PhoneMessage&)
+void PhoneConversation::_settled(const PhoneMessage& message)
 {
     const mirror::Settled settled = mirror::settle(_sent);
     if (settled == mirror::Settled::No) {
@@ -110,38 +104,43 @@ void PhoneConversation::_settled(const PhoneMessage&)
         return;
     }
     _sent.clear();
+    _phoneSequence = message.sequence;
     _goOn();
 }
 
+// One that comes again, or late, tells nothing new.
 void PhoneConversation::_update(const PhoneMessage& message)
 {
-    if (!mirror::take(message.alarms)) {
-        logNotStored();
-        return;
+    const int last = noted(kSequenceKey);
+    if (message.sequence > last) {
+        if (!mirror::take(message.alarms)) {
+            logNotStored();
+            return;
+        }
+        _phoneSequence = std::max(_phoneSequence, message.sequence);
+        if (message.sequence == last + 1)
+            note(kSequenceKey, message.sequence);
     }
-    const bool isNext = message.sequence == noted(kSequenceKey) + 1;
-    if (isNext)
-        note(kSequenceKey, message.sequence);
-    _sendNumber(AlarmMessage::MobileUpdateAck);
+    _sendSequence(AlarmMessage::MobileUpdateAck);
     if (_awaited == Awaited::Nothing)
         _goOn();
 }
 
-// Before the phone has said hello nothing counts, and an answer only where one was asked for.
-bool PhoneConversation::_isAwaited(AlarmMessage::Type type) const
+// Before the phone has said hello nothing counts, and an answer only to what was asked last.
+bool PhoneConversation::_isAwaited(const PhoneMessage& message) const
 {
-    switch (type) {
+    switch (message.type) {
     case AlarmMessage::FirstConnectionReq:
     case AlarmMessage::SequenceReq:
         return true;
     case AlarmMessage::MobileUpdateInd:
         return _awaited != Awaited::Hello;
     case AlarmMessage::AlarmListRsp:
-        return _awaited == Awaited::List;
+        return _awaited == Awaited::List && message.number == _number;
     case AlarmMessage::ReconnectWatchChangeRsp:
-        return _awaited == Awaited::ChangeRsp;
+        return _awaited == Awaited::ChangeRsp && message.number == _number;
     default:
-        return _awaited == Awaited::UpdateAck;
+        return _awaited == Awaited::UpdateAck && message.number == _number;
     }
 }
 
@@ -183,8 +182,7 @@ void PhoneConversation::_askForList()
 {
     AlarmJsonBuilder builder;
     builder.setMessageType(AlarmMessage::AlarmListReq);
-    _awaited = Awaited::List;
-    _sendMessage(builder);
+    _ask(builder, Awaited::List);
 }
 
 void PhoneConversation::_sendUnsynced(AlarmMessage::Type type, Awaited awaited)
@@ -195,11 +193,17 @@ void PhoneConversation::_sendUnsynced(AlarmMessage::Type type, Awaited awaited)
     AlarmJsonBuilder builder;
     builder.setMessageType(type);
     builder.addAlarmList(_sent);
-    _awaited = awaited;
+    _ask(builder, awaited);
+}
+
+void PhoneConversation::_ask(AlarmJsonBuilder& builder, Awaited answer)
+{
+    builder.addIntegerMember("number", ++_number);
+    _awaited = answer;
     _sendMessage(builder);
 }
 
-void PhoneConversation::_sendNumber(AlarmMessage::Type type)
+void PhoneConversation::_sendSequence(AlarmMessage::Type type)
 {
     AlarmJsonBuilder builder;
     builder.setMessageType(type);

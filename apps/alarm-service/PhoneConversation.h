@@ -34,23 +34,24 @@ public:
 private:
     enum class Awaited { Hello, Nothing, ChangeRsp, List, UpdateAck };
 
-    void _firstConnection(const PhoneMessage& message);
-    void _sequence(const PhoneMessage& message);
+    void _hello(const PhoneMessage& message);
     void _list(const PhoneMessage& message);
     void _settled(const PhoneMessage& message);
     void _update(const PhoneMessage& message);
 
-    bool _isAwaited(AlarmMessage::Type type) const;
+    bool _isAwaited(const PhoneMessage& message) const;
     bool _meet(int phone);
     void _begin();
     void _goOn();
     void _askForList();
     void _sendUnsynced(AlarmMessage::Type type, Awaited awaited);
-    void _sendNumber(AlarmMessage::Type type);
+    void _sendSequence(AlarmMessage::Type type);
+    void _ask(AlarmJsonBuilder& builder, Awaited answer);
     void _sendMessage(AlarmJsonBuilder& builder);
 
     Send _send;
     Awaited _awaited = Awaited::Hello;
+    int _number = 0; ///< of the last message that wants an answer, which names it
     int _phoneSequence = 0; ///< what the phone says that it is
     std::vector<AlarmDbData> _sent; ///< the changes that the phone has not acknowledged
 };

@@ -14,7 +14,6 @@ namespace {
 
 using Type = AlarmMessage::Type;
 
-const int kDeepest = 512;
 const guint kMostAlarms = 1000;
 const size_t kLongestUuid = 64;
 const size_t kLongestTitle = 1000;
@@ -24,17 +23,17 @@ const gint64 kHighest = 0x7fffffff;
 
 struct Kind {
     Type type;
-    bool hasPhone;
-    bool hasSequence;
+    bool isHello;
+    bool isAnswer;
     bool hasList;
 };
 
 const std::array<Kind, 6> kKinds = { {
-    { Type::FirstConnectionReq, true, true, false },
-    { Type::SequenceReq, true, true, false },
+    { Type::FirstConnectionReq, true, false, false },
+    { Type::SequenceReq, true, false, false },
     { Type::AlarmListRsp, false, true, true },
     { Type::ReconnectWatchChangeRsp, false, true, false },
-    { Type::MobileUpdateInd, false, true, true },
+    { Type::MobileUpdateInd, false, false, true },
     { Type::WatchUpdateAck, false, true, false },
 } };
 
@@ -51,29 +50,28 @@ private:
     std::string _text;
 };
 
-// JSON-GLib has no limit of its own, and reads the first of two texts.
-void checkNesting(const std::string& text)
+using Parser = std::unique_ptr<JsonParser, void (*)(void*)>;
+
+// The only element of the text in brackets: JSON-GLib would read the first of two texts. The
+// library's parser refuses what JSON-GLib could not bear, and looks for no members in an array.
+Parser parse(const std::string& text)
 {
-    int depth = 0;
-    bool isText = false;
-    bool isOver = false;
-    for (size_t at = 0; at < text.size(); ++at) {
-        const char c = text[at];
-        if (isText) {
-            at += c == '\\' ? 1 : 0;
-            isText = c != '"';
-            continue;
-        }
-        if (isOver && c != ' ' && c != '\t' && c != '\r')
-            throw Refusal("more than one JSON text");
-        isText = c == '"';
-        if (c == '{' || c == '[') {
-            if (++depth > kDeepest)
-                throw Refusal("nested deeper than 512");
-        } else if (c == '}' || c == ']') {
-            isOver = --depth <= 0;
-        }
-    }
+    const std::string array = "[" + text + "]";
+    if (AlarmJsonParser(array).getMessageType() != Type::FirstConnectionReq)
+        throw Refusal("it is not JSON, or nested too deep");
+    Parser parser(json_parser_new(), g_object_unref);
+    (void)json_parser_load_from_data(
+        parser.get(), array.data(), static_cast<gssize>(array.size()), nullptr);
+    return parser;
+}
+
+JsonObject* objectOf(JsonParser* parser)
+{
+    JsonArray* texts = json_node_get_array(json_parser_get_root(parser));
+    JsonNode* node = json_array_get_length(texts) == 1 ? json_array_get_element(texts, 0) : nullptr;
+    if (!node || !JSON_NODE_HOLDS_OBJECT(node))
+        throw Refusal("it is not one JSON object");
+    return json_node_get_object(node);
 }
 
 JsonNode* memberOf(JsonObject* object, const char* name, GType type)
@@ -199,25 +197,16 @@ void read(const std::string& text, PhoneMessage& message)
 {
     if (!g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr))
         throw Refusal("it is not UTF-8");
-    checkNesting(text);
-    const std::unique_ptr<JsonParser, void (*)(void*)> parser(json_parser_new(), g_object_unref);
-    GError* error = nullptr;
-    if (!json_parser_load_from_data(
-            parser.get(), text.data(), static_cast<gssize>(text.size()), &error)) {
-        g_error_free(error);
-        throw Refusal("it is not JSON");
-    }
-    JsonNode* root = json_parser_get_root(parser.get());
-    if (!root || !JSON_NODE_HOLDS_OBJECT(root))
-        throw Refusal("it is not a JSON object");
-    JsonObject* object = json_node_get_object(root);
+    const Parser parser = parse(text);
+    JsonObject* object = objectOf(parser.get());
 
     const Kind& kind = kindOf(object);
     message.type = kind.type;
-    if (kind.hasPhone)
+    if (kind.isHello)
         message.phone = requiredNumber(object, "phone", 1, kHighest);
-    if (kind.hasSequence)
-        message.sequence = requiredNumber(object, "sequence", 0, kHighest);
+    if (kind.isAnswer)
+        message.number = requiredNumber(object, "number", 1, kHighest);
+    message.sequence = requiredNumber(object, "sequence", 0, kHighest);
     if (!kind.hasList)
         return;
     checkList(object);

@@ -95,11 +95,14 @@ AlarmDbData merged(AlarmDbData alarm, const AlarmDbData& phones)
     return alarm;
 }
 
+enum class Told { Some, All };
+
 // One pass over the phone's alarms, which writes what is not yet stored.
 class Pass {
 public:
-    explicit Pass(int modTime)
-        : _modTime(modTime)
+    Pass(Told told, int modTime)
+        : _told(told)
+        , _modTime(modTime)
     {
         for (AlarmDbData& alarm : storedAlarms()) {
             if (!_stored.emplace(alarm.uuid, alarm).second)
@@ -117,7 +120,7 @@ public:
         }
         const AlarmDbData stored = found->second;
         _stored.erase(found);
-        if (stored.isNeedToSync && phones.mobileModifiedTime <= stored.mobileModifiedTime)
+        if (_isOlder(phones, stored))
             return;
         if (phones.isDeleted) {
             _remove(stored);
@@ -140,6 +143,14 @@ public:
     bool isDone() const { return _writes == 0; }
 
 private:
+    // A whole list is what the phone has now; a single change may have been on its way for long.
+    bool _isOlder(const AlarmDbData& phones, const AlarmDbData& stored) const
+    {
+        if (stored.isNeedToSync)
+            return phones.mobileModifiedTime <= stored.mobileModifiedTime;
+        return _told == Told::Some && phones.mobileModifiedTime < stored.mobileModifiedTime;
+    }
+
     void _insert(AlarmDbData alarm)
     {
         alarm.volume = kVolumeOfNewAlarm;
@@ -174,6 +185,7 @@ private:
         return _modTime++;
     }
 
+    Told _told;
     int _modTime;
     int _writes = 0;
     std::map<std::string, AlarmDbData> _stored; ///< those not yet taken, by uuid
@@ -181,7 +193,7 @@ private:
 };
 
 // Until a pass finds nothing to write: the library does not tell what was lost.
-bool run(const std::vector<AlarmDbData>& alarms, bool isAll)
+bool run(const std::vector<AlarmDbData>& alarms, Told told)
 {
     app::SaveLock lock;
     if (!lock.isHeld() || !app::storeFault().empty())
@@ -190,10 +202,10 @@ bool run(const std::vector<AlarmDbData>& alarms, bool isAll)
         const int modTime = lock.takeModTime(static_cast<int>(alarms.size()) + 1);
         if (modTime < 0)
             return false;
-        Pass pass(modTime);
+        Pass pass(told, modTime);
         for (const AlarmDbData& alarm : alarms)
             pass.take(alarm);
-        if (isAll)
+        if (told == Told::All)
             pass.removeOthers();
         if (pass.isDone())
             return true;
@@ -203,9 +215,9 @@ bool run(const std::vector<AlarmDbData>& alarms, bool isAll)
 
 } // namespace
 
-bool take(const std::vector<AlarmDbData>& alarms) { return run(alarms, false); }
+bool take(const std::vector<AlarmDbData>& alarms) { return run(alarms, Told::Some); }
 
-bool takeAll(const std::vector<AlarmDbData>& alarms) { return run(alarms, true); }
+bool takeAll(const std::vector<AlarmDbData>& alarms) { return run(alarms, Told::All); }
 
 bool drop()
 {
@@ -250,17 +262,28 @@ void followRinging()
     const app::SaveLock lock;
     if (!lock.isHeld())
         return;
-    const bool shallRing = app::phoneAlarmsRing();
+    const bool areWanted = app::phoneAlarmsRing();
+    const auto shallRing = [areWanted](const AlarmDbData& alarm) {
+        return areWanted && alarm.enable && !alarm.isDeleted;
+    };
     const std::vector<AlarmDbData> alarms = storedAlarms();
-    const bool isRight = std::all_of(alarms.begin(), alarms.end(), [=](const AlarmDbData& alarm) {
-        return !alarm.enable || alarm.isDeleted || (alarm.alarm_mgr_id > 0) == shallRing;
+    const bool isRight = std::all_of(alarms.begin(), alarms.end(), [&](const AlarmDbData& alarm) {
+        return alarm.isDeleted || (alarm.alarm_mgr_id > 0) == shallRing(alarm);
     });
     if (isRight)
         return;
-    if (shallRing) {
+    if (areWanted) {
         AlarmSyncUtil::registerMobileAlarm();
     } else {
         AlarmSyncUtil::unregisterMobileAlarm();
+    }
+    // The library registers deleted ones too, and cancels none for a phone of another make.
+    AlarmDbModel store;
+    for (AlarmDbData& alarm : storedAlarms()) {
+        if (alarm.alarm_mgr_id <= 0 || shallRing(alarm))
+            continue;
+        AlarmManagerModel().unregisterAlarmFromServer(alarm, true);
+        store.updateAlarmData(alarm, false, false, false, true);
     }
 }
 

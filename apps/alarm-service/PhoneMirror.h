@@ -11,11 +11,12 @@
  */
 namespace mirror {
 
-/// Stores what the phone says of some of its alarms. One that was changed here since, and of which
-/// the phone has not heard, stays as it is. False when the store cannot be written.
+/// Stores what the phone says of some of its alarms, where that is not older than what is stored.
+/// False when the store cannot be written.
 bool take(const std::vector<AlarmDbData>& alarms);
 
-/// The same for all of its alarms: others of the phone are removed.
+/// Stores what the phone says of all of its alarms, and removes others of the phone. One that was
+/// changed here since, and of which the phone has not heard, stays as it is.
 bool takeAll(const std::vector<AlarmDbData>& alarms);
 
 /// Removes all of them, those of which the phone has not heard too.

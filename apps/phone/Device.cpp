@@ -125,6 +125,8 @@ void Device::_hear(const std::string& text)
     AlarmJsonParser parser(text);
     std::vector<AlarmDbData> alarms;
     parser.getAlarmList(alarms);
+    int number = 0;
+    parser.getIntegerValue("number", number);
     switch (parser.getMessageType()) {
     case AlarmMessage::FirstConnectionRsp:
         _book.meet();
@@ -138,15 +140,15 @@ void Device::_hear(const std::string& text)
             if (!alarm.isDeleted)
                 alarms.push_back(alarm);
         }
-        _say(AlarmMessage::AlarmListRsp, &alarms);
+        _say(AlarmMessage::AlarmListRsp, number, &alarms);
         break;
     case AlarmMessage::ReconnectWatchChangeReq:
         _book.merge(alarms);
-        _say(AlarmMessage::ReconnectWatchChangeRsp);
+        _say(AlarmMessage::ReconnectWatchChangeRsp, number);
         break;
     case AlarmMessage::WatchUpdateInd:
         _book.merge(alarms);
-        _say(AlarmMessage::WatchUpdateAck);
+        _say(AlarmMessage::WatchUpdateAck, number);
         break;
     default:
         break;
@@ -158,15 +160,17 @@ void Device::_tell(int number)
     if (!_connection)
         return;
     const std::vector<AlarmDbData> alarms = { _book.alarms()[static_cast<size_t>(number) - 1] };
-    _say(AlarmMessage::MobileUpdateInd, &alarms);
+    _say(AlarmMessage::MobileUpdateInd, 0, &alarms);
 }
 
-void Device::_say(AlarmMessage::Type type, const std::vector<AlarmDbData>* alarms)
+void Device::_say(AlarmMessage::Type type, int number, const std::vector<AlarmDbData>* alarms)
 {
     AlarmJsonBuilder builder;
     builder.setMessageType(type);
     if (type == AlarmMessage::FirstConnectionReq || type == AlarmMessage::SequenceReq)
         builder.addIntegerMember("phone", _book.pairing());
+    if (number != 0)
+        builder.addIntegerMember("number", number);
     builder.addIntegerMember("sequence", _book.sequence());
     if (alarms) {
         std::vector<AlarmDbData> list = *alarms;

@@ -36,7 +36,7 @@ public:
     int add(const AlarmDbData& alarm);
     void change(int number, const AlarmDbData& alarm);
 
-    /// Sends bytes as they are.
+    /// Sends bytes as they are; nowhere when it is not connected.
     void send(const std::string& bytes);
 
 private:
@@ -45,7 +45,8 @@ private:
     void _try();
     void _hear(const std::string& text);
     void _tell(int number);
-    void _say(AlarmMessage::Type type, const std::vector<AlarmDbData>* alarms = nullptr);
+    void _say(
+        AlarmMessage::Type type, int number = 0, const std::vector<AlarmDbData>* alarms = nullptr);
 
     PhoneBook _book;
     TalkLog _log;
