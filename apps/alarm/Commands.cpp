@@ -205,11 +205,12 @@ const Command kCommands[] = {
     { "list", false, false, list,
         "alarm list [--json|--plain]: all alarms by time of day, in a table that cuts long names,\n"
         "or as a JSON array. Times and days are as the device's language and region have them;\n"
-        "with --plain they are the same everywhere\n" },
+        "with --plain they are the same everywhere. The table says which are the phone's\n" },
     { "show", true, false, show, "alarm show ID [--json]: everything about an alarm\n" },
     { "edit", true, true, edit,
         "alarm edit ID [TIME] [OPTION...]: changes what is given, and registers the alarm\n"
-        "anew when that is its time or days and it is on; alarm on switches it on\n" },
+        "anew when that is its time or days and it is on; alarm on switches it on. The phone is\n"
+        "told of what becomes of its alarms\n" },
     { "on", true, false, switchOn,
         "alarm on ID [--json]: switches an alarm on; it is registered anew\n" },
     { "off", true, false, switchOff,

@@ -2,6 +2,7 @@
 
 #include "common/AlarmTime.h"
 #include "common/Alert.h"
+#include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "common/Values.h"
 #include "LocalText.h"
@@ -68,7 +69,9 @@ std::string daysOf(const AlarmDbData& alarm)
     return daysText({ alarm.repeat_once != 0, alarm.repeatWeekly });
 }
 
-const char* deviceOf(const AlarmDbData& alarm) { return alarm.deviceType == 1 ? "phone" : "watch"; }
+bool isOfPhone(const AlarmDbData& alarm) { return alarm.deviceType == app::kPhoneDevice; }
+
+const char* deviceOf(const AlarmDbData& alarm) { return isOfPhone(alarm) ? "phone" : "watch"; }
 
 std::string typeText(int type)
 {
@@ -164,13 +167,21 @@ std::string alarmTable(
 {
     if (alarms.empty())
         return "no alarms\n";
-    std::vector<Row> rows = { { "ID", "TIME", "DAYS", "STATE", "NEXT", "NAME" } };
+    std::vector<Row> rows = { { "ID", "TIME", "DAYS", "STATE", "NEXT" } };
     for (const AlarmDbData& alarm : alarms) {
         rows.push_back({ std::to_string(alarm.id),
             plain ? clockText(alarm.hour, alarm.min) : localTimeText(alarm),
             plain ? daysOf(alarm) : localDaysText(alarm), stateOf(alarm, now),
-            nextText(alarm, now, plain), "" });
+            nextText(alarm, now, plain) });
     }
+    if (std::any_of(alarms.begin(), alarms.end(), isOfPhone)) {
+        rows.front().emplace_back("DEVICE");
+        for (size_t i = 0; i < alarms.size(); ++i)
+            rows[i + 1].emplace_back(deviceOf(alarms[i]));
+    }
+    for (Row& row : rows)
+        row.emplace_back();
+    rows.front().back() = "NAME";
 
     const std::string head = tableText(rows);
     const size_t taken = head.find("NAME");
