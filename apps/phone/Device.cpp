@@ -1,5 +1,6 @@
 #include "Device.h"
 
+#include "common/Failure.h"
 #include "common/LocalSocket.h"
 #include "common/PhoneLink.h"
 
@@ -107,7 +108,13 @@ void Device::_try()
     ecore_timer_del(_timer);
     _timer = nullptr;
     app::LineConnection::Callbacks callbacks;
-    callbacks.line = [this](const std::string& line) { _hear(line); };
+    callbacks.line = [this](const std::string& line) {
+        try {
+            _hear(line);
+        } catch (const Failure& failure) {
+            _log.addNote(failure.what()); // the watch tells again what was not answered
+        }
+    };
     callbacks.tooLong = [this] { _log.addNote("the watch's message is too long"); };
     callbacks.end = [this] {
         _log.addNote("the link is lost");

@@ -7,9 +7,11 @@
 #include "Device.h"
 
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <system_error>
 
 namespace {
 
@@ -202,12 +204,15 @@ public:
     {
         const std::string path = takeWord(_words, "send needs a file");
         takeNoMore(_words);
-        std::ifstream file(path, std::ios::binary);
-        const std::string bytes{ std::istreambuf_iterator<char>(file), {} };
-        if (!file)
+        std::error_code error;
+        std::ifstream file;
+        if (std::filesystem::is_regular_file(path, error))
+            file.open(path, std::ios::binary);
+        if (!file.is_open())
             throw badInput("the file " + quoted(path) + " cannot be read");
         if (!_device.isConnected())
             throw Failure(Failure::kFailed, "the phone is not connected; phone connect does it");
+        const std::string bytes{ std::istreambuf_iterator<char>(file), {} };
         _device.send(bytes);
         return std::to_string(bytes.size()) + " bytes sent\n";
     }
