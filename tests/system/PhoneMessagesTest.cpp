@@ -1,0 +1,445 @@
+#include "common/LocalSocket.h"
+#include "common/PhoneLink.h"
+#include "PhonePeer.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+using testing::HasSubstr;
+
+namespace {
+
+const PhoneAlarm kWork = { "u1", "Work", 730 };
+const PhoneAlarm kLate = { "u2", "Late", 900 };
+
+PhoneAlarm changed(PhoneAlarm alarm, int time, int modified)
+{
+    alarm.time = time;
+    alarm.modified = modified;
+    return alarm;
+}
+
+size_t count(const std::string& text, const std::string& part)
+{
+    size_t found = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++found;
+    return found;
+}
+
+// An update with the alarm {MEMBERS}, in which from is replaced by to.
+std::string update(const std::string& from, const std::string& to)
+{
+    std::string text = R"({"msgId":"alarm-mobile-update-ind","sequence":2,"list":[)"
+        + PhoneAlarm{ "u3", "New" }.json() + "]}";
+    const size_t at = text.find(from);
+    return at == std::string::npos ? "" : text.replace(at, from.size(), to);
+}
+
+} // namespace
+
+class PhoneMessagesTest : public PhonePeer {
+protected:
+    /// Sends it; it must be refused for that reason, in one line, and change nothing.
+    void expectRefused(const std::string& line, const std::string& reason)
+    {
+        const size_t before = count(session.logText(), "a phone message is refused: ");
+        const std::string rows = store->version();
+        send(line);
+        expectSilence();
+        const std::string text = session.logText();
+        EXPECT_EQ(before + 1, count(text, "a phone message is refused: ")) << reason;
+        EXPECT_THAT(text.substr(text.rfind("a phone message is refused: ")),
+            testing::StartsWith("a phone message is refused: " + reason + "\n"));
+        EXPECT_EQ(rows, store->version()) << reason;
+    }
+
+    pid_t service() { return session.pidOf("com.velmora.alarm-service"); }
+
+    void killAndWait()
+    {
+        killService();
+        ASSERT_TRUE(waitUntilDisconnected());
+        ASSERT_TRUE(session.waitFor([this] { return service() == 0; }));
+    }
+};
+
+TEST_F(PhoneMessagesTest, WhatIsNoMessageIsRefused)
+{
+    meet(1, { kWork });
+    const pid_t before = service();
+    const struct {
+        std::string text;
+        const char* reason;
+    } rows[] = {
+        { "garbage", "it is not JSON, or nested too deep" },
+        { R"({"msgId":"alarm-sequence-req")", "it is not JSON, or nested too deep" },
+        { R"({} {})", "it is not JSON, or nested too deep" },
+        { std::string(100000, '['), "it is not JSON, or nested too deep" },
+        { R"({"a":)" + std::string(600, '[') + std::string(600, ']') + "}",
+            "it is not JSON, or nested too deep" },
+        { "", "it is not one JSON object" },
+        { "[1,2]", "it is not one JSON object" },
+        { "7", "it is not one JSON object" },
+        { R"({},{})", "it is not one JSON object" },
+        { "\xff\xfe", "it is not UTF-8" },
+        { R"({"list":[]})", "there is no msgId" },
+        { R"({"msgId":5})", "msgId is of another type" },
+        { R"({"msgId":"alarm-nonsense-req"})", R"(unknown msgId "alarm-nonsense-req")" },
+        { R"({"msgId":""})", R"(unknown msgId "")" },
+        { R"({"msgId":"alarm-list-req"})", "alarm-list-req is not for the phone to send" },
+        { R"({"msgId":"alarm-sequence-req","sequence":1})", "there is no phone" },
+        { R"({"msgId":"alarm-sequence-req","phone":0,"sequence":1})", "phone is out of range" },
+        { R"({"msgId":"alarm-sequence-req","phone":1})", "there is no sequence" },
+        { R"({"msgId":"alarm-sequence-req","phone":1,"sequence":-1})", "sequence is out of range" },
+        { R"({"msgId":"alarm-list-rsp","sequence":1,"list":[]})", "there is no number" },
+        { R"({"msgId":"alarm-list-rsp","number":1,"sequence":1,"list":[]})",
+            "alarm-list-rsp was not expected" },
+        { R"({"msgId":"alarm-watch-update-ack","number":1,"sequence":1})",
+            "alarm-watch-update-ack was not expected" },
+        { R"({"msgId":"alarm-reconnect-watch-change-rsp","number":1,"sequence":1})",
+            "alarm-reconnect-watch-change-rsp was not expected" },
+        { R"({"msgId":"alarm-mobile-update-ind","sequence":2})", "there is no list" },
+        { R"({"msgId":"alarm-mobile-update-ind","sequence":2,"list":{}})", "list is not an array" },
+        { R"({"msgId":"alarm-mobile-update-ind","sequence":2,"list":[5]})",
+            "list has an element that is no object" },
+    };
+    for (const auto& row : rows)
+        expectRefused(row.text, row.reason);
+    EXPECT_EQ("Work u1 730", stored());
+    EXPECT_EQ(before, service());
+}
+
+TEST_F(PhoneMessagesTest, AlarmThatMustNotBeStoredIsRefused)
+{
+    meet(1, { kWork });
+    const std::string other = PhoneAlarm{ "u4", "Other" }.json();
+    const struct {
+        std::string from;
+        std::string to;
+        const char* reason;
+    } rows[] = {
+        { R"("uuid":"u3",)", "", "there is no uuid" },
+        { R"("u3")", "3", "uuid is of another type" },
+        { R"("u3")", R"("")", "a uuid is empty or no plain text" },
+        { R"("u3")", R"("a\tb")", "a uuid is empty or no plain text" },
+        { R"("u3")", '"' + std::string(65, 'u') + '"', "uuid is longer than 64" },
+        { R"("New")", "true", "title is of another type" },
+        { R"("New")", '"' + std::string(1001, 'x') + '"', "title is longer than 1000" },
+        { R"("New")", R"("x\ud800y")", "title is not UTF-8" },
+        { R"("alarm_time":730,)", "", "there is no alarm_time" },
+        { "730", R"("730")", "alarm_time is of another type" },
+        { "730", "7.5", "alarm_time is of another type" },
+        { "730", "9999", "alarm_time is out of range" },
+        { "730", "-1", "alarm_time is out of range" },
+        { "730", "1099511627776", "alarm_time is out of range" },
+        { "730", "760", "alarm_time is out of range" },
+        { "730", "2400", "alarm_time is out of range" },
+        { R"("alerttime":0)", R"("alerttime":-2)", "alerttime is out of range" },
+        { R"("alerttime":0)", R"("alerttime":253402300800000)", "alerttime is out of range" },
+        { R"("created_time":1)", R"("created_time":-1)", "created_time is out of range" },
+        { R"("created_time":1)", R"("created_time":"1")", "created_time is of another type" },
+        { R"("modified_time":1,)", "", "there is no modified_time" },
+        { R"("modified_time":1)", R"("modified_time":-1)", "modified_time is out of range" },
+        { R"("enable":true)", R"("enable":1)", "enable is of another type" },
+        { R"("enable":true,)", "", "there is no enable" },
+        { "286331157", "-5", "repeat_type is out of range" },
+        { "286331157", "4294967296", "repeat_type is out of range" },
+        { "286331157", "5", "repeat_type is weekly on no day" },
+        { "286331157", R"("daily")", "repeat_type is of another type" },
+        { R"("is_deleted":false)", R"("is_deleted":0)", "is_deleted is of another type" },
+        { "]}", "," + PhoneAlarm{ "u3", "Twice" }.json() + "]}", "the uuid u3 comes twice" },
+        { "]}", "," + other + ",7]}", "list has an element that is no object" },
+    };
+    for (const auto& row : rows) {
+        const std::string line = update(row.from, row.to);
+        ASSERT_NE("", line) << row.from;
+        expectRefused(line, row.reason);
+    }
+    EXPECT_EQ("Work u1 730", stored());
+}
+
+TEST_F(PhoneMessagesTest, ListsAndLinesThatAreTooLongAreRefused)
+{
+    meet(1, { kWork });
+    const pid_t before = service();
+    std::string list = R"({"msgId":"alarm-mobile-update-ind","sequence":2,"list":[{})";
+    for (int i = 0; i < 1000; ++i)
+        list += ",{}";
+    expectRefused(list + "]}", "list has more than 1000 alarms");
+    expectRefused(std::string(10000000, ' ') + "{}", "it is longer than 1048576 bytes");
+    std::vector<PhoneAlarm> alarms;
+    for (int i = 0; i < 100000; ++i)
+        alarms.push_back({ "u" + std::to_string(i), "Many" });
+    std::string many = R"({"msgId":"alarm-list-rsp","number":1,"sequence":2,"list":[)";
+    for (const PhoneAlarm& alarm : alarms)
+        many += alarm.json() + ',';
+    many.back() = ']';
+    expectRefused(many + "}", "it is longer than 1048576 bytes");
+    EXPECT_EQ("Work u1 730", stored());
+    EXPECT_EQ(before, service());
+}
+
+TEST_F(PhoneMessagesTest, NothingCountsBeforeHello)
+{
+    connect();
+    sendUpdate(1, kWork);
+    sendList(1, 1, { kWork });
+    ASSERT_TRUE(waitForLog("alarm-mobile-update-ind was not expected"));
+    ASSERT_TRUE(waitForLog("alarm-list-rsp was not expected"));
+
+    sayHello("first-connection-req", 0);
+
+    EXPECT_EQ("first-connection-rsp -1", receiveKind());
+    EXPECT_EQ("", stored());
+}
+
+TEST_F(PhoneMessagesTest, HalfAMessageIsNone)
+{
+    meet(1, { kWork });
+    const pid_t before = service();
+    const std::string whole
+        = R"({"msgId":"alarm-mobile-update-ind","sequence":2,"list":[)" + kLate.json() + "]}\n";
+
+    sendBytes(whole.substr(0, 90)); // and silence
+    addAlarm({ "05:00", "--name", "Own" });
+    ASSERT_TRUE(waitForLog("upcoming alarm " + std::to_string(idOf("Own"))));
+    EXPECT_EQ("Work u1 730", stored());
+    disconnect();
+    ASSERT_TRUE(waitForLog("the phone is away"));
+    connect();
+    sayHello("sequence-req", 1);
+    EXPECT_EQ("sequence-rsp 1", receiveKind());
+
+    sendBytes(whole.substr(0, 90));
+    sendBytes(whole.substr(90));
+    EXPECT_EQ("mobile-update-ack 2", receiveKind());
+    EXPECT_EQ("Late u2 900,Work u1 730", stored());
+    EXPECT_EQ(before, service());
+}
+
+TEST_F(PhoneMessagesTest, DoubledAndLateUpdatesChangeNothing)
+{
+    meet(1, { kWork });
+    sendUpdate(2, changed(kWork, 800, 2));
+    sendUpdate(3, changed(kWork, 900, 3));
+    EXPECT_EQ("mobile-update-ack 2", receiveKind());
+    EXPECT_EQ("mobile-update-ack 3", receiveKind());
+    const std::string version = store->version();
+
+    sendUpdate(3, changed(kWork, 900, 3));
+    sendUpdate(2, changed(kWork, 800, 2));
+    EXPECT_EQ("mobile-update-ack 3", receiveKind());
+    EXPECT_EQ("mobile-update-ack 3", receiveKind());
+
+    expectSilence();
+    EXPECT_EQ("Work u1 900", stored());
+    EXPECT_EQ(version, store->version());
+}
+
+TEST_F(PhoneMessagesTest, MissedUpdateMakesTheWatchAskForTheList)
+{
+    meet(1, { kWork });
+
+    sendUpdate(3, kLate);
+    EXPECT_EQ("mobile-update-ack 1", receiveKind());
+    EXPECT_EQ("list-req 2", receiveKind());
+    sendList(1, 1, {}); // an earlier answer, late
+    ASSERT_TRUE(waitForLog("alarm-list-rsp was not expected"));
+    sendList(2, 3, { changed(kWork, 800, 2), kLate });
+
+    expectSilence();
+    EXPECT_EQ("Late u2 900,Work u1 800", stored());
+}
+
+TEST_F(PhoneMessagesTest, WholeListReplacesTheWatchsCopy)
+{
+    meet(5, { kWork, kLate });
+    connect();
+
+    sayHello("sequence-req", 2); // as a phone does that was restored from a backup
+    EXPECT_EQ("sequence-rsp 5", receiveKind());
+    EXPECT_EQ("list-req 1", receiveKind());
+    sendList(1, 2, { changed(kLate, 1000, 0), { "u3", "New" } });
+
+    expectSilence();
+    EXPECT_EQ("Late u2 1000,New u3 730", stored());
+    EXPECT_EQ(2U, session.alarms().size());
+}
+
+TEST_F(PhoneMessagesTest, WatchTellsItsChangeUntilItIsAcknowledged)
+{
+    meet(1, { kWork, kLate });
+    alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
+    const std::string told = receive();
+    EXPECT_THAT(told,
+        HasSubstr(R"("alarm-watch-update-ind","list":[{"uuid":"u1","title":"Work",)"
+                  R"("alarm_time":600,)"));
+    killAndWait();
+    alarmOutput({ "remove", std::to_string(idOf("Late")) });
+    EXPECT_EQ("Late u2 900 unsynced deleted,Work u1 600 unsynced", stored());
+
+    connect();
+    sayHello("sequence-req", 1);
+    EXPECT_EQ("sequence-rsp 1", receiveKind());
+    const std::string again = receive();
+    EXPECT_THAT(again, HasSubstr(R"("alarm-reconnect-watch-change-req")"));
+    EXPECT_EQ("u1 0,u2 1",
+        store->query("SELECT json_extract(value, '$.uuid'), json_extract(value,"
+                     " '$.is_deleted') FROM json_each(?, '$.list') ORDER BY 1",
+            again));
+    sendAnswer("watch-update-ack", 2, 1); // of an earlier connection
+    ASSERT_TRUE(waitForLog("alarm-watch-update-ack was not expected"));
+    EXPECT_EQ("Late u2 900 unsynced deleted,Work u1 600 unsynced", stored());
+    sendAnswer("reconnect-watch-change-rsp", 1, 1);
+
+    expectSilence();
+    EXPECT_EQ("Work u1 600", stored());
+    sendAnswer("reconnect-watch-change-rsp", 1, 1);
+    EXPECT_TRUE(waitForLog("alarm-reconnect-watch-change-rsp was not expected"));
+}
+
+TEST_F(PhoneMessagesTest, AcknowledgementOfAnEarlierChangeDoesNotSettleALaterOne)
+{
+    meet(1, { kWork });
+    alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
+    EXPECT_EQ("watch-update-ind 2", receiveKind());
+    alarmOutput({ "edit", std::to_string(idOf("Work")), "05:00" });
+
+    sendAnswer("watch-update-ack", 2, 1);
+
+    EXPECT_EQ("watch-update-ind 3", receiveKind());
+    sendAnswer("watch-update-ack", 2, 1);
+    ASSERT_TRUE(waitForLog("alarm-watch-update-ack was not expected"));
+    EXPECT_EQ("Work u1 500 unsynced", stored());
+    sendAnswer("watch-update-ack", 3, 1);
+    expectSilence();
+    EXPECT_EQ("Work u1 500", stored());
+}
+
+TEST_F(PhoneMessagesTest, UpdateThatComesWhileTheWatchWaitsIsTakenAtOnce)
+{
+    meet(1, { kWork });
+    alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
+    EXPECT_EQ("watch-update-ind 2", receiveKind());
+
+    sendUpdate(2, kLate);
+    sendUpdate(3, changed(kWork, 900, 2)); // older than the watch's own change
+    EXPECT_EQ("mobile-update-ack 2", receiveKind());
+    EXPECT_EQ("mobile-update-ack 3", receiveKind());
+    EXPECT_EQ("Late u2 900,Work u1 600 unsynced", stored());
+
+    sendAnswer("watch-update-ack", 2, 4); // the phone has merged it
+    EXPECT_EQ("list-req 3", receiveKind());
+}
+
+TEST_F(PhoneMessagesTest, UpdateWhoseAcknowledgementIsLostIsNotStoredTwice)
+{
+    meet(1, { kWork });
+    sendUpdate(2, kLate);
+    ASSERT_TRUE(session.waitFor([this] { return idOf("Late") > 0; }));
+    killAndWait();
+
+    connect();
+    sayHello("sequence-req", 2);
+    const std::string answer = receiveKind();
+    if (answer == "sequence-rsp 1") { // killed before the number was noted
+        EXPECT_EQ("list-req 1", receiveKind());
+        sendList(1, 2, { kWork, kLate });
+    }
+
+    expectSilence();
+    EXPECT_EQ("Late u2 900,Work u1 730", stored());
+    EXPECT_EQ("Late,Work",
+        store->query("SELECT name FROM alarm WHERE alarm_mgr_id > 0"
+                     " ORDER BY name"));
+}
+
+TEST_F(PhoneMessagesTest, DeletedAlarmGoesAndALateUpdateDoesNotBringItBack)
+{
+    meet(1, { kWork, kLate });
+    PhoneAlarm deleted = changed(kLate, 900, 2);
+    deleted.isDeleted = true;
+    sendUpdate(2, deleted);
+    EXPECT_EQ("mobile-update-ack 2", receiveKind());
+    sendUpdate(1, kLate);
+    EXPECT_EQ("mobile-update-ack 2", receiveKind());
+    deleted.uuid = "never heard of";
+    sendUpdate(3, deleted);
+    EXPECT_EQ("mobile-update-ack 3", receiveKind());
+
+    EXPECT_EQ("Work u1 730", stored());
+    EXPECT_EQ(1U, session.alarms().size());
+}
+
+TEST_F(PhoneMessagesTest, AnotherPhoneBeginsAnew)
+{
+    meet(1, { kWork });
+    alarmOutput({ "off", std::to_string(idOf("Work")) });
+    connect();
+
+    sayHello("sequence-req", 1, 2);
+
+    EXPECT_EQ("sequence-rsp -1", receiveKind());
+    EXPECT_EQ("list-req 1", receiveKind());
+    EXPECT_EQ("", stored());
+    EXPECT_EQ(0U, session.alarms().size());
+}
+
+TEST_F(PhoneMessagesTest, NewConnectionTakesThePlaceOfTheFormer)
+{
+    meet(1, { kWork });
+    const int socket = app::connectIn(app::phoneSocketFolder(), app::kPhoneSocket);
+    ASSERT_GE(socket, 0);
+    EXPECT_TRUE(waitUntilDisconnected());
+    close(socket);
+}
+
+TEST_F(PhoneMessagesTest, NobodyIsHeardWhileTheLinkIsDown)
+{
+    meet(1, { kWork });
+    session.setKey("memory/wms/wmanager_connected", false);
+    EXPECT_TRUE(waitUntilDisconnected());
+
+    connect();
+
+    EXPECT_TRUE(waitUntilDisconnected());
+    EXPECT_TRUE(waitForLog("somebody connects while the phone's link is down"));
+}
+
+TEST_F(PhoneMessagesTest, UpdateThatCannotBeStoredIsNotAcknowledged)
+{
+    meet(1, { kWork });
+    const std::string path = storePath();
+    fs::rename(path, path + ".kept");
+    std::ofstream(path) << std::string(8192, 'x');
+
+    sendUpdate(2, kLate);
+    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
+    fs::rename(path + ".kept", path);
+    connect();
+    sayHello("sequence-req", 2);
+
+    EXPECT_EQ("sequence-rsp 1", receiveKind());
+    EXPECT_EQ("list-req 1", receiveKind());
+    sendList(1, 2, { kWork, kLate });
+    expectSilence();
+    EXPECT_EQ("Late u2 900,Work u1 730", stored());
+}
+
+TEST_F(PhoneMessagesTest, LongListIsMirrored)
+{
+    std::vector<PhoneAlarm> alarms;
+    for (int i = 0; i < 200; ++i)
+        alarms.push_back({ "u" + std::to_string(i), "Many", i / 60 * 100 + i % 60 });
+
+    meet(1, alarms);
+
+    EXPECT_EQ("200 200 200",
+        store->query("SELECT count(*), count(DISTINCT uuid), count(DISTINCT mtime) FROM alarm"));
+    EXPECT_EQ(200U, session.alarms().size());
+}
