@@ -36,11 +36,10 @@ unsigned char LineConnection::_readyCb(void* data, Ecore_Fd_Handler* handler)
     auto* connection = static_cast<LineConnection*>(data);
     bool isDestroyed = false;
     connection->_isDestroyed = &isDestroyed;
-    bool isAlive = true;
     if (ecore_main_fd_handler_active_get(handler, ECORE_FD_WRITE))
-        isAlive = connection->_write();
-    if (isAlive && ecore_main_fd_handler_active_get(handler, ECORE_FD_READ))
-        isAlive = connection->_read();
+        connection->_write();
+    const bool isAlive
+        = !ecore_main_fd_handler_active_get(handler, ECORE_FD_READ) || connection->_read();
     if (isDestroyed)
         return ECORE_CALLBACK_RENEW;
     connection->_isDestroyed = nullptr;
@@ -52,13 +51,15 @@ unsigned char LineConnection::_readyCb(void* data, Ecore_Fd_Handler* handler)
     return ECORE_CALLBACK_RENEW;
 }
 
-bool LineConnection::_write()
+// When nobody takes it any more, reading comes to the end too.
+void LineConnection::_write()
 {
     const ssize_t count = ::send(_socket, _out.data(), _out.size(), MSG_NOSIGNAL);
-    if (count < 0)
-        return errno == EAGAIN || errno == EINTR;
-    _out.erase(0, static_cast<size_t>(count));
-    return true;
+    if (count >= 0) {
+        _out.erase(0, static_cast<size_t>(count));
+    } else if (errno != EAGAIN && errno != EINTR) {
+        _out.clear();
+    }
 }
 
 bool LineConnection::_read()

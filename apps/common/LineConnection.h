@@ -33,7 +33,7 @@ public:
 
 private:
     static unsigned char _readyCb(void* data, Ecore_Fd_Handler* handler);
-    bool _write();
+    void _write();
     bool _read();
     void _take(const char* bytes, size_t size);
     void _setInterest();
