@@ -8,6 +8,7 @@
 
 namespace fs = std::filesystem;
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
@@ -149,5 +150,17 @@ TEST_F(RunTest, RoadPasses)
     const std::string last = result.out.substr(result.out.rfind('\n', result.out.size() - 2) + 1);
     EXPECT_THAT(
         last, MatchesRegex("PASS road: rang [0-9]+ ms after [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\n"));
+    EXPECT_EQ("", result.err);
+}
+
+TEST_F(RunTest, PhonePasses)
+{
+    fs::copy(SOURCE_DIR "/scenarios/phone", tree.file("scenarios/phone"));
+
+    const CommandResult result = run({ "phone" });
+
+    EXPECT_EQ(0, result.status) << result.out << result.err;
+    EXPECT_THAT(
+        result.out, EndsWith("PASS phone: 12 messages, 3 alarms mirrored, 0 lost, 0 doubled\n"));
     EXPECT_EQ("", result.err);
 }
