@@ -174,31 +174,24 @@ void PhoneConversation::_goOn()
     if (_phoneSequence == noted(kSequenceKey)) {
         sendChanges();
     } else {
-        _askForList();
+        _ask(AlarmMessage::AlarmListReq, Awaited::List);
     }
 }
 
-void PhoneConversation::_askForList()
-{
-    AlarmJsonBuilder builder;
-    builder.setMessageType(AlarmMessage::AlarmListReq);
-    _ask(builder, Awaited::List);
-}
-
-void PhoneConversation::_sendUnsynced(AlarmMessage::Type type, Awaited awaited)
+void PhoneConversation::_sendUnsynced(AlarmMessage::Type type, Awaited answer)
 {
     _sent = mirror::unsynced();
-    if (_sent.empty())
-        return;
-    AlarmJsonBuilder builder;
-    builder.setMessageType(type);
-    builder.addAlarmList(_sent);
-    _ask(builder, awaited);
+    if (!_sent.empty())
+        _ask(type, answer);
 }
 
-void PhoneConversation::_ask(AlarmJsonBuilder& builder, Awaited answer)
+void PhoneConversation::_ask(AlarmMessage::Type type, Awaited answer)
 {
+    AlarmJsonBuilder builder;
+    builder.setMessageType(type);
     builder.addIntegerMember("number", ++_number);
+    if (!_sent.empty())
+        builder.addAlarmList(_sent);
     _awaited = answer;
     _sendMessage(builder);
 }

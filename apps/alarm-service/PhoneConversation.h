@@ -43,10 +43,9 @@ private:
     bool _meet(int phone);
     void _begin();
     void _goOn();
-    void _askForList();
-    void _sendUnsynced(AlarmMessage::Type type, Awaited awaited);
+    void _sendUnsynced(AlarmMessage::Type type, Awaited answer);
+    void _ask(AlarmMessage::Type type, Awaited answer);
     void _sendSequence(AlarmMessage::Type type);
-    void _ask(AlarmJsonBuilder& builder, Awaited answer);
     void _sendMessage(AlarmJsonBuilder& builder);
 
     Send _send;

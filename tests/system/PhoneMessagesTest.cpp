@@ -277,7 +277,7 @@ TEST_F(PhoneMessagesTest, WatchTellsItsChangeUntilItIsAcknowledged)
     alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
     const std::string told = receive();
     EXPECT_THAT(told,
-        HasSubstr(R"("alarm-watch-update-ind","list":[{"uuid":"u1","title":"Work",)"
+        HasSubstr(R"("alarm-watch-update-ind","number":2,"list":[{"uuid":"u1","title":"Work",)"
                   R"("alarm_time":600,)"));
     killAndWait();
     alarmOutput({ "remove", std::to_string(idOf("Late")) });
