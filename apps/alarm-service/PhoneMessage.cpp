@@ -94,7 +94,7 @@ JsonNode* requiredMember(JsonObject* object, const char* name, GType type)
 
 std::string textOf(JsonNode* node, const char* name, size_t longest)
 {
-    const std::string text = json_node_get_string(node);
+    std::string text = json_node_get_string(node);
     if (text.size() > longest)
         throw Refusal(std::string(name) + " is longer than " + std::to_string(longest));
     if (!g_utf8_validate(text.c_str(), -1, nullptr))
