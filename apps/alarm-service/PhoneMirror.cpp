@@ -12,12 +12,15 @@
 #include <app_alarm.h>
 #include <map>
 #include <tuple>
+#include <unistd.h>
 
 namespace mirror {
 
 namespace {
 
-const int kTries = 4;
+const size_t kTries = 4;
+const int kWritesOfATurn = 100;
+const useconds_t kPauseBetweenTurns = 20000; // others look for the lock more often
 const int kVolumeOfNewAlarm = 10;
 const time_t kWeek = 7L * 24 * 60 * 60;
 
@@ -97,7 +100,7 @@ AlarmDbData merged(AlarmDbData alarm, const AlarmDbData& phones)
 
 enum class Told { Some, All };
 
-// One pass over the phone's alarms, which writes what is not yet stored.
+// One pass over the phone's alarms, which writes what is not yet stored, or some of it.
 class Pass {
 public:
     Pass(Told told, int modTime)
@@ -110,7 +113,24 @@ public:
         }
     }
 
-    void take(const AlarmDbData& phones)
+    void take(const std::vector<AlarmDbData>& alarms)
+    {
+        for (const AlarmDbData& alarm : alarms) {
+            if (_isFull())
+                return;
+            _take(alarm);
+        }
+        if (_told == Told::All)
+            _removeOthers();
+    }
+
+    /// Whether there was nothing to write.
+    bool isDone() const { return _writes == 0; }
+
+private:
+    bool _isFull() const { return _writes >= kWritesOfATurn; }
+
+    void _take(const AlarmDbData& phones)
     {
         const auto found = _stored.find(phones.uuid);
         if (found == _stored.end()) {
@@ -129,20 +149,17 @@ public:
         }
     }
 
-    /// Removes those that were not among the alarms taken. A change that the phone has not heard of
-    /// stays.
-    void removeOthers()
+    // A change that the phone has not heard of stays.
+    void _removeOthers()
     {
         for (const auto& [uuid, alarm] : _stored) {
+            if (_isFull())
+                return;
             if (!alarm.isNeedToSync || alarm.isDeleted)
                 _remove(alarm);
         }
     }
 
-    /// Whether there was nothing to write.
-    bool isDone() const { return _writes == 0; }
-
-private:
     // A whole list is what the phone has now; a single change may have been on its way for long.
     bool _isOlder(const AlarmDbData& phones, const AlarmDbData& stored) const
     {
@@ -192,21 +209,21 @@ private:
     AlarmDbModel _model; ///< announces the changes at its end
 };
 
-// Until a pass finds nothing to write: the library does not tell what was lost.
+// Until a pass finds nothing to write: the library does not tell what was lost. Between two passes
+// the other processes have their turn.
 bool run(const std::vector<AlarmDbData>& alarms, Told told)
 {
-    app::SaveLock lock;
-    if (!lock.isHeld() || !app::storeFault().empty())
-        return false;
-    for (int i = 0; i < kTries; ++i) {
-        const int modTime = lock.takeModTime(static_cast<int>(alarms.size()) + 1);
-        if (modTime < 0)
+    const size_t passes = kTries + (alarms.size() + storedAlarms().size()) / kWritesOfATurn;
+    const int modTimes = std::clamp(static_cast<int>(alarms.size()), 1, kWritesOfATurn);
+    for (size_t i = 0; i < passes; ++i) {
+        if (i > 0)
+            usleep(kPauseBetweenTurns);
+        app::SaveLock lock;
+        const int modTime = lock.takeModTime(modTimes);
+        if (modTime < 0 || !app::storeFault().empty())
             return false;
         Pass pass(told, modTime);
-        for (const AlarmDbData& alarm : alarms)
-            pass.take(alarm);
-        if (told == Told::All)
-            pass.removeOthers();
+        pass.take(alarms);
         if (pass.isDone())
             return true;
     }

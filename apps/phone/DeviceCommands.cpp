@@ -38,7 +38,7 @@ std::string takeWord(Words& words, const std::string& missing)
 {
     if (words.empty())
         throw badInput(missing);
-    const std::string word = words.front();
+    std::string word = words.front();
     words.erase(words.begin());
     return word;
 }

@@ -171,13 +171,12 @@ TEST_F(PhoneMessagesTest, ListsAndLinesThatAreTooLongAreRefused)
     for (int i = 0; i < 1000; ++i)
         list += ",{}";
     expectRefused(list + "]}", "list has more than 1000 alarms");
-    expectRefused(std::string(10000000, ' ') + "{}", "it is longer than 1048576 bytes");
-    std::vector<PhoneAlarm> alarms;
-    for (int i = 0; i < 100000; ++i)
-        alarms.push_back({ "u" + std::to_string(i), "Many" });
+    std::string line = "{}";
+    line.resize(10000000, ' ');
+    expectRefused(line, "it is longer than 1048576 bytes");
     std::string many = R"({"msgId":"alarm-list-rsp","number":1,"sequence":2,"list":[)";
-    for (const PhoneAlarm& alarm : alarms)
-        many += alarm.json() + ',';
+    for (int i = 0; i < 100000; ++i)
+        many += PhoneAlarm{ "u" + std::to_string(i), "Many" }.json() + ',';
     many.back() = ']';
     expectRefused(many + "}", "it is longer than 1048576 bytes");
     EXPECT_EQ("Work u1 730", stored());
@@ -431,11 +430,13 @@ TEST_F(PhoneMessagesTest, UpdateThatCannotBeStoredIsNotAcknowledged)
     EXPECT_EQ("Late u2 900,Work u1 730", stored());
 }
 
+// It is written in more than one turn.
 TEST_F(PhoneMessagesTest, LongListIsMirrored)
 {
-    std::vector<PhoneAlarm> alarms;
-    for (int i = 0; i < 200; ++i)
-        alarms.push_back({ "u" + std::to_string(i), "Many", i / 60 * 100 + i % 60 });
+    const int count = 200;
+    std::vector<PhoneAlarm> alarms(count);
+    for (int i = 0; i < count; ++i)
+        alarms[static_cast<size_t>(i)] = { "u" + std::to_string(i), "Many", i / 60 * 100 + i % 60 };
 
     meet(1, alarms);
 

@@ -96,7 +96,7 @@ std::string PhonePeer::receive()
 {
     if (!session.waitFor([this] { return !_received.empty(); }))
         return "";
-    const std::string line = _received.front();
+    std::string line = _received.front();
     _received.pop_front();
     return line;
 }
