@@ -166,7 +166,7 @@ void insertByLibrary(benchmark::State& state)
     const QuickWrites quick;
     AlarmDbModel model;
     AlarmDbData alarm = typicalAlarm(1);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         model.insertAlarmData(alarm, false, false);
     if (model.getNumberOfAlarm() != state.iterations())
         state.SkipWithError("not every alarm was inserted");
@@ -178,7 +178,7 @@ void insertBySqlite(benchmark::State& state)
     const QuickWrites quick;
     const Connection connection(store);
     const AlarmDbData alarm = typicalAlarm(1);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         insertAlarm(connection.get(), alarm);
     if (AlarmDbModel().getNumberOfAlarm() != state.iterations())
         state.SkipWithError("not every alarm was inserted");
@@ -189,7 +189,7 @@ void getByLibrary(benchmark::State& state)
     const Store store(kListed);
     AlarmDbModel model;
     int id = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         id = id % kListed + 1;
         AlarmDbData alarm;
         model.getAlarm(id, alarm);
@@ -203,7 +203,7 @@ void getBySqlite(benchmark::State& state)
     const Store store(kListed);
     const Connection connection(store);
     int id = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         id = id % kListed + 1;
         PlainAlarm alarm = {};
         readAlarm(connection.get(), id, alarm);
@@ -216,7 +216,7 @@ void listByLibrary(benchmark::State& state)
 {
     const Store store(kListed);
     AlarmDbModel model;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::vector<AlarmDbData> list;
         model.getAllAlarmList(list);
         if (list.size() != kListed)
@@ -229,7 +229,7 @@ void listBySqlite(benchmark::State& state)
 {
     const Store store(kListed);
     const Connection connection(store);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::vector<PlainAlarm> list;
         sqlite3_stmt* stmt = prepare(connection.get(), "SELECT * FROM alarm WHERE deviceType = 2");
         while (sqlite3_step(stmt) == SQLITE_ROW)
@@ -244,7 +244,7 @@ void listBySqlite(benchmark::State& state)
 void openReadCloseByLibrary(benchmark::State& state)
 {
     const Store store(kListed);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         AlarmDbModel model;
         AlarmDbData alarm;
         model.getAlarm(7, alarm);
@@ -257,7 +257,7 @@ void openReadCloseBySqlite(benchmark::State& state)
 {
     const Store store(kListed);
     const std::string path = store.path();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         sqlite3* connection = open(path.c_str());
         PlainAlarm alarm = {};
         readAlarm(connection, 7, alarm);

@@ -156,7 +156,7 @@ void build(benchmark::State& state, int count, Build built)
 {
     std::vector<AlarmDbData> alarms = typicalAlarms(count);
     const std::string expected = builtByLibrary(alarms);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         if (built(alarms) != expected)
             state.SkipWithError("the messages differ");
     }
@@ -169,7 +169,7 @@ void parse(benchmark::State& state, int count, Read read)
     std::vector<AlarmDbData> alarms = typicalAlarms(count);
     const std::string message = builtByLibrary(alarms);
     const AlarmDbData& last = alarms.back();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const std::vector<AlarmDbData> again = read(message);
         if (again.size() != alarms.size() || again.back().name != last.name
             || again.back().repeatWeekly != last.repeatWeekly
@@ -204,7 +204,7 @@ void applyAlarms(benchmark::State& state, bool quick)
     if (quick)
         writes.emplace();
     vconfDouble().texts["db/wms/host_status/vendor"] = "velmora";
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         state.PauseTiming();
         {
             alarmDouble() = {};

@@ -11,6 +11,7 @@ int taken = 0;
 int givenBack = 0;
 } // namespace
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 JsonObject* __real_json_object_ref(JsonObject* object);
 void __real_json_object_unref(JsonObject* object);
@@ -27,6 +28,7 @@ void __wrap_json_object_unref(JsonObject* object)
     __real_json_object_unref(object);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 class AlarmJsonObjectReferencesTest : public testing::Test {
@@ -61,7 +63,7 @@ TEST_F(AlarmJsonObjectReferencesTest, NothingHeldNeedsNone)
 {
     {
         const AlarmJsonObject empty;
-        const AlarmJsonObject copied(empty);
+        const AlarmJsonObject copied(empty); // NOLINT(performance-unnecessary-copy-initialization)
         AlarmJsonObject assigned;
         assigned = empty;
         assigned.copy(empty);
@@ -117,7 +119,7 @@ TEST_F(AlarmJsonObjectReferencesTest, ACopyTakesOne)
     object.setJsonObject(first);
     forget();
     {
-        const AlarmJsonObject copied(object);
+        const AlarmJsonObject copied(object); // NOLINT(performance-unnecessary-copy-initialization)
         EXPECT_EQ(first, copied.getJsonObject());
         expectCalls(1, 0);
     }

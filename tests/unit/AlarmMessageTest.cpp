@@ -18,6 +18,7 @@ class MessageKindTest : public testing::TestWithParam<KindCase> {};
 AlarmMessage::Type kindOf(int value) { return static_cast<AlarmMessage::Type>(value); }
 } // namespace
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 GHashTable* __real_g_hash_table_new(GHashFunc hash, GEqualFunc equal);
 
@@ -27,6 +28,7 @@ GHashTable* __wrap_g_hash_table_new(GHashFunc hash, GEqualFunc equal)
     return __real_g_hash_table_new(hash, equal);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 TEST_P(MessageKindTest, HasItsValueAndItsName)
 {
