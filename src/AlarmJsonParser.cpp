@@ -57,8 +57,8 @@ void AlarmJsonParser::getBooleanValue(const std::string& name, bool& out)
 
 void AlarmJsonParser::_prepare(const std::string& message)
 {
-    if (isNestedDeeperThan(message, kMaxNesting)) {
-        LOG_CRITICAL("%s", "Nested deeper than 512");
+    if (JsonNesting(message).isDeeperThan(kMaxNesting)) {
+        LOG_CRITICAL("Nested deeper than %d", kMaxNesting);
         return;
     }
     Error error;

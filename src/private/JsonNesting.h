@@ -1,69 +1,93 @@
 #pragma once
 
-#include <charconv>
+#include <glib.h>
 #include <string>
 
-/// The unit of UTF-16 that the escape \uXXXX at the position stands for, -1 when there is none.
-inline int escapedUnit(const std::string& text, size_t at)
-{
-    const size_t digits = 4;
-    if (text.compare(at, 2, "\\u") != 0 || text.size() - at < 2 + digits)
-        return -1;
-    const char* first = text.data() + at + 2;
-    unsigned int unit = 0;
-    const auto read = std::from_chars(first, first + digits, unit, 16);
-    return read.ptr == first + digits ? static_cast<int>(unit) : -1;
-}
-
-/// Length of the escape at the position, 0 when it is broken.
-inline size_t escapeLength(const std::string& text, size_t at)
-{
-    const auto isHigh = [](int unit) { return unit >= 0xD800 && unit <= 0xDBFF; };
-    const auto isLow = [](int unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
-    if (text.compare(at, 2, "\\u") != 0)
-        return 2;
-    const int unit = escapedUnit(text, at);
-    if (unit < 0 || isLow(unit))
-        return 0;
-    if (!isHigh(unit))
-        return 6;
-    return isLow(escapedUnit(text, at + 6)) ? 12 : 0;
-}
-
 /**
- * Whether arrays and objects stand in each other deeper than limit. JSON-GLib
- * calls itself for each, and ends the process when its stack does.
+ * How deep arrays and objects stand in each other in a text. JSON-GLib calls
+ * itself for each, and ends the process when its stack does.
  *
- * JSON-GLib reads more than JSON: comments, other quotes, broken escapes. From
- * such a thing on it may be that a bracket stands in a text or not, so each
- * opening one counts: the answer is never less than what JSON-GLib would do.
+ * Texts and comments are passed over as JSON-GLib does it, which reads more than
+ * JSON: a single quote holds to the next one, whatever a comment is to hold ends at
+ * its second slash, and a broken escape takes characters behind it. Behind a place
+ * that JSON-GLib refuses brackets may be miscounted: it reads no further.
  */
-inline bool isNestedDeeperThan(const std::string& text, int limit)
-{
-    int depth = 0;
-    bool inText = false;
-    bool isJson = true;
-    for (size_t at = 0; at < text.size(); ++at) {
-        const char c = text[at];
-        if (inText) {
+class JsonNesting {
+public:
+    explicit JsonNesting(const std::string& text)
+        : _text(text)
+    {
+    }
+
+    bool isDeeperThan(int limit)
+    {
+        int depth = 0;
+        _at = 0;
+        while (_at < _text.size()) {
+            const char c = _take();
+            if (c == '[' || c == '{') {
+                if (++depth > limit)
+                    return true;
+            } else if (depth > 0 && (c == ']' || c == '}')) {
+                --depth;
+            } else if (c == '"') {
+                _passText();
+            } else if (c == '\'' || c == '/') {
+                _passBehind(c);
+            }
+        }
+        return false;
+    }
+
+private:
+    char _peek() const { return _at < _text.size() ? _text[_at] : '\0'; }
+
+    char _take()
+    {
+        const char c = _peek();
+        ++_at;
+        return c;
+    }
+
+    void _passBehind(char end)
+    {
+        const size_t found = _text.find(end, _at);
+        _at = found == std::string::npos ? _text.size() : found + 1;
+    }
+
+    void _passText()
+    {
+        while (_at < _text.size()) {
+            const char c = _take();
             if (c == '"')
-                inText = false;
-            if (c != '\\')
-                continue;
-            const size_t length = escapeLength(text, at);
-            isJson = length != 0;
-            inText = isJson;
-            at += isJson ? length - 1 : 0;
-        } else if (c == '[' || c == '{') {
-            if (++depth > limit)
-                return true;
-        } else if (c == '\'' || c == '/') {
-            isJson = false;
-        } else if (isJson && c == '"') {
-            inText = true;
-        } else if (isJson && depth > 0 && (c == ']' || c == '}')) {
-            --depth;
+                return;
+            if (c == '\\')
+                _passEscape();
         }
     }
-    return false;
-}
+
+    void _passEscape()
+    {
+        if (_take() != 'u' || !g_ascii_isxdigit(_peek()))
+            return;
+        const bool isHalf = (_takeUnit() & 0xF800U) == 0xD800;
+        if (isHalf && _take() == '\\' && _take() == 'u')
+            _takeUnit();
+    }
+
+    /// Up to four digits, and what stands in the place of the first that is none.
+    unsigned int _takeUnit()
+    {
+        unsigned int unit = 0;
+        for (int shift = 12; shift >= 0; shift -= 4) {
+            const int digit = g_ascii_xdigit_value(_take());
+            if (digit < 0)
+                break;
+            unit |= static_cast<unsigned int>(digit) << shift;
+        }
+        return unit;
+    }
+
+    const std::string& _text;
+    size_t _at = 0;
+};

@@ -115,6 +115,19 @@ TEST_F(AlarmJsonParserBadInputTest, ADepthOf512IsRead)
     EXPECT_THAT(dlogDouble().lines, IsEmpty());
 }
 
+TEST_F(AlarmJsonParserBadInputTest, ShallowAlarmsAreReadBehindWhatIsNotQuiteJson)
+{
+    std::string alarms;
+    for (int i = 0; i < 600; ++i)
+        alarms += R"(,{"alarm_time":1,"title":"[[{"})";
+    for (const char* first : { R"({"list":[{"title":"x\ud83dyz"})", R"({"list":[{"title":"\u"})",
+             R"({"list":[{"title":"\u00z"})", R"(/* "hi" */{"list":[{})",
+             "{'list':[{'title':'\"'}" }) {
+        AlarmJsonParser parser(std::string(first) + alarms + "]}");
+        EXPECT_THAT(alarmsOf(parser), SizeIs(601)) << first;
+    }
+}
+
 TEST_F(AlarmJsonParserBadInputTest, BracketsInATitleAreNoDepth)
 {
     const std::string title = std::string(1000, '[') + R"(\"{\\)";
