@@ -7,8 +7,8 @@ typedef struct _JsonObject JsonObject;
 
 /**
  * A counted reference to a JSON object, or none. Copies share the object: what
- * is changed through one is seen through the others. Names and texts are UTF-8.
- * Main loop only.
+ * is changed through one is seen through the others. Names and texts that are
+ * added have to be UTF-8. Main loop only.
  *
  * Getters leave their output alone when the member is absent or nothing is
  * held, so give it its default first. A member of another type reads as
@@ -39,6 +39,7 @@ public:
 
     bool hasMember(const std::string& name) const;
 
+    /** Always UTF-8: half a surrogate pair becomes replacement characters (U+FFFD). */
     void getStringValue(const std::string& name, std::string& out) const;
 
     /** The integer's low 32 bits. */

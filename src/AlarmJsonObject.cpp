@@ -17,10 +17,10 @@ AlarmJsonObject::AlarmJsonObject(const AlarmJsonObject& other)
 {
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): copy() does it
 AlarmJsonObject& AlarmJsonObject::operator=(const AlarmJsonObject& other)
 {
-    if (this != &other)
-        copy(other);
+    copy(other);
     return *this;
 }
 
@@ -56,7 +56,9 @@ void AlarmJsonObject::getStringValue(const std::string& name, std::string& out) 
     if (!hasMember(name))
         return;
     const char* value = json_object_get_string_member(_object, name.c_str());
-    out = value ? value : "";
+    // Half a surrogate pair is no UTF-8.
+    const GlibText text(g_utf8_make_valid(value ? value : "", -1));
+    out = text.get();
 }
 
 void AlarmJsonObject::getIntegerValue(const std::string& name, int& out) const

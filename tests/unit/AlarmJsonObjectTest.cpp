@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <gmock/gmock.h>
+#include <type_traits>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -14,8 +15,45 @@ class AlarmJsonObjectTest : public testing::Test {
 protected:
     AlarmJsonObjectTest() { dlogDouble() = {}; }
 
+    void expectGettersLeaveTheirOutputs(const AlarmJsonObject& object) const
+    {
+        std::string text = "preset";
+        int number = 42;
+        unsigned long long big = 43;
+        bool flag = true;
+        AlarmJsonObject member = objectOf("{}");
+        JsonObject* const held = member.getJsonObject();
+        std::list<AlarmJsonObject> list(1);
+
+        object.getStringValue("any", text);
+        object.getIntegerValue("any", number);
+        object.getUnsignedLongLongValue("any", big);
+        object.getBooleanValue("any", flag);
+        object.getObjectValue("any", member);
+        object.getArrayObject("any", list);
+
+        EXPECT_EQ("preset", text);
+        EXPECT_EQ(42, number);
+        EXPECT_EQ(43u, big);
+        EXPECT_TRUE(flag);
+        EXPECT_EQ(held, member.getJsonObject());
+        EXPECT_EQ(1u, list.size());
+        EXPECT_THAT(dlogDouble().lines, IsEmpty());
+        EXPECT_EQ(0, warnings.count());
+    }
+
     GlibWarnings warnings;
 };
+
+struct NumberCase {
+    const char* name;
+    const char* json;
+    int integer;
+    unsigned long long big;
+};
+class NumberTest : public AlarmJsonObjectTest, public testing::WithParamInterface<NumberCase> {};
+
+static_assert(std::has_virtual_destructor_v<AlarmJsonObject>);
 } // namespace
 
 TEST_F(AlarmJsonObjectTest, HoldsNothingAtFirst)
@@ -30,59 +68,21 @@ TEST_F(AlarmJsonObjectTest, GettersOfNothingLeaveTheirOutputs)
 {
     AlarmJsonObject object;
     std::string text = "preset";
-    int number = 42;
-    unsigned long long big = 43;
-    bool flag = true;
-    AlarmJsonObject member = objectOf("{}");
-    JsonObject* const held = member.getJsonObject();
-    std::list<AlarmJsonObject> list(1);
 
-    object.getStringValue("any", text);
-    object.getIntegerValue("any", number);
-    object.getUnsignedLongLongValue("any", big);
-    object.getBooleanValue("any", flag);
-    object.getObjectValue("any", member);
-    object.getArrayObject("any", list);
+    expectGettersLeaveTheirOutputs(object);
     object.getJsonMessage(text);
 
     EXPECT_EQ("preset", text);
-    EXPECT_EQ(42, number);
-    EXPECT_EQ(43u, big);
-    EXPECT_TRUE(flag);
-    EXPECT_EQ(held, member.getJsonObject());
-    EXPECT_EQ(1u, list.size());
-    EXPECT_THAT(dlogDouble().lines, IsEmpty());
-    EXPECT_EQ(0, warnings.count());
 }
 
 TEST_F(AlarmJsonObjectTest, GettersOfAnAbsentMemberLeaveTheirOutputs)
 {
     const AlarmJsonObject object = objectOf(R"({"other":1})");
-    std::string text = "preset";
-    int number = 42;
-    unsigned long long big = 43;
-    bool flag = true;
-    AlarmJsonObject member = objectOf("{}");
-    JsonObject* const held = member.getJsonObject();
-    std::list<AlarmJsonObject> list(1);
 
-    object.getStringValue("any", text);
-    object.getIntegerValue("any", number);
-    object.getUnsignedLongLongValue("any", big);
-    object.getBooleanValue("any", flag);
-    object.getObjectValue("any", member);
-    object.getArrayObject("any", list);
+    expectGettersLeaveTheirOutputs(object);
 
     EXPECT_FALSE(object.hasMember("any"));
     EXPECT_TRUE(object.hasMember("other"));
-    EXPECT_EQ("preset", text);
-    EXPECT_EQ(42, number);
-    EXPECT_EQ(43u, big);
-    EXPECT_TRUE(flag);
-    EXPECT_EQ(held, member.getJsonObject());
-    EXPECT_EQ(1u, list.size());
-    EXPECT_THAT(dlogDouble().lines, IsEmpty());
-    EXPECT_EQ(0, warnings.count());
 }
 
 TEST_F(AlarmJsonObjectTest, GettersReadTheMembers)
@@ -107,14 +107,6 @@ TEST_F(AlarmJsonObjectTest, GettersReadTheMembers)
     EXPECT_EQ(1, a);
 }
 
-struct NumberCase {
-    const char* name;
-    const char* json;
-    int integer;
-    unsigned long long big;
-};
-class NumberTest : public AlarmJsonObjectTest, public testing::WithParamInterface<NumberCase> {};
-
 TEST_P(NumberTest, IsCutToThirtyTwoBitsOrReadAsSixtyFour)
 {
     const AlarmJsonObject object = objectOf(std::string("{\"n\":") + GetParam().json + "}");
@@ -135,8 +127,21 @@ INSTANTIATE_TEST_SUITE_P(Table, NumberTest,
         NumberCase{ "AboveInt", "2147483648", INT_MIN, 2147483648 },
         NumberCase{ "TwoToTheForty", "1099511627776", 0, 1099511627776 },
         NumberCase{ "TwoToTheFortyAndFive", "1099511627781", 5, 1099511627781 },
-        NumberCase{ "GreatestSigned", "9223372036854775807", -1, 9223372036854775807 }),
+        NumberCase{ "GreatestSigned", "9223372036854775807", -1, 9223372036854775807 },
+        NumberCase{ "AboveSigned", "9223372036854775808", 0, 9223372036854775808U },
+        NumberCase{ "AllBits", "18446744073709551615", -1, 18446744073709551615U },
+        NumberCase{ "BeyondAllBits", "18446744073709551616", -1, 18446744073709551615U },
+        NumberCase{ "BelowSigned", "-9223372036854775809", -1, 9223372036854775807 },
+        NumberCase{ "FarBelow", "-99999999999999999999999", 1, 1 }),
     [](const auto& row) { return row.param.name; });
+
+TEST_F(AlarmJsonObjectTest, HalfASurrogatePairIsReplaced)
+{
+    std::string text;
+    objectOf(R"({"text":"a\ude00xb"})").getStringValue("text", text);
+
+    EXPECT_EQ("a\uFFFD\uFFFD\uFFFDb", text);
+}
 
 TEST_F(AlarmJsonObjectTest, AMemberOfAnotherTypeReadsAsJsonGlibReadsIt)
 {

@@ -3,6 +3,7 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <type_traits>
 
 namespace {
 int tablesMade = 0;
@@ -16,6 +17,8 @@ struct KindCase {
 class MessageKindTest : public testing::TestWithParam<KindCase> {};
 
 AlarmMessage::Type kindOf(int value) { return static_cast<AlarmMessage::Type>(value); }
+
+static_assert(std::has_virtual_destructor_v<AlarmMessage>);
 } // namespace
 
 // NOLINTBEGIN(bugprone-reserved-identifier)
