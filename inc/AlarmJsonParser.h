@@ -1,12 +1,13 @@
 #pragma once
 
 #include "AlarmDbData.h"
+#include "AlarmJsonObject.h"
 #include "AlarmMessage.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
-class AlarmJsonObject;
 typedef struct _JsonNode JsonNode;
 typedef struct _JsonParser JsonParser;
 
@@ -14,8 +15,9 @@ typedef struct _JsonParser JsonParser;
  * Reads incoming messages: their kind from "msgId" and their alarms from
  * "list". Main loop only.
  *
- * Any text may be given. What is not JSON, and what is nested deeper than 512,
- * is logged and changes nothing.
+ * Any text may be given. What JSON-GLib cannot read, what holds no value, and what
+ * is nested deeper than 512 is logged and changes nothing. JSON-GLib reads more than
+ * JSON: comments, single quotes and broken escapes.
  */
 class AlarmJsonParser {
 public:
@@ -39,8 +41,9 @@ public:
     /**
      * Replaces out by the alarms of all messages so far, in their order. Nothing but the
      * members that the phone sends is filled; absent ones are 0, false or empty, and
-     * hour and min may be out of range. deviceType stays that of the watch: the
-     * caller sets it before the alarm is stored.
+     * hour and min may be out of range. A line feed in a title became a blank, an
+     * "alerttime" of -1 the time at which the message was read. deviceType stays that of
+     * the watch: the caller sets it before the alarm is stored.
      */
     void getAlarmList(std::vector<AlarmDbData>& out);
 
@@ -50,15 +53,26 @@ public:
     void getIntegerValue(const std::string& name, int& out);
     void getBooleanValue(const std::string& name, bool& out);
 
-private:
+    /** As setJsonMessage(). */
     void _prepare(const std::string& message);
-    AlarmJsonObject _rootObject() const;
-    void _getAlarms();
-    static void _getAlarmFromJsonObject(const AlarmJsonObject& object, AlarmDbData& alarm);
-    static void _replaceString(std::string& text, const std::string& from, const std::string& to);
 
-    JsonParser* _parser;
-    JsonNode* _root = nullptr;
+    /** Appends the alarms of the last message's "list". */
+    void _getAlarms();
+
+    /** Fills the members of the alarm that the phone sends. */
+    void _getAlarmFromJsonObject(AlarmJsonObject object, AlarmDbData& alarm);
+
+    /**
+     * Replaces each from in text by to, not looking at what it has put there. Does
+     * nothing when one of the three is empty.
+     */
+    void _replaceString(std::string& text, const std::string& from, const std::string& to);
+
+private:
+    AlarmJsonObject _rootObject() const;
+
+    std::unique_ptr<JsonParser, void (*)(void*)> _parser;
+    std::unique_ptr<JsonNode, void (*)(JsonNode*)> _root;
     AlarmMessage::Type _type = static_cast<AlarmMessage::Type>(-1);
     std::vector<AlarmDbData> _alarms;
 };

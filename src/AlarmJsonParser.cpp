@@ -1,6 +1,5 @@
 #include "AlarmJsonParser.h"
 
-#include "AlarmJsonObject.h"
 #include "AlarmLog.h"
 #include "AlarmSyncUtil.h"
 #include "JsonNesting.h"
@@ -17,7 +16,8 @@ using Error = PlatformHandle<GError*, g_error_free>;
 } // namespace
 
 AlarmJsonParser::AlarmJsonParser()
-    : _parser(json_parser_new())
+    : _parser(json_parser_new(), g_object_unref)
+    , _root(nullptr, json_node_unref)
 {
 }
 
@@ -27,12 +27,7 @@ AlarmJsonParser::AlarmJsonParser(const std::string& message)
     _prepare(message);
 }
 
-AlarmJsonParser::~AlarmJsonParser()
-{
-    if (_root)
-        json_node_unref(_root);
-    g_object_unref(_parser);
-}
+AlarmJsonParser::~AlarmJsonParser() = default;
 
 void AlarmJsonParser::setJsonMessage(const std::string& message) { _prepare(message); }
 
@@ -63,17 +58,18 @@ void AlarmJsonParser::_prepare(const std::string& message)
     }
     Error error;
     if (!json_parser_load_from_data(
-            _parser, message.c_str(), static_cast<gssize>(message.size()), error.out())) {
+            _parser.get(), message.c_str(), static_cast<gssize>(message.size()), error.out())) {
         LOG_CRITICAL("%s", error.get()->message);
+        return;
+    }
+    JsonNode* const root = json_parser_get_root(_parser.get());
+    if (!root) {
+        LOG_CRITICAL("The message holds no value");
         return;
     }
 
     // The parser drops its root when a later message cannot be read.
-    JsonNode* root = json_parser_get_root(_parser);
-    if (_root)
-        json_node_unref(_root);
-    _root = root ? json_node_ref(root) : nullptr;
-
+    _root.reset(json_node_ref(root));
     const AlarmJsonObject object = _rootObject();
     std::string name;
     object.getStringValue("msgId", name);
@@ -85,8 +81,8 @@ void AlarmJsonParser::_prepare(const std::string& message)
 AlarmJsonObject AlarmJsonParser::_rootObject() const
 {
     AlarmJsonObject object;
-    if (_root && JSON_NODE_HOLDS_OBJECT(_root))
-        object.setJsonObject(json_node_get_object(_root));
+    if (_root && JSON_NODE_HOLDS_OBJECT(_root.get()))
+        object.setJsonObject(json_node_get_object(_root.get()));
     return object;
 }
 
@@ -98,7 +94,8 @@ void AlarmJsonParser::_getAlarms()
         _getAlarmFromJsonObject(object, _alarms.emplace_back());
 }
 
-void AlarmJsonParser::_getAlarmFromJsonObject(const AlarmJsonObject& object, AlarmDbData& alarm)
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
+void AlarmJsonParser::_getAlarmFromJsonObject(AlarmJsonObject object, AlarmDbData& alarm)
 {
     object.getStringValue("uuid", alarm.uuid);
     object.getStringValue("title", alarm.name);

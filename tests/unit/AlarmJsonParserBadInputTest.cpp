@@ -13,13 +13,6 @@ class AlarmJsonParserBadInputTest : public testing::Test {
 protected:
     AlarmJsonParserBadInputTest() { dlogDouble() = {}; }
 
-    static std::vector<AlarmDbData> alarmsOf(AlarmJsonParser& parser)
-    {
-        std::vector<AlarmDbData> alarms;
-        parser.getAlarmList(alarms);
-        return alarms;
-    }
-
     static std::string kindOf(AlarmJsonParser& parser)
     {
         std::string text;
@@ -62,6 +55,15 @@ TEST_P(NoJsonTest, IsLoggedAndLeavesAFreshParserFresh)
 {
     AlarmJsonParser parser(GetParam().text);
 
+    std::string text = "preset";
+    int number = 42;
+    bool flag = true;
+    parser.getStringValue("msgId", text);
+    parser.getIntegerValue("msgId", number);
+    parser.getBooleanValue("msgId", flag);
+    EXPECT_EQ("preset", text);
+    EXPECT_EQ(42, number);
+    EXPECT_TRUE(flag);
     EXPECT_EQ(-1, parser.getMessageType());
     EXPECT_THAT(alarmsOf(parser), IsEmpty());
     EXPECT_THAT(dlogDouble().criticals(), SizeIs(1));
@@ -85,7 +87,9 @@ TEST_P(NoJsonTest, ChangesNothingOfWhatWasRead)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, NoJsonTest,
-    testing::Values(BadCase{ "Html", "<html>" }, BadCase{ "HalfAMessage", R"({"msgId":"alarm-)" },
+    testing::Values(BadCase{ "Empty", "" }, BadCase{ "Blanks", " \n" },
+        BadCase{ "OnlyAComment", "/* {} */" }, BadCase{ "Html", "<html>" },
+        BadCase{ "HalfAMessage", R"({"msgId":"alarm-)" },
         BadCase{ "NoUtf8", "{\"msgId\":\"\xFF\"}" },
         BadCase{ "ZeroByte", std::string("{\"msgId\":\0}", 11) },
         BadCase{ "TenMegabytesUnended", "{\"msgId\":\"" + tenMegabytes() },
@@ -98,11 +102,12 @@ INSTANTIATE_TEST_SUITE_P(Table, NoJsonTest,
 TEST_F(AlarmJsonParserBadInputTest, WhatIsWrongIsLogged)
 {
     AlarmJsonParser parser("nonsense");
+    parser.setJsonMessage("");
     parser.setJsonMessage(std::string(513, '['));
 
     EXPECT_THAT(dlogDouble().criticals(),
         ElementsAre("<data>:1:8: Parse error: unexpected identifier `nonsense', expected value",
-            "Nested deeper than 512"));
+            "The message holds no value", "Nested deeper than 512"));
 }
 
 TEST_F(AlarmJsonParserBadInputTest, ADepthOf512IsRead)
@@ -140,7 +145,7 @@ TEST_F(AlarmJsonParserBadInputTest, BracketsInATitleAreNoDepth)
 
 TEST_F(AlarmJsonParserBadInputTest, JsonThatIsNoObjectIsAnEmptyMessage)
 {
-    for (const char* text : { "[1,2]", "[]", "42", "\"text\"", "null", "true", "", " " }) {
+    for (const char* text : { "[1,2]", "[]", "42", "\"text\"", "null", "true" }) {
         AlarmJsonParser parser(text);
         std::string value = "preset";
         parser.getStringValue("msgId", value);
@@ -151,6 +156,20 @@ TEST_F(AlarmJsonParserBadInputTest, JsonThatIsNoObjectIsAnEmptyMessage)
     }
     EXPECT_THAT(dlogDouble().lines, IsEmpty());
     EXPECT_EQ(0, warnings.count());
+}
+
+TEST_F(AlarmJsonParserBadInputTest, JsonThatIsNoObjectKeepsTheAlarms)
+{
+    for (const char* text : { "[1]", "null" }) {
+        AlarmJsonParser parser(kGood);
+        parser.setJsonMessage(text);
+        std::string kind = "preset";
+        parser.getStringValue("msgId", kind);
+
+        EXPECT_EQ(0, parser.getMessageType()) << text;
+        EXPECT_THAT(alarmsOf(parser), SizeIs(1)) << text;
+        EXPECT_EQ("preset", kind) << text;
+    }
 }
 
 TEST_F(AlarmJsonParserBadInputTest, AListThatIsNoArrayHasNoAlarms)

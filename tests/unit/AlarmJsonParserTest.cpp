@@ -5,6 +5,7 @@
 #include "JsonSupport.h"
 
 #include <gmock/gmock.h>
+#include <type_traits>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -16,13 +17,6 @@ protected:
     {
         clockDouble() = {};
         dlogDouble() = {};
-    }
-
-    static std::vector<AlarmDbData> alarmsOf(AlarmJsonParser& parser)
-    {
-        std::vector<AlarmDbData> alarms(2);
-        parser.getAlarmList(alarms);
-        return alarms;
     }
 
     static AlarmDbData onlyAlarmOf(const std::string& members)
@@ -39,33 +33,31 @@ protected:
 const char* const kTwoAlarms
     = R"({"msgId":"alarm-list-rsp","list":[{"uuid":"17"},{"uuid":"18"}],"n":1,"f":true})";
 
-/// Every field that a message does not carry.
-void expectOthersAtDefault(const AlarmDbData& alarm)
-{
-    const AlarmDbData fresh;
-    EXPECT_EQ(fresh.magic, alarm.magic);
-    EXPECT_EQ(fresh.id, alarm.id);
-    EXPECT_EQ(fresh.alarm_mgr_id, alarm.alarm_mgr_id);
-    EXPECT_EQ(fresh.stime, alarm.stime);
-    EXPECT_EQ(fresh.atime, alarm.atime);
-    EXPECT_EQ(fresh.etime, alarm.etime);
-    EXPECT_EQ(fresh.modTime, alarm.modTime);
-    EXPECT_EQ(fresh.sdate, alarm.sdate);
-    EXPECT_EQ(fresh.edate, alarm.edate);
-    EXPECT_EQ(fresh.timezone, alarm.timezone);
-    EXPECT_EQ(fresh.snooze_enable, alarm.snooze_enable);
-    EXPECT_EQ(fresh.snooze_min, alarm.snooze_min);
-    EXPECT_EQ(fresh.snooze_times, alarm.snooze_times);
-    EXPECT_EQ(fresh.count, alarm.count);
-    EXPECT_EQ(fresh.type, alarm.type);
-    EXPECT_EQ(fresh.tone, alarm.tone);
-    EXPECT_EQ(fresh.volume, alarm.volume);
-    EXPECT_EQ(fresh.smart_alarm_enable, alarm.smart_alarm_enable);
-    EXPECT_EQ(fresh.vibration_type, alarm.vibration_type);
-    EXPECT_EQ(2, alarm.deviceType);
-    EXPECT_EQ(fresh.isNeedToSync, alarm.isNeedToSync);
-    EXPECT_EQ(fresh.contextMgrId, alarm.contextMgrId);
-}
+struct NumberCase {
+    const char* name;
+    const char* json;
+    unsigned long long value;
+};
+class AlarmAlertTimeTest : public AlarmJsonParserTest,
+                           public testing::WithParamInterface<NumberCase> {};
+
+struct TimeCase {
+    const char* name;
+    const char* json;
+    int hour, min;
+};
+class AlarmTimeTest : public AlarmJsonParserTest, public testing::WithParamInterface<TimeCase> {};
+
+struct ReplaceCase {
+    const char* name;
+    const char* text;
+    const char* from;
+    const char* to;
+    const char* result;
+};
+class ReplaceTest : public testing::TestWithParam<ReplaceCase> {};
+
+static_assert(std::has_virtual_destructor_v<AlarmJsonParser>);
 } // namespace
 
 TEST_F(AlarmJsonParserTest, HasReadNothingAtFirst)
@@ -123,49 +115,98 @@ TEST_F(AlarmJsonParserTest, AMessageWithoutAKnownKindIsAFirstConnection)
 
 TEST_F(AlarmJsonParserTest, ReadsEachMemberOfAnAlarm)
 {
-    const AlarmDbData alarm = onlyAlarmOf(
-        R"("uuid":"17","title":"Wake up","alarm_time":705,"created_time":1600000000001,)"
-        R"("modified_time":1600000000002,"alerttime":1600000000003,"enable":true,)"
-        R"("repeat_type":268435477,"is_deleted":true)");
+    AlarmDbData expected;
+    expected.uuid = "17";
+    expected.name = "Wake up";
+    expected.hour = 7;
+    expected.min = 5;
+    expected.mobileCreateTime = 1600000000001;
+    expected.mobileModifiedTime = 1600000000002;
+    expected.mobileAlertTime = 1600000000003;
+    expected.enable = 1;
+    expected.repeatWeekly = 65;
+    expected.repeat_once = 0;
+    expected.isDeleted = true;
 
-    EXPECT_EQ("17", alarm.uuid);
-    EXPECT_EQ("Wake up", alarm.name);
-    EXPECT_EQ(7, alarm.hour);
-    EXPECT_EQ(5, alarm.min);
-    EXPECT_EQ(1600000000001u, alarm.mobileCreateTime);
-    EXPECT_EQ(1600000000002u, alarm.mobileModifiedTime);
-    EXPECT_EQ(1600000000003u, alarm.mobileAlertTime);
-    EXPECT_EQ(1, alarm.enable);
-    EXPECT_EQ(65, alarm.repeatWeekly);
-    EXPECT_EQ(0, alarm.repeat_once);
-    EXPECT_TRUE(alarm.isDeleted);
-    expectOthersAtDefault(alarm);
+    expectSame(expected,
+        onlyAlarmOf(
+            R"("uuid":"17","title":"Wake up","alarm_time":705,"created_time":1600000000001,)"
+            R"("modified_time":1600000000002,"alerttime":1600000000003,"enable":true,)"
+            R"("repeat_type":268435477,"is_deleted":true)"));
+
     EXPECT_THAT(dlogDouble().criticals(),
         ElementsAre("repeatValue[268435477]", "repeatWeekly[65] repeatOnce[0]"));
 }
 
 TEST_F(AlarmJsonParserTest, AbsentMembersOfAnAlarmHaveDefaults)
 {
-    AlarmJsonParser parser(R"({"list":[{"alarm_time":2359}]})");
-    EXPECT_EQ(0, parser.getMessageType());
-    ASSERT_EQ(1u, alarmsOf(parser).size());
-    const AlarmDbData alarm = alarmsOf(parser).at(0);
+    AlarmDbData expected;
+    expected.hour = 23;
+    expected.min = 59;
+    expected.repeat_once = 0;
+    expectSame(expected, onlyAlarmOf(R"("alarm_time":2359)"));
 
-    EXPECT_EQ("", alarm.uuid);
-    EXPECT_EQ("", alarm.name);
-    EXPECT_EQ(23, alarm.hour);
-    EXPECT_EQ(59, alarm.min);
-    EXPECT_EQ(0u, alarm.mobileCreateTime);
-    EXPECT_EQ(0u, alarm.mobileModifiedTime);
-    EXPECT_EQ(0u, alarm.mobileAlertTime);
-    EXPECT_EQ(0, alarm.enable);
-    EXPECT_EQ(0, alarm.repeatWeekly);
-    EXPECT_EQ(0, alarm.repeat_once);
-    EXPECT_FALSE(alarm.isDeleted);
-    expectOthersAtDefault(alarm);
-
-    EXPECT_EQ(0, onlyAlarmOf("").hour);
+    expected.hour = 0;
+    expected.min = 0;
+    expectSame(expected, onlyAlarmOf(""));
 }
+
+TEST_F(AlarmJsonParserTest, AnyNumberButZeroIsTrue)
+{
+    EXPECT_EQ(1, onlyAlarmOf(R"("enable":1)").enable);
+    EXPECT_EQ(0, onlyAlarmOf(R"("enable":0)").enable);
+    EXPECT_TRUE(onlyAlarmOf(R"("is_deleted":7)").isDeleted);
+}
+
+TEST_F(AlarmJsonParserTest, AnAlarmIsFilledFromAnObject)
+{
+    AlarmJsonParser parser;
+    AlarmDbData alarm;
+    alarm.id = 3;
+    alarm.min = 4;
+
+    parser._getAlarmFromJsonObject(objectOf(R"({"uuid":"17","alarm_time":2300})"), alarm);
+
+    EXPECT_EQ("17", alarm.uuid);
+    EXPECT_EQ(23, alarm.hour);
+    EXPECT_EQ(0, alarm.min);
+    EXPECT_EQ(3, alarm.id);
+    EXPECT_THAT(alarmsOf(parser), IsEmpty());
+}
+
+TEST_F(AlarmJsonParserTest, TheListIsAppendedEachTimeItIsTaken)
+{
+    AlarmJsonParser parser;
+    parser._getAlarms();
+    EXPECT_THAT(alarmsOf(parser), IsEmpty());
+
+    parser._prepare(kTwoAlarms);
+    EXPECT_EQ(2u, alarmsOf(parser).size());
+
+    parser._getAlarms();
+    EXPECT_EQ(4u, alarmsOf(parser).size());
+    EXPECT_EQ("17", alarmsOf(parser)[2].uuid);
+}
+
+TEST_P(ReplaceTest, GoesOnBehindWhatItHasPut)
+{
+    std::string text = GetParam().text;
+    AlarmJsonParser()._replaceString(text, GetParam().from, GetParam().to);
+    EXPECT_EQ(GetParam().result, text);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ReplaceTest,
+    testing::Values(ReplaceCase{ "Each", "a-b-c", "-", "+", "a+b+c" },
+        ReplaceCase{ "FromTheStart", "--", "-", "+", "++" },
+        ReplaceCase{ "ToHoldsFrom", "a-a", "a", "aa", "aa-aa" },
+        ReplaceCase{ "ToEndsInFrom", "aa", "a", "ba", "baba" },
+        ReplaceCase{ "Longer", "abab", "ab", "x", "xx" },
+        ReplaceCase{ "Overlapping", "aaa", "aa", "b", "ba" },
+        ReplaceCase{ "Absent", "abc", "x", "y", "abc" },
+        ReplaceCase{ "EmptyText", "", "a", "b", "" },
+        ReplaceCase{ "EmptyFrom", "abc", "", "b", "abc" },
+        ReplaceCase{ "EmptyTo", "abc", "a", "", "abc" }),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(AlarmJsonParserTest, ALineFeedInATitleBecomesABlank)
 {
@@ -185,6 +226,43 @@ TEST_F(AlarmJsonParserTest, AnAlertTimeOfMinusOneIsNow)
     EXPECT_EQ(~0ULL, onlyAlarmOf(R"("created_time":-1)").mobileCreateTime);
 }
 
+TEST_P(AlarmAlertTimeTest, IsReadAsSixtyFourBits)
+{
+    clockDouble().now = timeval{ 1600000000, 0 };
+
+    EXPECT_EQ(GetParam().value,
+        onlyAlarmOf(std::string("\"alerttime\":") + GetParam().json).mobileAlertTime);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, AlarmAlertTimeTest,
+    testing::Values(NumberCase{ "AllBits", "18446744073709551615", 1600000000000 },
+        NumberCase{ "BeyondAllBits", "99999999999999999999999", 1600000000000 },
+        NumberCase{ "FarBelow", "-99999999999999999999999", 1 },
+        NumberCase{ "SignBit", "9223372036854775808", 9223372036854775808U },
+        NumberCase{ "Fraction", "7.9", 7 },
+        NumberCase{ "MinusOneAsAFraction", "-1.0", 1600000000000 }),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(AlarmJsonParserTest, APowerOfTenBeyondSixtyFourBitsIsAnEnd)
+{
+    for (const char* number : { "1e30", "1e400", "-1e400" }) {
+        clockDouble().now = timeval{ 1600000000, 0 };
+        const std::string members = std::string("\"alerttime\":") + number;
+        // The processor decides at which end of the signed numbers it stops.
+        EXPECT_THAT(onlyAlarmOf(members).mobileAlertTime,
+            testing::AnyOf(9223372036854775807U, 9223372036854775808U))
+            << number;
+    }
+}
+
+TEST_F(AlarmJsonParserTest, HalfASurrogatePairIsReplaced)
+{
+    const AlarmDbData alarm = onlyAlarmOf(R"("uuid":"\ud83dx","title":"a\ud83dxb")");
+
+    EXPECT_EQ("\uFFFD\uFFFD\uFFFD", alarm.uuid);
+    EXPECT_EQ("a\uFFFD\uFFFD\uFFFDb", alarm.name);
+}
+
 TEST_F(AlarmJsonParserTest, AOneTimeAlarmMayHaveADay)
 {
     const AlarmDbData alarm = onlyAlarmOf(R"("repeat_type":16777217)");
@@ -192,13 +270,6 @@ TEST_F(AlarmJsonParserTest, AOneTimeAlarmMayHaveADay)
     EXPECT_EQ(1, alarm.repeat_once);
     EXPECT_EQ(2, alarm.repeatWeekly);
 }
-
-struct TimeCase {
-    const char* name;
-    const char* json;
-    int hour, min;
-};
-class AlarmTimeTest : public AlarmJsonParserTest, public testing::WithParamInterface<TimeCase> {};
 
 TEST_P(AlarmTimeTest, IsDividedAsItIs)
 {
