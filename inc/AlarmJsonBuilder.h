@@ -3,6 +3,7 @@
 #include "AlarmJsonObject.h"
 #include "AlarmMessage.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,7 @@ public:
     void addIntegerMember(const std::string& name, int value);
     void addUnsignedLongLongMember(const std::string& name, unsigned long long value);
 
-    /** "list" becomes the alarms in the short form, which other applications read. */
+    /** "list" becomes the alarms in the short form, which other applications read. Unsets TZ. */
     void addAlarmsByApp(std::vector<AlarmDbData>& alarms);
 
     /** "list" becomes the alarms in the full form, which the phone and AlarmJsonParser read. */
@@ -57,5 +58,5 @@ public:
 
 private:
     AlarmJsonObject _message;
-    JsonNode* _node;
+    std::unique_ptr<JsonNode, void (*)(JsonNode*)> _node;
 };

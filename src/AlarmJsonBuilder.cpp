@@ -6,27 +6,37 @@
 
 #include <ctime>
 #include <json-glib/json-glib.h>
+#include <list>
 
 namespace {
 const char* const kTypeMember = "msgId";
 const char* const kListMember = "list";
 
-void makeObject(AlarmJsonObject& out)
+void makeEmpty(AlarmJsonObject& out)
 {
     JsonObject* object = json_object_new();
     out.setJsonObject(object);
     json_object_unref(object);
 }
+
+std::list<AlarmJsonObject> objectsOf(const std::vector<AlarmDbData>& alarms,
+    AlarmJsonBuilder& builder, void (AlarmJsonBuilder::*fill)(AlarmDbData&, AlarmJsonObject&))
+{
+    std::list<AlarmJsonObject> objects;
+    for (AlarmDbData alarm : alarms)
+        (builder.*fill)(alarm, objects.emplace_back());
+    return objects;
+}
 } // namespace
 
 AlarmJsonBuilder::AlarmJsonBuilder()
-    : _node(json_node_new(JSON_NODE_OBJECT))
+    : _node(json_node_new(JSON_NODE_OBJECT), json_node_free)
 {
-    makeObject(_message);
-    json_node_set_object(_node, _message.getJsonObject());
+    makeEmpty(_message);
+    json_node_set_object(_node.get(), _message.getJsonObject());
 }
 
-AlarmJsonBuilder::~AlarmJsonBuilder() { json_node_free(_node); }
+AlarmJsonBuilder::~AlarmJsonBuilder() = default;
 
 void AlarmJsonBuilder::setMessageType(AlarmMessage::Type type)
 {
@@ -59,18 +69,14 @@ void AlarmJsonBuilder::addUnsignedLongLongMember(const std::string& name, unsign
 
 void AlarmJsonBuilder::addAlarmsByApp(std::vector<AlarmDbData>& alarms)
 {
-    std::list<AlarmJsonObject> objects;
-    for (AlarmDbData alarm : alarms)
-        _getMinimumJsonObjectFromAlarm(alarm, objects.emplace_back());
-    _message.addArrayMember(kListMember, objects);
+    _message.addArrayMember(
+        kListMember, objectsOf(alarms, *this, &AlarmJsonBuilder::_getMinimumJsonObjectFromAlarm));
 }
 
 void AlarmJsonBuilder::addAlarmList(std::vector<AlarmDbData>& alarms)
 {
-    std::list<AlarmJsonObject> objects;
-    for (AlarmDbData alarm : alarms)
-        _getJsonObjectFromAlarm(alarm, objects.emplace_back());
-    _message.addArrayMember(kListMember, objects);
+    _message.addArrayMember(
+        kListMember, objectsOf(alarms, *this, &AlarmJsonBuilder::_getJsonObjectFromAlarm));
 }
 
 void AlarmJsonBuilder::getJsonMessage(std::string& out) { _message.getJsonMessage(out); }
@@ -81,7 +87,7 @@ void AlarmJsonBuilder::_getMinimumJsonObjectFromAlarm(AlarmDbData& alarm, AlarmJ
     tm local = {};
     localtime_r(&start, &local);
 
-    makeObject(out);
+    makeEmpty(out);
     out.addIntegerMember("id", alarm.id);
     out.addIntegerMember("hour", local.tm_hour);
     out.addIntegerMember("min", local.tm_min);
@@ -90,10 +96,10 @@ void AlarmJsonBuilder::_getMinimumJsonObjectFromAlarm(AlarmDbData& alarm, AlarmJ
 
 void AlarmJsonBuilder::_getJsonObjectFromAlarm(AlarmDbData& alarm, AlarmJsonObject& out)
 {
-    makeObject(out);
+    makeEmpty(out);
     out.addStringMember("uuid", alarm.uuid);
     out.addStringMember("title", alarm.name);
-    out.addIntegerMember("alarm_time", alarm.hour * 100 + alarm.min);
+    out.addLongLongIntMember("alarm_time", alarm.hour * 100LL + alarm.min);
     out.addUnsignedLongLongMember("alerttime", alarm.mobileAlertTime);
     out.addUnsignedLongLongMember("created_time", alarm.mobileCreateTime);
     out.addUnsignedLongLongMember("modified_time", alarm.mobileModifiedTime);
@@ -103,4 +109,4 @@ void AlarmJsonBuilder::_getJsonObjectFromAlarm(AlarmDbData& alarm, AlarmJsonObje
     out.addBooleanMember("is_deleted", alarm.isDeleted);
 }
 
-void AlarmJsonBuilder::_setWhenJsonObejct(AlarmJsonObject& out, long /*time*/) { makeObject(out); }
+void AlarmJsonBuilder::_setWhenJsonObejct(AlarmJsonObject& out, long /*time*/) { makeEmpty(out); }

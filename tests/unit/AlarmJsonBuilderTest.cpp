@@ -4,11 +4,32 @@
 #include "DlogDouble.h"
 #include "JsonSupport.h"
 
+#include <climits>
 #include <cstdlib>
 #include <ctime>
 #include <gmock/gmock.h>
+#include <list>
+#include <type_traits>
 
 using testing::ElementsAre;
+
+// Where TZ names no zone, the device's is this far from UTC.
+const int kDeviceOffset = 5 * 3600 + 45 * 60;
+
+// The linker sends the library's calls here.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+tm* __real_localtime_r(const time_t* time, tm* out);
+
+tm* __wrap_localtime_r(const time_t* time, tm* out)
+{
+    if (getenv("TZ"))
+        return __real_localtime_r(time, out);
+    const time_t shifted = *time + kDeviceOffset;
+    return gmtime_r(&shifted, out);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 class AlarmJsonBuilderTest : public testing::Test {
@@ -49,6 +70,16 @@ AlarmDbData fullAlarm()
     alarm.isDeleted = true;
     return alarm;
 }
+
+struct MemberCase {
+    const char* name;
+    void (*change)(AlarmDbData& alarm);
+    const char* member;
+};
+class FullAlarmTest : public AlarmJsonBuilderTest,
+                      public testing::WithParamInterface<MemberCase> {};
+
+static_assert(std::has_virtual_destructor_v<AlarmJsonBuilder>);
 } // namespace
 
 TEST_F(AlarmJsonBuilderTest, IsEmptyAtFirst) { EXPECT_EQ("{}", message()); }
@@ -107,14 +138,6 @@ TEST_F(AlarmJsonBuilderTest, ADefaultAlarmIsInThePhonesForm)
         messageOfAlarm(AlarmDbData()));
 }
 
-struct MemberCase {
-    const char* name;
-    void (*change)(AlarmDbData& alarm);
-    const char* member;
-};
-class FullAlarmTest : public AlarmJsonBuilderTest,
-                      public testing::WithParamInterface<MemberCase> {};
-
 TEST_P(FullAlarmTest, HasTheMember)
 {
     AlarmDbData alarm;
@@ -132,6 +155,18 @@ INSTANTIATE_TEST_SUITE_P(Table, FullAlarmTest,
                 a.min = 59;
             },
             R"("alarm_time":2359,)" },
+        MemberCase{ "GreatestTime",
+            [](AlarmDbData& a) {
+                a.hour = INT_MAX;
+                a.min = INT_MAX;
+            },
+            R"("alarm_time":216895848347,)" },
+        MemberCase{ "LeastTime",
+            [](AlarmDbData& a) {
+                a.hour = INT_MIN;
+                a.min = INT_MIN;
+            },
+            R"("alarm_time":-216895848448,)" },
         MemberCase{ "AnyEnableIsTrue", [](AlarmDbData& a) { a.enable = 2; }, R"("enable":true,)" },
         MemberCase{
             "WeeklyOnNoDay", [](AlarmDbData& a) { a.repeat_once = 0; }, R"("repeat_type":5,)" },
@@ -144,10 +179,11 @@ INSTANTIATE_TEST_SUITE_P(Table, FullAlarmTest,
 
 TEST_F(AlarmJsonBuilderTest, AlarmsKeepTheirOrderAndAreNotChanged)
 {
-    std::vector<AlarmDbData> alarms(3);
+    std::vector<AlarmDbData> alarms(3, fullAlarm());
     alarms[0].uuid = "b";
     alarms[1].uuid = "a";
     alarms[2].uuid = "c";
+    const std::vector<AlarmDbData> before = alarms;
 
     builder.addAlarmList(alarms);
 
@@ -157,7 +193,26 @@ TEST_F(AlarmJsonBuilderTest, AlarmsKeepTheirOrderAndAreNotChanged)
     for (const AlarmJsonObject& alarm : list)
         alarm.getStringValue("uuid", uuids.emplace_back());
     EXPECT_THAT(uuids, ElementsAre("b", "a", "c"));
-    EXPECT_EQ("b", alarms[0].uuid);
+    builder.addAlarmsByApp(alarms);
+    for (size_t i = 0; i < alarms.size(); ++i)
+        expectSame(before[i], alarms[i]);
+}
+
+TEST_F(AlarmJsonBuilderTest, ShortAlarmsKeepTheirOrder)
+{
+    std::vector<AlarmDbData> alarms(3);
+    alarms[0].id = 2;
+    alarms[1].id = 1;
+    alarms[2].id = 3;
+
+    builder.addAlarmsByApp(alarms);
+
+    std::list<AlarmJsonObject> list;
+    objectOf(message()).getArrayObject("list", list);
+    std::vector<int> ids;
+    for (const AlarmJsonObject& alarm : list)
+        alarm.getIntegerValue("id", ids.emplace_back());
+    EXPECT_THAT(ids, ElementsAre(2, 1, 3));
 }
 
 TEST_F(AlarmJsonBuilderTest, NoAlarmsAreAnEmptyList)
@@ -175,45 +230,35 @@ TEST_F(AlarmJsonBuilderTest, NoAlarmsAreAnEmptyList)
 
 TEST_F(AlarmJsonBuilderTest, AShortAlarmIsInTheApplicationsForm)
 {
-    unsetenv("TZ");
+    setenv("TZ", "UTC", 1);
     AlarmDbData alarm;
     alarm.id = 3;
-    alarm.enable = 1;
-    alarm.stime = 1600000042;
-    const time_t start = alarm.stime;
-    tm utc = {};
-    gmtime_r(&start, &utc);
-    alarm.hour = utc.tm_hour;
-    alarm.min = utc.tm_min;
-    tm local = {};
-    localtime_r(&start, &local);
+    alarm.enable = 2;
+    alarm.stime = 1600000042; // 12:27 UTC
+    alarm.hour = 12;
+    alarm.min = 27;
 
     std::vector<AlarmDbData> alarms{ alarm };
     builder.addAlarmsByApp(alarms);
 
-    EXPECT_EQ("{\"list\":[{\"id\":3,\"hour\":" + std::to_string(local.tm_hour)
-            + ",\"min\":" + std::to_string(local.tm_min) + ",\"enable\":1}]}",
-        message());
+    EXPECT_EQ(R"({"list":[{"id":3,"hour":18,"min":12,"enable":2}]})", message());
+    EXPECT_EQ(nullptr, getenv("TZ"));
 }
 
 TEST_F(AlarmJsonBuilderTest, AShortAlarmTellsTheTimeAtWhichItRings)
 {
-    // An hour that the zone skipped: the start is displaced, and moved to the next day.
+    // An hour that the zone skipped: the start is displaced, and moved to 00:00 UTC of the next
+    // day.
     AlarmDbData alarm;
     alarm.timezone = "Europe/Berlin";
     alarm.stime = 1616893200; // 2021-03-28 01:00 UTC, 03:00 in Berlin
     alarm.hour = 2;
     alarm.min = 0;
-    const time_t rings = 1616893200 + 23 * 3600;
-    unsetenv("TZ");
-    tm local = {};
-    localtime_r(&rings, &local);
 
-    AlarmJsonObject object;
+    AlarmJsonObject object = objectOf(R"({"a":1})");
     builder._getMinimumJsonObjectFromAlarm(alarm, object);
 
-    EXPECT_EQ("{\"id\":-1,\"hour\":" + std::to_string(local.tm_hour) + ",\"min\":0,\"enable\":0}",
-        textOf(object));
+    EXPECT_EQ(R"({"id":-1,"hour":5,"min":45,"enable":0})", textOf(object));
 }
 
 TEST_F(AlarmJsonBuilderTest, TheObjectOfATimeIsAlwaysEmpty)
