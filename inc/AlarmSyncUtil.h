@@ -36,7 +36,10 @@ public:
     /** repeatWeekly and repeat_once as the phone writes them. */
     static int convertRepeatWeeklyFromWatchData(int repeatWeekly, int repeatOnce);
 
-    /** Unregisters the phone's alarms, drops them from the store, and announces the change. */
+    /**
+     * Unregisters the phone's alarms that are switched on, drops all of the phone's
+     * from the store, and announces the change; with none there it does nothing.
+     */
     static void removeMobileAlarmData();
 
     /**

@@ -3,15 +3,15 @@
 #include "AlarmDbModel.h"
 #include "AlarmLog.h"
 #include "AlarmManagerModel.h"
+#include "PlatformHandle.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <sys/time.h>
+#include <vconf-keys.h>
 #include <vconf.h>
+#include <vector>
 
 namespace {
-const char* const kConnectionTypeKey = "memory/private/vap/conn_type";
-const char* const kWatchManagerKey = "memory/wms/wmanager_connected";
 const char* const kVendorKey = "db/wms/host_status/vendor";
 const char* const kNotificationKey = "db/alarm/host_alarm_notification_enabled";
 
@@ -30,7 +30,8 @@ std::vector<AlarmDbData> enabledMobileAlarms(AlarmDbModel& store)
     return alarms;
 }
 
-// Saves what registering changed. It is no change for the phone, nor one to announce.
+// Saves what registering changed. That alone is no change for the phone, nor one to announce; a
+// record that the phone is yet to hear of stays one, and its modification time moves.
 void saveRegistration(AlarmDbModel& store, AlarmDbData& alarm)
 {
     store.updateAlarmData(alarm, false, false, false, true);
@@ -49,7 +50,7 @@ void AlarmSyncUtil::requestWatchUpdate() {}
 bool AlarmSyncUtil::isBtConnected()
 {
     int type = 0;
-    if (vconf_get_int(kConnectionTypeKey, &type) != VCONF_OK) {
+    if (vconf_get_int(VCONFKEY_VAP_CONNECTIVITY_TYPE, &type) != VCONF_OK) {
         LOG_CRITICAL("vconf_get_int(VCONFKEY_VAP_CONNECTIVITY_TYPE FAILED");
         return false;
     }
@@ -57,7 +58,7 @@ bool AlarmSyncUtil::isBtConnected()
         return false;
 
     int connected = 0;
-    if (vconf_get_bool(kWatchManagerKey, &connected) != VCONF_OK) {
+    if (vconf_get_bool(VCONFKEY_WMS_WMANAGER_CONNECTED, &connected) != VCONF_OK) {
         LOG_CRITICAL("vconf_get_int(VCONFKEY_WMS_WMANAGER_CONNECTED FAILED");
         return false;
     }
@@ -97,8 +98,9 @@ void AlarmSyncUtil::removeMobileAlarmData()
     AlarmDbModel store;
     if (store.getNumberOfMobileAlarm() < 1)
         return;
+    AlarmManagerModel scheduler;
     for (AlarmDbData& alarm : enabledMobileAlarms(store))
-        AlarmManagerModel().unregisterAlarmFromServer(alarm, true);
+        scheduler.unregisterAlarmFromServer(alarm, true);
     store.removeSyncedAlarmData();
     store.setNotiFlag(true, true);
 }
@@ -108,8 +110,9 @@ void AlarmSyncUtil::unregisterMobileAlarm()
     if (!_isConnectedWithOurCompany())
         return;
     AlarmDbModel store;
+    AlarmManagerModel scheduler;
     for (AlarmDbData& alarm : enabledMobileAlarms(store)) {
-        AlarmManagerModel().unregisterAlarmFromServer(alarm, true);
+        scheduler.unregisterAlarmFromServer(alarm, true);
         saveRegistration(store, alarm);
     }
 }
@@ -120,20 +123,17 @@ void AlarmSyncUtil::registerMobileAlarm()
     if (!_isConnectedWithOurCompany() || !_isNotificationStateEnabled())
         return;
     AlarmDbModel store;
+    AlarmManagerModel scheduler;
     for (AlarmDbData& alarm : enabledMobileAlarms(store)) {
-        AlarmManagerModel().registerAlarmToServer(alarm, true);
+        scheduler.registerAlarmToServer(alarm, true);
         saveRegistration(store, alarm);
     }
 }
 
 bool AlarmSyncUtil::_isConnectedWithOurCompany()
 {
-    char* vendor = vconf_get_str(kVendorKey);
-    if (!vendor)
-        return false;
-    const bool ours = strcmp(vendor, kOurVendor) == 0;
-    free(vendor);
-    return ours;
+    const HeapText vendor(vconf_get_str(kVendorKey));
+    return vendor.get() && strcmp(vendor.get(), kOurVendor) == 0;
 }
 
 bool AlarmSyncUtil::_isNotificationStateEnabled()

@@ -170,6 +170,52 @@ TEST_F(AlarmSyncUtilMirrorTest, APlatformThatRefusesStopsNothing)
 
     EXPECT_THAT(alarmDouble().cancelled, ElementsAre(11, 14));
     EXPECT_EQ(2u, alarmDouble().scheduled.size());
+    EXPECT_EQ((Rows{ { "first", "0" }, { "off", "12" }, { "watch", "13" }, { "second", "0" } }),
+        file.rows(kRegistrations));
+}
+
+TEST_F(AlarmSyncUtilMirrorTest, AStoreThatCannotBeWrittenStopsNothing)
+{
+    insertAlarms();
+    clockDouble().sleep = [] {};
+    sqlite3* other = nullptr;
+    sqlite3_open(file.path().c_str(), &other);
+    sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+
+    AlarmSyncUtil::registerMobileAlarm();
+
+    sqlite3_close(other);
+    EXPECT_THAT(alarmDouble().cancelled, ElementsAre(11, 14));
+    EXPECT_EQ(2u, alarmDouble().scheduled.size());
+    EXPECT_EQ((Rows{ { "first", "11" }, { "off", "12" }, { "watch", "13" }, { "second", "14" } }),
+        file.rows(kRegistrations));
+}
+
+TEST_F(AlarmSyncUtilMirrorTest, AnAlarmThatIsDeletedButOnIsRegisteredToo)
+{
+    insertAlarms();
+    file.run("UPDATE alarm SET isDeleted = 1 WHERE name = 'first'");
+
+    AlarmSyncUtil::registerMobileAlarm();
+
+    EXPECT_THAT(alarmDouble().cancelled, ElementsAre(11, 14));
+    EXPECT_EQ((Rows{ { "first", "700" }, { "off", "12" }, { "watch", "13" }, { "second", "701" } }),
+        file.rows(kRegistrations));
+    EXPECT_EQ("1", file.value("SELECT isDeleted FROM alarm WHERE name = 'first'"));
+}
+
+TEST_F(AlarmSyncUtilMirrorTest, AChangeThatThePhoneDoesNotKnowStaysOne)
+{
+    insertAlarms();
+    file.run("UPDATE alarm SET isNeedToSync = 1, mobileAlertTime = 5 WHERE name = 'first'");
+    clockDouble().now = timeval{ 1700000000, 456789 };
+
+    AlarmSyncUtil::registerMobileAlarm();
+
+    EXPECT_EQ(
+        (Rows{ { "first", "1", "5", "1700000000456" }, { "second", "0", "0", "1600000000000" } }),
+        file.rows("SELECT name, isNeedToSync, mobileAlertTime, mobileModifiedTime FROM alarm "
+                  "WHERE name IN ('first', 'second') ORDER BY id"));
 }
 
 TEST_F(AlarmSyncUtilMirrorTest, AlarmsThatAreOffOrAbsentNeedNothing)

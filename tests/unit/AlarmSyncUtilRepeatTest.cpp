@@ -22,6 +22,18 @@ std::string pair(const char* first, int a, const char* second, int b)
     return std::string(first) + "[" + std::to_string(a) + "] " + second + "[" + std::to_string(b)
         + "]";
 }
+
+struct OddWatchCase {
+    const char* name;
+    int weekly, once, phone;
+};
+class OddWatchRepeatTest : public testing::TestWithParam<OddWatchCase> {};
+
+struct OddPhoneCase {
+    const char* name;
+    int phone, weekly, once;
+};
+class OddPhoneRepeatTest : public testing::TestWithParam<OddPhoneCase> {};
 } // namespace
 
 TEST_P(PhoneRepeatTest, IsWrittenAsOneHexDigitPerDay)
@@ -75,12 +87,6 @@ TEST(PhoneRepeatRoundTripTest, EverySetOfDaysComesBack)
     }
 }
 
-struct OddWatchCase {
-    const char* name;
-    int weekly, once, phone;
-};
-class OddWatchRepeatTest : public testing::TestWithParam<OddWatchCase> {};
-
 TEST_P(OddWatchRepeatTest, KeepsToSevenDaysAndTwoLowestDigits)
 {
     const OddWatchCase& row = GetParam();
@@ -94,12 +100,6 @@ INSTANTIATE_TEST_SUITE_P(Table, OddWatchRepeatTest,
         OddWatchCase{ "OnlyTheSign", INT_MIN, 1, 0x1 }, OddWatchCase{ "AnyOtherOnce", 64, 2, 0x11 },
         OddWatchCase{ "NegativeOnce", 64, -1, 0x11 }),
     [](const auto& row) { return row.param.name; });
-
-struct OddPhoneCase {
-    const char* name;
-    int phone, weekly, once;
-};
-class OddPhoneRepeatTest : public testing::TestWithParam<OddPhoneCase> {};
 
 TEST_P(OddPhoneRepeatTest, IsReadDigitByDigit)
 {

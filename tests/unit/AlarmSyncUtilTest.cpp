@@ -24,6 +24,20 @@ protected:
         vconfDouble() = {};
     }
 };
+
+struct LinkCase {
+    const char* name;
+    int type;
+    bool connected;
+};
+class LinkTypeTest : public AlarmSyncUtilTest, public testing::WithParamInterface<LinkCase> {};
+
+struct VendorCase {
+    const char* name;
+    const char* vendor;
+    bool ours;
+};
+class VendorTest : public AlarmSyncUtilTest, public testing::WithParamInterface<VendorCase> {};
 } // namespace
 
 TEST_F(AlarmSyncUtilTest, DeviceTimeIsTheClockInWholeMilliseconds)
@@ -73,13 +87,6 @@ TEST_F(AlarmSyncUtilTest, PhoneIsNotConnectedWithoutItsWatchManager)
     EXPECT_THAT(dlogDouble().lines, IsEmpty());
 }
 
-struct LinkCase {
-    const char* name;
-    int type;
-    bool connected;
-};
-class LinkTypeTest : public AlarmSyncUtilTest, public testing::WithParamInterface<LinkCase> {};
-
 TEST_P(LinkTypeTest, BitZeroIsTheLinkOverBluetooth)
 {
     vconfDouble().ints[kConnectionType] = GetParam().type;
@@ -117,13 +124,6 @@ TEST_F(AlarmSyncUtilTest, AnUnreadableWatchManagerIsNoConnection)
     EXPECT_THAT(dlogDouble().criticals(),
         ElementsAre("vconf_get_int(VCONFKEY_WMS_WMANAGER_CONNECTED FAILED"));
 }
-
-struct VendorCase {
-    const char* name;
-    const char* vendor;
-    bool ours;
-};
-class VendorTest : public AlarmSyncUtilTest, public testing::WithParamInterface<VendorCase> {};
 
 TEST_P(VendorTest, IsOursOnlyByteForByte)
 {
