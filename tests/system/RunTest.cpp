@@ -8,6 +8,7 @@
 
 namespace fs = std::filesystem;
 
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
@@ -38,6 +39,13 @@ protected:
         std::vector<std::string> command = { "env", "-u", "ALARM_HOST_LOG", tree.file("run") };
         command.insert(command.end(), arguments.begin(), arguments.end());
         return runCommand(command);
+    }
+
+    void copyScenario(const std::string& scenario)
+    {
+        for (const char* script : { "scripts/story", "scripts/listen" })
+            fs::copy(SOURCE_DIR "/" + std::string(script), tree.file(script));
+        fs::copy(SOURCE_DIR "/scenarios/" + scenario, tree.file("scenarios/" + scenario));
     }
 
     TempDir tree;
@@ -131,7 +139,7 @@ TEST_F(RunTest, FailedBuildFails)
 
 TEST_F(RunTest, TextPasses)
 {
-    fs::copy(SOURCE_DIR "/scenarios/text", tree.file("scenarios/text"));
+    copyScenario("text");
 
     const CommandResult result = run({ "text" });
 
@@ -142,7 +150,7 @@ TEST_F(RunTest, TextPasses)
 
 TEST_F(RunTest, RoadPasses)
 {
-    fs::copy(SOURCE_DIR "/scenarios/road", tree.file("scenarios/road"));
+    copyScenario("road");
 
     const CommandResult result = run({});
 
@@ -155,12 +163,25 @@ TEST_F(RunTest, RoadPasses)
 
 TEST_F(RunTest, PhonePasses)
 {
-    fs::copy(SOURCE_DIR "/scenarios/phone", tree.file("scenarios/phone"));
+    copyScenario("phone");
 
     const CommandResult result = run({ "phone" });
 
     EXPECT_EQ(0, result.status) << result.out << result.err;
     EXPECT_THAT(
         result.out, EndsWith("PASS phone: 12 messages, 3 alarms mirrored, 0 lost, 0 doubled\n"));
+    EXPECT_EQ("", result.err);
+}
+
+TEST_F(RunTest, SoundPasses)
+{
+    copyScenario("sound");
+
+    const CommandResult result = run({ "sound" });
+
+    EXPECT_EQ(0, result.status) << result.out << result.err;
+    EXPECT_THAT(
+        result.out, ContainsRegex("\nPASS sound: heard 880 Hz after [0-9]+ ms, levels 1 2 3\n$"));
+    EXPECT_TRUE(fs::exists(tree.file("build/sound.png")));
     EXPECT_EQ("", result.err);
 }
