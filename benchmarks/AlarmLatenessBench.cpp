@@ -6,6 +6,7 @@
 //
 // Exit status: 0 within the limits, 1 not.
 #include "Command.h"
+#include "Count.h"
 #include "HostSession.h"
 
 #include <algorithm>
@@ -15,7 +16,6 @@
 #include <regex>
 #include <set>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace {
 
@@ -132,26 +132,11 @@ bool report(const std::vector<double>& alarm, const std::vector<double>& bare)
     return median && tail && early == 0;
 }
 
-size_t parseCount(int argc, char** argv)
-{
-    size_t count = 100;
-    for (int option = 0; (option = getopt(argc, argv, "n:")) != -1;) {
-        count = option == 'n' ? strtoul(optarg, nullptr, 10) : 0;
-        if (count == 0)
-            break;
-    }
-    if (count == 0 || optind != argc) {
-        fprintf(stderr, "usage: AlarmLatenessBench [-n ALARMS]\n");
-        exit(2);
-    }
-    return count;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const size_t count = parseCount(argc, argv);
+    const size_t count = parseCount(argc, argv, 100, "ALARMS");
     try {
         HostSession session;
         BackgroundCommand bare({ BARE_TIMER, std::to_string(count) });

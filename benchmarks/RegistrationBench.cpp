@@ -4,15 +4,15 @@
 //   host-session RegistrationBench [-n ALARMS]
 //
 // Exit status: 0 within the limit, 1 not.
+#include "Count.h"
+
 #include <algorithm>
 #include <app_alarm.h>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <memory>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -64,18 +64,6 @@ double medianFrom(const std::vector<double>& taken, size_t start)
     return sample[kSample / 2];
 }
 
-size_t parseCount(int argc, char** argv)
-{
-    size_t count = 10000;
-    for (int option = 0; (option = getopt(argc, argv, "n:")) != -1;)
-        count = option == 'n' ? strtoul(optarg, nullptr, 10) : 0;
-    if (count == 0 || optind != argc) {
-        fprintf(stderr, "usage: RegistrationBench [-n ALARMS]\n");
-        exit(2);
-    }
-    return count;
-}
-
 // In the middle too: the service's file grows at first, and a growing file costs the disk more.
 bool report(const std::vector<double>& taken)
 {
@@ -92,7 +80,7 @@ bool report(const std::vector<double>& taken)
 
 int main(int argc, char** argv)
 {
-    const size_t count = parseCount(argc, argv);
+    const size_t count = parseCount(argc, argv, 10000, "ALARMS");
     const AppControl request = alertRequest();
     std::vector<double> taken;
     // Half a sample more, so that the last one asked for lies in the middle of its sample.

@@ -6,6 +6,7 @@
 //
 // Exit status: 0 within the limit, 1 not.
 #include "Command.h"
+#include "Count.h"
 #include "HostSession.h"
 #include "Listener.h"
 
@@ -17,7 +18,6 @@
 #include <fstream>
 #include <regex>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace {
 
@@ -141,26 +141,11 @@ bool report(const std::vector<Start>& alarms, const std::vector<Start>& bare)
     return ratio <= kLimit;
 }
 
-size_t parseCount(int argc, char** argv)
-{
-    size_t count = 20;
-    for (int option = 0; (option = getopt(argc, argv, "n:")) != -1;) {
-        count = option == 'n' ? strtoul(optarg, nullptr, 10) : 0;
-        if (count == 0)
-            break;
-    }
-    if (count == 0 || optind != argc) {
-        fprintf(stderr, "usage: SoundBench [-n ALARMS]\n");
-        exit(2);
-    }
-    return count;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const size_t count = parseCount(argc, argv);
+    const size_t count = parseCount(argc, argv, 20, "ALARMS");
     try {
         HostSession session;
         Listener listener;
