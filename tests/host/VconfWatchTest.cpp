@@ -22,14 +22,28 @@ void noteCb(keynode_t* node, void* data)
 
 void otherCb(keynode_t*, void*) { told.emplace_back("other"); }
 
+void firstCb(keynode_t*, void*) { told.emplace_back("first"); }
+
+void lastCb(keynode_t*, void*) { told.emplace_back("last"); }
+
+// Leaves itself alone.
+void replaceOthersCb(keynode_t*, void*)
+{
+    told.emplace_back("replace");
+    vconf_ignore_key_changed(kKey, firstCb);
+    vconf_ignore_key_changed(kKey, otherCb);
+    vconf_notify_key_changed(kKey, lastCb, nullptr);
+}
+
 class VconfWatchTest : public testing::Test {
 protected:
     void SetUp() override { told.clear(); }
 
     void TearDown() override
     {
-        vconf_ignore_key_changed(kKey, noteCb);
-        vconf_ignore_key_changed(kKey, otherCb);
+        for (const vconf_callback_fn callback :
+            { noteCb, otherCb, firstCb, lastCb, replaceOthersCb })
+            vconf_ignore_key_changed(kKey, callback);
     }
 
     HostSession session;
@@ -65,6 +79,48 @@ TEST_F(VconfWatchTest, EachCallbackOfAKeyIsToldUntilItIsTakenOut)
 
     ASSERT_TRUE(session.waitFor([] { return !told.empty(); }));
     EXPECT_EQ(std::vector<std::string>{ "other" }, told);
+}
+
+TEST_F(VconfWatchTest, CallbacksAreToldInTheOrderOfSetting)
+{
+    // Twice, each way round: their addresses have an order too.
+    for (const bool isFirst : { true, false }) {
+        vconf_notify_key_changed(kKey, isFirst ? firstCb : lastCb, nullptr);
+        vconf_notify_key_changed(kKey, otherCb, nullptr);
+        vconf_notify_key_changed(kKey, isFirst ? lastCb : firstCb, nullptr);
+        told.clear();
+
+        vconf_set_int(kKey, 1);
+
+        ASSERT_TRUE(session.waitFor([] { return told.size() == 3; }));
+        EXPECT_EQ(isFirst ? "first" : "last", told.front());
+        EXPECT_EQ(isFirst ? "last" : "first", told.back());
+        vconf_ignore_key_changed(kKey, firstCb);
+        vconf_ignore_key_changed(kKey, otherCb);
+        vconf_ignore_key_changed(kKey, lastCb);
+    }
+}
+
+TEST_F(VconfWatchTest, CallbackTakenOutByAnotherIsNotTold)
+{
+    vconf_notify_key_changed(kKey, replaceOthersCb, nullptr);
+    vconf_notify_key_changed(kKey, firstCb, nullptr);
+    vconf_notify_key_changed(kKey, otherCb, nullptr);
+    vconf_notify_key_changed("db/test/sentinel", noteCb, name);
+
+    vconf_set_int(kKey, 1);
+    vconf_set_int("db/test/sentinel", 1);
+
+    ASSERT_TRUE(
+        session.waitFor([] { return !told.empty() && told.back() == "first db/test/sentinel"; }));
+    EXPECT_EQ((std::vector<std::string>{ "replace", "first db/test/sentinel" }), told);
+    vconf_ignore_key_changed("db/test/sentinel", noteCb);
+    told.clear();
+
+    vconf_set_int(kKey, 2);
+
+    ASSERT_TRUE(session.waitFor([] { return told.size() == 2; }));
+    EXPECT_EQ((std::vector<std::string>{ "replace", "last" }), told);
 }
 
 TEST_F(VconfWatchTest, WrittenValuesAreReadBackByTheirType)

@@ -1,59 +1,20 @@
 #include "app_preference.h"
-#include "host/common/Bus.h"
+#include "host/common/KeyWatches.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 
 #include <exception>
-#include <map>
-#include <memory>
 #include <string>
 
 using host::SettingsStore;
 
 namespace {
 
-struct Watch {
-    preference_changed_cb callback;
-    void* data;
-};
-
-// The callbacks of this process, by key, behind one watch on the store.
-class Watches {
-public:
-    static Watches& instance()
-    {
-        host::bus(); // made first, so that it outlives the watch
-        static Watches watches;
-        return watches;
-    }
-
-    void set(const std::string& key, Watch watch)
-    {
-        if (!_watch) {
-            _watch = SettingsStore::session().watch(
-                [this](const std::string& store, const std::string& changed) {
-                    if (store == host::identity().package)
-                        _call(changed);
-                });
-        }
-        _callbacks[key] = watch;
-    }
-
-    bool unset(const std::string& key) { return _callbacks.erase(key) > 0; }
-
-private:
-    void _call(const std::string& key)
-    {
-        const auto found = _callbacks.find(key);
-        if (found == _callbacks.end())
-            return;
-        const Watch watch = found->second; // the callback may unset itself
-        watch.callback(key.c_str(), watch.data);
-    }
-
-    std::map<std::string, Watch> _callbacks;
-    std::shared_ptr<void> _watch;
-};
+host::KeyWatches& watches()
+{
+    static host::KeyWatches watches(host::identity().package);
+    return watches;
+}
 
 // Runs action on the package's store; what goes wrong there is an input/output error.
 template <typename Action>
@@ -112,7 +73,9 @@ extern "C" int preference_set_changed_cb(
     if (!callback)
         return PREFERENCE_ERROR_INVALID_PARAMETER;
     return withStore(key, [&](SettingsStore&, const std::string&) {
-        Watches::instance().set(key, { callback, user_data });
+        watches().set(key, nullptr, [callback, user_data](const std::string& changed) {
+            callback(changed.c_str(), user_data);
+        });
         return PREFERENCE_ERROR_NONE;
     });
 }
@@ -120,6 +83,6 @@ extern "C" int preference_set_changed_cb(
 extern "C" int preference_unset_changed_cb(const char* key)
 {
     return withStore(key, [&](SettingsStore&, const std::string&) {
-        return Watches::instance().unset(key) ? PREFERENCE_ERROR_NONE : PREFERENCE_ERROR_NO_KEY;
+        return watches().unset(key, nullptr) ? PREFERENCE_ERROR_NONE : PREFERENCE_ERROR_NO_KEY;
     });
 }

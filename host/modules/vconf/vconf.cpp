@@ -1,12 +1,11 @@
 #include "vconf.h"
 
-#include "host/common/Bus.h"
 #include "host/common/Keys.h"
+#include "host/common/KeyWatches.h"
 #include "host/common/SettingsStore.h"
 
 #include <cstring>
 #include <exception>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,48 +16,17 @@ struct _keynode_t {
 
 namespace {
 
-using Callbacks = std::map<vconf_callback_fn, void*>;
+host::KeyWatches& watches()
+{
+    static host::KeyWatches watches(host::kDeviceStore);
+    return watches;
+}
 
-// The callbacks of this process, by key, behind one watch on the store.
-class Watches {
-public:
-    static Watches& instance()
-    {
-        host::bus(); // made first, so that it outlives the watch
-        static Watches watches;
-        return watches;
-    }
-
-    void set(const std::string& key, vconf_callback_fn callback, void* data)
-    {
-        if (!_watch) {
-            _watch = host::SettingsStore::session().watch(
-                [this](const std::string& store, const std::string& changed) {
-                    if (store == host::kDeviceStore)
-                        _call(changed);
-                });
-        }
-        _callbacks[key][callback] = data;
-    }
-
-    bool unset(const std::string& key, vconf_callback_fn callback)
-    {
-        const auto found = _callbacks.find(key);
-        return found != _callbacks.end() && found->second.erase(callback) > 0;
-    }
-
-private:
-    void _call(const std::string& key)
-    {
-        keynode_t node = { key };
-        const Callbacks called = _callbacks[key]; // a callback may take itself out
-        for (const auto& [callback, data] : called)
-            callback(&node, data);
-    }
-
-    std::map<std::string, Callbacks> _callbacks;
-    std::shared_ptr<void> _watch;
-};
+// A key may have several callbacks.
+host::KeyWatches::Owner ownerOf(vconf_callback_fn callback)
+{
+    return reinterpret_cast<host::KeyWatches::Owner>(callback);
+}
 
 } // namespace
 
@@ -145,7 +113,10 @@ extern "C" int vconf_notify_key_changed(const char* in_key, vconf_callback_fn cb
     if (!in_key || !cb)
         return VCONF_ERROR;
     return attempt([&] {
-        Watches::instance().set(in_key, cb, user_data);
+        watches().set(in_key, ownerOf(cb), [cb, user_data](const std::string& key) {
+            keynode_t node = { key };
+            cb(&node, user_data);
+        });
         return true;
     });
 }
@@ -154,7 +125,7 @@ extern "C" int vconf_ignore_key_changed(const char* in_key, vconf_callback_fn cb
 {
     if (!in_key || !cb)
         return VCONF_ERROR;
-    return attempt([&] { return Watches::instance().unset(in_key, cb); });
+    return attempt([&] { return watches().unset(in_key, ownerOf(cb)); });
 }
 
 extern "C" char* vconf_keynode_get_name(keynode_t* keynode)
