@@ -81,6 +81,9 @@ public:
     bool removeAlarmData(AlarmDbData& alarm, bool needNoti, bool needNotiWidget, bool needToSync,
         bool requestUpdate);
 
+    /** Writes the record's three mobile times, and nothing else, to the row alarm.id. */
+    void _updateMobileTime(AlarmDbData& alarm);
+
     /** Writes contextMgrId to the row alarm.id. */
     void updateContextMgrId(AlarmDbData& alarm);
 
@@ -228,7 +231,6 @@ private:
 
     bool _runChange(const char* sql);
     bool _runReset(const char* sql);
-    void _updateMobileTime(AlarmDbData& alarm);
     void _updateMobileAlertTime(int id, unsigned long long alertTime);
 
     int _getAlarmDataFromQuery(const std::string& query, AlarmDbData& alarm);

@@ -7,10 +7,13 @@
 
 #include <AlarmDbModel.h>
 #include <AlarmManagerModel.h>
+#include <AlarmSyncUtil.h>
+#include <algorithm>
 #include <app_alarm.h>
 #include <dlog.h>
 #include <tuple>
 #include <unistd.h>
+#include <vector>
 
 namespace app {
 
@@ -26,7 +29,8 @@ bool isSame(const AlarmDbData& left, const AlarmDbData& right)
         return std::tie(alarm.id, alarm.alarm_mgr_id, alarm.enable, alarm.stime, alarm.modTime,
             alarm.hour, alarm.min, alarm.name, alarm.repeat_once, alarm.repeatWeekly,
             alarm.snooze_enable, alarm.count, alarm.type, alarm.tone, alarm.volume,
-            alarm.vibration_type, alarm.deviceType, alarm.isNeedToSync);
+            alarm.vibration_type, alarm.deviceType, alarm.mobileCreateTime,
+            alarm.mobileModifiedTime, alarm.mobileAlertTime, alarm.isNeedToSync);
     };
     return fields(left) == fields(right);
 }
@@ -35,6 +39,46 @@ bool isStored(const AlarmDbData& alarm)
 {
     AlarmDbData stored;
     return findAlarm(alarm.id, stored) == Found::Yes && isSame(stored, alarm);
+}
+
+bool isOfPhone(const AlarmDbData& alarm) { return alarm.deviceType == kPhoneDevice; }
+
+// Whether the row is gone; a phone alarm's stays, hidden, with the time of its removal, until the
+// phone has heard.
+bool isRemoved(const AlarmDbData& alarm)
+{
+    AlarmDbData stored;
+    if (findAlarm(alarm.id, stored) != Found::No)
+        return false;
+    if (!isOfPhone(alarm))
+        return true;
+    std::vector<AlarmDbData> unsynced;
+    AlarmDbModel().getAllUnsyncedAlarmList(unsynced);
+    return std::any_of(unsynced.begin(), unsynced.end(), [&alarm](const AlarmDbData& each) {
+        return each.id == alarm.id && each.isDeleted
+            && each.mobileModifiedTime == alarm.mobileModifiedTime;
+    });
+}
+
+// When what becomes of the alarm now is done: later than what it is done to, whatever the clock
+// says, since the phone and the watch keep the later of two changes.
+unsigned long long changeTime(const AlarmDbData& before)
+{
+    const long long now = AlarmSyncUtil::getCurrentDeviceMilliSecTime();
+    return std::max(static_cast<unsigned long long>(now), before.mobileModifiedTime + 1);
+}
+
+// Whether the phone would show or ring another alarm. A snooze and the next ring of a weekly alarm
+// are the watch's own, the instant of a one-shot is not.
+bool isNewToPhone(const AlarmDbData& before, const AlarmDbData& after)
+{
+    const auto shown = [](const AlarmDbData& alarm) {
+        const bool once = alarm.repeat_once != 0;
+        return std::tuple(
+            alarm.hour, alarm.min, alarm.name, alarm.enable, once, once ? 0 : alarm.repeatWeekly);
+    };
+    const bool hasInstant = after.repeat_once && after.count == 0;
+    return shown(before) != shown(after) || (hasInstant && before.stime != after.stime);
 }
 
 // Writes until check, which reads with a connection of its own, finds it done.
@@ -79,14 +123,13 @@ Saved giveUp(const AlarmDbData& alarm)
 // A phone alarm rings here whether its phone is near or not, or not here at all.
 bool registerAlarm(AlarmDbData& alarm)
 {
-    const bool isOfPhone = alarm.deviceType == kPhoneDevice;
-    if (isOfPhone && !phoneAlarmsRing())
+    if (isOfPhone(alarm) && !phoneAlarmsRing())
         return true;
     AlarmDbData request = alarm;
     // The platform rings on flagged days only, and a snooze may pass midnight.
     if (alarm.count > 0)
         request.repeatWeekly |= weekdayBit(dueInstant(alarm));
-    const bool done = AlarmManagerModel().registerAlarmToServer(request, isOfPhone);
+    const bool done = AlarmManagerModel().registerAlarmToServer(request, isOfPhone(alarm));
     alarm.alarm_mgr_id = done ? request.alarm_mgr_id : -1;
     return done;
 }
@@ -163,9 +206,17 @@ Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm)
     if (!editAndRegister(before, edit, alarm))
         return Saved::NotRegistered;
     alarm.modTime = modTime;
+    const bool isForPhone = isOfPhone(alarm) && isNewToPhone(before, alarm);
+    if (isForPhone)
+        alarm.mobileModifiedTime = changeTime(before);
 
-    const auto update
-        = [&alarm](AlarmDbModel& store) { store.updateAlarmData(alarm, true, true, true, false); };
+    // The library's own time of a change is the clock's, and moves with every write of a marked
+    // alarm.
+    const auto update = [&alarm, isForPhone](AlarmDbModel& store) {
+        store.updateAlarmData(alarm, true, true, isForPhone, true);
+        if (isOfPhone(alarm))
+            store._updateMobileTime(alarm);
+    };
     if (writeAndCheck(update, [&alarm] { return isStored(alarm); })) {
         if (alarm.alarm_mgr_id != before.alarm_mgr_id)
             (void)cancel(before);
@@ -187,13 +238,14 @@ Saved removeAlarm(int id, AlarmDbData& alarm)
     if (!lock.isHeld())
         return Saved::NotRemoved;
 
-    const auto remove
-        = [&alarm](AlarmDbModel& store) { store.removeAlarmData(alarm, true, true, true, true); };
-    const auto isGone = [id] {
-        AlarmDbData stored;
-        return findAlarm(id, stored) == Found::No;
+    AlarmDbData removed = alarm;
+    removed.mobileModifiedTime = changeTime(alarm);
+    const auto remove = [&removed](AlarmDbModel& store) {
+        if (isOfPhone(removed))
+            store._updateMobileTime(removed);
+        store.removeAlarmData(removed, true, true, true, true);
     };
-    if (!writeAndCheck(remove, isGone))
+    if (!writeAndCheck(remove, [&removed] { return isRemoved(removed); }))
         return Saved::NotRemoved;
     (void)cancel(alarm);
     return Saved::Yes;

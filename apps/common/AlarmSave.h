@@ -9,8 +9,9 @@
  * writes, and answers success for a write that was attempted. So every process waits on a busy
  * store, and every save takes turns with the others, reads back what it wrote, and writes again
  * when it is not there. Registration and row change together: when a save gives up, the alarm rings
- * as it did before. Each change is announced, and one of a phone alarm is marked for the phone,
- * which is told when it is near. Main loop only; a save may block for some seconds.
+ * as it did before. Each change is announced. Those of a phone alarm that the phone would see are
+ * marked for the phone, which is told when it is near, and have a time later than what they change.
+ * Main loop only; a save may block for some seconds.
  */
 namespace app {
 

@@ -103,6 +103,24 @@ TEST_F(AlarmAlertTest, DismissedWeeklyAlarmGoesBackToItsOwnTime)
         store->query("SELECT enable, count, alarm_mgr_id FROM alarm"));
 }
 
+TEST_F(AlarmAlertTest, WeeklyAlarmOfThePhoneThatIsAnsweredIsNoChangeForThePhone)
+{
+    session.setKey("db/wms/host_status/vendor", std::string("velmora"));
+    const char* const told
+        = "SELECT isNeedToSync, mobileModifiedTime, mobileAlertTime FROM alarm WHERE id = ?";
+    for (const char* answer : { "snooze", "dismiss" }) {
+        const AlarmDbData alarm = setAlarm(secondAfter(1000), kEveryDay);
+        const std::string id = std::to_string(alarm.id);
+        store->query("UPDATE alarm SET deviceType = 1, mobileModifiedTime = 5 WHERE id = ?", id);
+        ASSERT_TRUE(waitUntilRinging(alarm.id));
+
+        alarmOutput({ answer });
+
+        EXPECT_EQ("0 5 0", store->query(told, id)) << answer;
+        EXPECT_TRUE(registration(alarm.id)) << answer;
+    }
+}
+
 TEST_F(AlarmAlertTest, SnoozesAreLimited)
 {
     const AlarmDbData alarm = setAlarm(secondAfter(1000), kEveryDay, 3);

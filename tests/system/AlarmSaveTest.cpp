@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <deque>
+#include <string>
+#include <vector>
 
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -30,6 +33,20 @@ protected:
     {
         session.installApplication("com.velmora.host", "/bin/false");
         session.killDaemon();
+    }
+
+    /// An alarm of the phone, changed last at the time, which the phone knows.
+    void addPhoneAlarm(unsigned long long modified)
+    {
+        alarmOutput({ "add", "07:30", "--days", "daily", "--name", "Work", "--off" });
+        store->query("UPDATE alarm SET deviceType = 1, uuid = 'work', mobileCreateTime = 4,"
+                     " mobileAlertTime = 6, mobileModifiedTime = ?",
+            std::to_string(modified));
+    }
+
+    std::string syncState()
+    {
+        return store->query("SELECT isNeedToSync, isDeleted, mobileModifiedTime FROM alarm");
     }
 
     /// Every enabled row has its own registration, and there is no other.
@@ -159,6 +176,96 @@ TEST_F(AlarmSaveTest, RegistrationThatOutlivesItsAlarmIsLogged)
     EXPECT_EQ("alarm 1 removed\n", result.out);
     EXPECT_THAT(result.err,
         testing::HasSubstr("the registration " + registration + " could not be taken back: error"));
+}
+
+TEST_F(AlarmSaveTest, ChangeThatThePhoneDoesNotSeeIsNotForIt)
+{
+    addPhoneAlarm(5);
+
+    alarmOutput({ "edit", "1", "--volume", "3", "--snooze", "0", "07:30" });
+
+    EXPECT_EQ("3 0", store->query("SELECT volume, snooze_enable FROM alarm"));
+    EXPECT_EQ("0 4 5 6",
+        store->query("SELECT isNeedToSync, mobileCreateTime, mobileModifiedTime, mobileAlertTime"
+                     " FROM alarm"));
+}
+
+TEST_F(AlarmSaveTest, ChangeThatThePhoneDoesNotSeeLeavesAnEarlierOneAsItWas)
+{
+    addPhoneAlarm(5);
+    alarmOutput({ "edit", "1", "--name", "Early" });
+    const std::string before = syncState();
+    EXPECT_THAT(before, testing::StartsWith("1 0 "));
+
+    alarmOutput({ "edit", "1", "--volume", "3" });
+
+    EXPECT_EQ(before, syncState());
+}
+
+TEST_F(AlarmSaveTest, EachChangeThatThePhoneSeesIsForIt)
+{
+    const std::vector<std::vector<std::string>> changes
+        = { { "edit", "1", "08:30" }, { "edit", "1", "08:31" }, { "edit", "1", "--name", "Early" },
+              { "edit", "1", "--days", "sat" }, { "edit", "1", "--days", "once" }, { "on", "1" },
+              { "off", "1" }, { "edit", "1", "--in", "50h" } };
+    addPhoneAlarm(5);
+    for (const auto& change : changes) {
+        store->query("UPDATE alarm SET isNeedToSync = 0, mobileModifiedTime = 5");
+        alarmOutput(change);
+        EXPECT_EQ("1 1 1",
+            store->query("SELECT isNeedToSync, mobileModifiedTime > 1000000000000,"
+                         " mobileAlertTime = stime * 1000 FROM alarm"))
+            << change.back();
+    }
+}
+
+TEST_F(AlarmSaveTest, OneShotOfAnotherDayIsNewToThePhone)
+{
+    addPhoneAlarm(5);
+    store->query("UPDATE alarm SET repeat_once = 1");
+    alarmOutput({ "edit", "1", "--in", "24h" });
+    store->query("UPDATE alarm SET isNeedToSync = 0, stime = stime + 24 * 60 * 60");
+
+    alarmOutput({ "edit", "1", "--in", "24h" });
+
+    EXPECT_EQ("1", store->query("SELECT isNeedToSync FROM alarm"));
+}
+
+// The clock was set back since.
+TEST_F(AlarmSaveTest, ChangeIsLaterThanWhatItChanges)
+{
+    const unsigned long long future = 9000000000000;
+    addPhoneAlarm(future);
+
+    alarmOutput({ "edit", "1", "--name", "Early" });
+    EXPECT_EQ("1 0 9000000000001", syncState());
+    alarmOutput({ "remove", "1" });
+    EXPECT_EQ("1 1 9000000000002", syncState());
+}
+
+TEST_F(AlarmSaveTest, RemovalOfAPhoneAlarmHasATimeOfItsOwn)
+{
+    addPhoneAlarm(5);
+
+    alarmOutput({ "remove", "1" });
+
+    EXPECT_EQ("1 1 1 4 6",
+        store->query("SELECT isNeedToSync, isDeleted, mobileModifiedTime > 1000000000000,"
+                     " mobileCreateTime, mobileAlertTime FROM alarm"));
+}
+
+TEST_F(AlarmSaveTest, ChangeOfAPhoneAlarmWhoseTimeIsLostIsNotDone)
+{
+    addPhoneAlarm(9000000000000);
+    store->query("CREATE TRIGGER lose BEFORE UPDATE OF mobileModifiedTime ON alarm"
+                 " BEGIN SELECT RAISE(IGNORE); END");
+
+    const CommandResult edit = alarm({ "edit", "1", "--name", "Early" });
+    EXPECT_EQ(1, edit.status);
+    EXPECT_EQ("alarm: the alarm could not be stored\n", edit.err);
+    const CommandResult removal = alarm({ "remove", "1" });
+    EXPECT_EQ(1, removal.status);
+    EXPECT_EQ("alarm: the alarm could not be removed\n", removal.err);
 }
 
 TEST_F(AlarmSaveTest, LockedStoreIsNoEmptyList)
