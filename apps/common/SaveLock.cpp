@@ -9,6 +9,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <memory>
+#include <set>
 #include <string>
 #include <sys/file.h>
 #include <unistd.h>
@@ -20,17 +21,19 @@ namespace {
 
 const int kTries = 2000;
 const useconds_t kPause = 5000;
+const int kLatest = INT_MAX - 1000000; ///< that was noted; many can follow it
 
-int highestStored()
+// In order.
+std::set<int> storedModTimes()
 {
     std::vector<AlarmDbData> alarms;
     AlarmDbModel store;
     store.getAllAlarmList(alarms);
     store.getAllMobileAlarmList(alarms);
-    int highest = 0;
+    std::set<int> times;
     for (const AlarmDbData& alarm : alarms)
-        highest = std::max(highest, alarm.modTime);
-    return highest;
+        times.insert(alarm.modTime);
+    return times;
 }
 
 bool lock(int file)
@@ -47,7 +50,7 @@ bool lock(int file)
 int modTimeIn(const char* text)
 {
     const long value = strtol(text, nullptr, 10);
-    return value > 0 && value < INT_MAX ? static_cast<int>(value) : 0;
+    return value > 0 && value <= kLatest ? static_cast<int>(value) : 0;
 }
 
 } // namespace
@@ -81,8 +84,12 @@ int SaveLock::takeModTime(int count)
     char text[16] = {};
     if (pread(_file, text, sizeof text - 1, 0) < 0)
         return -1;
-    const int last = std::max(modTimeIn(text), highestStored());
-    const int given = std::max(static_cast<int>(time(nullptr)), last + 1);
+    int given = std::max(static_cast<int>(time(nullptr)), modTimeIn(text) + 1);
+    // A stored alarm may have any, so those are passed over, not followed.
+    for (const int stored : storedModTimes()) {
+        if (stored >= given && stored - given < count)
+            given = stored + 1;
+    }
     const std::string line = std::to_string(given + count - 1) + '\n';
     const auto size = static_cast<ssize_t>(line.size());
     if (pwrite(_file, line.data(), line.size(), 0) != size)

@@ -268,6 +268,34 @@ TEST_F(AlarmSaveTest, ChangeOfAPhoneAlarmWhoseTimeIsLostIsNotDone)
     EXPECT_EQ("alarm: the alarm could not be removed\n", removal.err);
 }
 
+TEST_F(AlarmSaveTest, ModificationTimeAtTheEndOfTheRangeIsNotFollowed)
+{
+    alarmOutput({ "add", "07:30", "--off" });
+    alarmOutput({ "add", "07:30", "--off" });
+    store->query("UPDATE alarm SET mtime = 2147483645 + id");
+
+    const time_t now = time(nullptr);
+    alarmOutput({ "add", "07:30", "--off" });
+    alarmOutput({ "edit", "2", "--name", "again" });
+
+    EXPECT_EQ("2147483646", store->query("SELECT mtime FROM alarm WHERE id = 1"));
+    EXPECT_EQ("2 2",
+        store->query("SELECT count(*), count(DISTINCT mtime) FROM alarm WHERE mtime BETWEEN "
+            + std::to_string(now) + " AND " + std::to_string(now + 60)));
+}
+
+TEST_F(AlarmSaveTest, ModificationTimesOfStoredAlarmsArePassedOver)
+{
+    alarmOutput({ "add", "07:30", "--off" });
+    alarmOutput({ "add", "07:30", "--off" });
+    const time_t now = time(nullptr) + 2;
+    store->query("UPDATE alarm SET mtime = id + " + std::to_string(now));
+    for (int i = 0; i < 4; ++i)
+        alarmOutput({ "add", "07:30", "--off" });
+
+    EXPECT_EQ("6", store->query("SELECT count(DISTINCT mtime) FROM alarm"));
+}
+
 TEST_F(AlarmSaveTest, LockedStoreIsNoEmptyList)
 {
     alarmOutput({ "add", "07:30" });
