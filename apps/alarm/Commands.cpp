@@ -7,6 +7,7 @@
 #include "common/AlarmTime.h"
 #include "common/Alert.h"
 #include "common/Failure.h"
+#include "common/PhoneLink.h"
 #include "common/StoreFile.h"
 #include "common/Text.h"
 #include "Presentation.h"
@@ -134,10 +135,22 @@ void change(const CommandLine& line, const app::Edit& edit)
     printResult(line, alarm, alarmForecast(alarm, time(nullptr)));
 }
 
+// The phone would refuse it.
+void checkName(const std::optional<std::string>& name, const AlarmDbData& alarm)
+{
+    if (name && name->size() > app::kLongestTitle && alarm.deviceType == app::kPhoneDevice) {
+        throw badInput("the name of a phone's alarm has at most "
+            + std::to_string(app::kLongestTitle) + " bytes");
+    }
+}
+
 void edit(const CommandLine& line)
 {
     checkRingIn(line.alarm.inSeconds);
-    change(line, [&line](AlarmDbData& alarm, time_t now) { return apply(line.alarm, alarm, now); });
+    change(line, [&line](AlarmDbData& alarm, time_t now) {
+        checkName(line.alarm.name, alarm);
+        return apply(line.alarm, alarm, now);
+    });
 }
 
 void switchTo(int enable, const CommandLine& line)

@@ -259,6 +259,22 @@ TEST_F(AlarmCommandTest, NextIsTheEarliestThatIsOn)
     EXPECT_EQ("2", member(alarmOutput({ "next", "--json" }), "$.id"));
 }
 
+TEST_F(AlarmCommandTest, NameOfAPhoneAlarmIsNoLongerThanThePhoneTakes)
+{
+    const std::string longest(1000, 'n');
+    alarmOutput({ "add", "07:30", "--name", longest + "n", "--off" });
+    store->query("UPDATE alarm SET deviceType = 1, name = 'Work'");
+
+    const CommandResult result = alarm({ "edit", "1", "08:30", "--name", longest + "n" });
+
+    EXPECT_EQ(2, result.status);
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ("alarm: the name of a phone's alarm has at most 1000 bytes\n", result.err);
+    EXPECT_EQ("7 Work", store->query("SELECT hour, name FROM alarm"));
+    alarmOutput({ "edit", "1", "--name", longest });
+    EXPECT_EQ(longest, store->query("SELECT name FROM alarm"));
+}
+
 TEST_F(AlarmCommandTest, SavesNeverShareAModificationTime)
 {
     for (int i = 0; i < 5; ++i)
