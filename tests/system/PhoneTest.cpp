@@ -234,6 +234,38 @@ TEST_F(PhoneTest, LinkThatBreaksIsTakenUpAgain)
     EXPECT_THAT(phone({ "log" }), HasSubstr("the link is lost"));
 }
 
+TEST_F(PhoneTest, SnoozeOnTheWatchLeavesThePhonesEdit)
+{
+    connectPhone();
+    phone({ "add", "--in", "3s", "--name", "Now" });
+    expectSame();
+    phone({ "disconnect" });
+    phone({ "edit", "1", "--name", "Later" });
+    ASSERT_TRUE(waitForRing(idOf("Now")));
+
+    alarmOutput({ "snooze" });
+    EXPECT_EQ("1 0", rowOf("Now", "count, isNeedToSync"));
+    phone({ "connect" });
+
+    expectSame();
+    EXPECT_THAT(phone({ "list" }), EndsWith("on  Later\n"));
+    EXPECT_EQ("1", rowOf("Later", "count"));
+}
+
+TEST_F(PhoneTest, RemovalOnTheWatchIsLaterThanThePhonesEditBeforeIt)
+{
+    connectWithThreeAlarms();
+    phone({ "disconnect" });
+
+    phone({ "edit", "1", "06:00" });
+    alarmOutput({ "remove", std::to_string(idOf("Work")) });
+    phone({ "connect" });
+
+    expectSame();
+    EXPECT_THAT(
+        alarmsOnPhone(), ElementsAre("09:00  sat,sun  on  Late", "12:15  daily  on  Lunch"));
+}
+
 // The service is started again by the phone, which finds the link lost.
 TEST_F(PhoneTest, NothingIsLostOrDoubledWhenTheServiceIsKilledInTheMiddle)
 {
@@ -244,9 +276,10 @@ TEST_F(PhoneTest, NothingIsLostOrDoubledWhenTheServiceIsKilledInTheMiddle)
         if (i % 2 == 0) {
             phone({ "add", "08:00", "--days", "daily", "--name", name });
         } else {
-            alarmOutput({ "edit", std::to_string(idOf("Work")), "--name", "Work" });
+            const bool isOdd = i % 4 == 1;
+            alarmOutput({ "edit", std::to_string(idOf("Work")), "--days", isOdd ? "fri" : "sat" });
             alarmOutput({ "edit", std::to_string(idOf("Late")), "--volume", std::to_string(i % 15),
-                i % 4 == 1 ? "09:30" : "09:00" });
+                isOdd ? "09:30" : "09:00" });
         }
         usleep(static_cast<useconds_t>(i * 1500));
         killService();
