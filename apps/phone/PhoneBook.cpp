@@ -15,6 +15,7 @@
 #include <iterator>
 #include <memory>
 #include <random>
+#include <utility>
 
 namespace {
 
@@ -46,17 +47,17 @@ PhoneBook::PhoneBook()
     if (text.empty())
         return;
     AlarmJsonParser parser(text);
-    parser.getAlarmList(_alarms);
-    parser.getIntegerValue("pairing", _pairing);
-    parser.getIntegerValue("sequence", _sequence);
-    parser.getBooleanValue("met", _hasMet);
+    parser.getAlarmList(_state.alarms);
+    parser.getIntegerValue("pairing", _state.pairing);
+    parser.getIntegerValue("sequence", _state.sequence);
+    parser.getBooleanValue("met", _state.hasMet);
 }
 
 const AlarmDbData* PhoneBook::find(int number) const
 {
-    if (number < 1 || number > static_cast<int>(_alarms.size()))
+    if (number < 1 || number > static_cast<int>(_state.alarms.size()))
         return nullptr;
-    const AlarmDbData& alarm = _alarms[static_cast<size_t>(number) - 1];
+    const AlarmDbData& alarm = _state.alarms[static_cast<size_t>(number) - 1];
     return alarm.isDeleted ? nullptr : &alarm;
 }
 
@@ -66,61 +67,66 @@ int PhoneBook::add(AlarmDbData alarm)
     alarm.uuid = makeUuid();
     alarm.mobileCreateTime = now();
     alarm.mobileModifiedTime = alarm.mobileCreateTime;
-    _alarms.push_back(alarm);
-    ++_sequence;
-    _save();
-    return static_cast<int>(_alarms.size());
+    State changed = _state;
+    changed.alarms.push_back(alarm);
+    ++changed.sequence;
+    _save(std::move(changed));
+    return static_cast<int>(_state.alarms.size());
 }
 
 void PhoneBook::change(int number, AlarmDbData alarm)
 {
-    AlarmDbData& own = _alarms[static_cast<size_t>(number) - 1];
+    State changed = _state;
+    AlarmDbData& own = changed.alarms[static_cast<size_t>(number) - 1];
     alarm.mobileModifiedTime = std::max(now(), own.mobileModifiedTime + 1);
     own = alarm;
-    ++_sequence;
-    _save();
+    ++changed.sequence;
+    _save(std::move(changed));
 }
 
 void PhoneBook::merge(const std::vector<AlarmDbData>& alarms)
 {
+    State changed = _state;
     bool isOwnLater = false;
     for (const AlarmDbData& alarm : alarms) {
-        const auto own = std::find_if(_alarms.begin(), _alarms.end(),
+        const auto own = std::find_if(changed.alarms.begin(), changed.alarms.end(),
             [&alarm](const AlarmDbData& each) { return each.uuid == alarm.uuid; });
-        if (own == _alarms.end()) {
+        if (own == changed.alarms.end()) {
             if (!alarm.isDeleted)
-                _alarms.push_back(alarm);
+                changed.alarms.push_back(alarm);
         } else if (own->mobileModifiedTime <= alarm.mobileModifiedTime) {
             *own = alarm;
         } else {
             isOwnLater = true;
         }
     }
-    _sequence += isOwnLater ? 1 : 0;
-    _save();
+    changed.sequence += isOwnLater ? 1 : 0;
+    _save(std::move(changed));
 }
 
 void PhoneBook::pair()
 {
     std::random_device random;
-    _pairing = std::uniform_int_distribution<int>(1, INT_MAX)(random);
-    _hasMet = false;
-    _save();
+    State changed = _state;
+    changed.pairing = std::uniform_int_distribution<int>(1, INT_MAX)(random);
+    changed.hasMet = false;
+    _save(std::move(changed));
 }
 
 void PhoneBook::meet()
 {
-    _hasMet = true;
-    _save();
+    State changed = _state;
+    changed.hasMet = true;
+    _save(std::move(changed));
 }
 
-void PhoneBook::_save()
+void PhoneBook::_save(State changed)
 {
     AlarmJsonBuilder builder;
-    builder.addIntegerMember("pairing", _pairing);
-    builder.addIntegerMember("sequence", _sequence);
-    builder.addBooleanMember("met", _hasMet);
-    builder.addAlarmList(_alarms);
+    builder.addIntegerMember("pairing", changed.pairing);
+    builder.addIntegerMember("sequence", changed.sequence);
+    builder.addBooleanMember("met", changed.hasMet);
+    builder.addAlarmList(changed.alarms);
     std::string text;
     builder.getJsonMessage(text);
     const std::string made = _path + ".new";
@@ -129,4 +135,5 @@ void PhoneBook::_save()
     file.close();
     if (!file || rename(made.c_str(), _path.c_str()) != 0)
         throw Failure(Failure::kFailed, "the phone's alarms cannot be stored");
+    _state = std::move(changed);
 }

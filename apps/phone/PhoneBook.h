@@ -7,14 +7,15 @@
 /**
  * The phone's own alarms and what it knows of its watch, in a file of its own. Alarms are numbered
  * from 1 in the order in which they were made. A deleted one keeps its place, so that a change of
- * the watch that comes later finds it deleted.
+ * the watch that comes later finds it deleted. A change that cannot be stored throws a Failure and
+ * is not done.
  */
 class PhoneBook {
 public:
     /// Reads the file, if there is one.
     PhoneBook();
 
-    const std::vector<AlarmDbData>& alarms() const { return _alarms; }
+    const std::vector<AlarmDbData>& alarms() const { return _state.alarms; }
 
     /// The alarm of a number; null when there is none.
     const AlarmDbData* find(int number) const;
@@ -33,16 +34,20 @@ public:
     void pair();
     void meet();
 
-    int pairing() const { return _pairing; } ///< 0: never paired
-    int sequence() const { return _sequence; } ///< how often the alarms were changed here
-    bool hasMet() const { return _hasMet; } ///< since it was paired
+    int pairing() const { return _state.pairing; } ///< 0: never paired
+    int sequence() const { return _state.sequence; } ///< how often the alarms were changed here
+    bool hasMet() const { return _state.hasMet; } ///< since it was paired
 
 private:
-    void _save();
+    struct State {
+        std::vector<AlarmDbData> alarms;
+        int pairing = 0;
+        int sequence = 0;
+        bool hasMet = false;
+    };
+
+    void _save(State changed);
 
     std::string _path;
-    std::vector<AlarmDbData> _alarms;
-    int _pairing = 0;
-    int _sequence = 0;
-    bool _hasMet = false;
+    State _state; ///< as the file has it
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <unistd.h>
 
@@ -264,6 +265,26 @@ TEST_F(PhoneTest, RemovalOnTheWatchIsLaterThanThePhonesEditBeforeIt)
     expectSame();
     EXPECT_THAT(
         alarmsOnPhone(), ElementsAre("09:00  sat,sun  on  Late", "12:15  daily  on  Lunch"));
+}
+
+TEST_F(PhoneTest, WhatThePhoneCannotStoreIsNotDone)
+{
+    phone({ "add", "07:30", "--name", "Work" });
+    const std::string path = storePath();
+    const std::string blocked = path.substr(0, path.rfind('/')) + "/phone.json.new";
+    std::filesystem::create_directory(blocked);
+
+    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+             { "add", "08:00" }, { "edit", "1", "08:00" }, { "remove", "1" }, { "pair" } }) {
+        const CommandResult result = tryPhone(command);
+        EXPECT_EQ(1, result.status) << command.front();
+        EXPECT_EQ("phone: the phone's alarms cannot be stored\n", result.err);
+    }
+
+    EXPECT_EQ("1  07:30  once  on  Work\n", phone({ "list" }));
+    EXPECT_EQ("phone: the phone is not paired; phone pair does it\n", tryPhone({ "connect" }).err);
+    std::filesystem::remove(blocked);
+    EXPECT_EQ("2  08:00  once  on\n", phone({ "add", "08:00" }));
 }
 
 // The service is started again by the phone, which finds the link lost.
