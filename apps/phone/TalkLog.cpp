@@ -6,6 +6,7 @@
 #include <app_common.h>
 #include <cstdlib>
 #include <fstream>
+#include <json-glib/json-glib.h>
 #include <memory>
 
 namespace {
@@ -18,36 +19,44 @@ std::string clockNow()
     return text;
 }
 
+using Parser = std::unique_ptr<JsonParser, void (*)(void*)>;
+
+std::string textOf(JsonNode* node)
+{
+    const std::unique_ptr<char, void (*)(void*)> text(json_to_string(node, FALSE), g_free);
+    return text.get();
+}
+
+std::string elementsOf(JsonArray* array)
+{
+    std::string result = "[";
+    for (guint at = 0; at < json_array_get_length(array); ++at)
+        result
+            += (at > 0 ? ",\n        " : "\n        ") + textOf(json_array_get_element(array, at));
+    return result + "\n      ]";
+}
+
 // The members of the message and the elements of its list on lines of their own.
 std::string pretty(const std::string& json)
 {
-    std::string result;
-    std::string indent = "\n    ";
-    size_t depth = 0;
-    bool isText = false;
-    for (size_t at = 0; at < json.size(); ++at) {
-        const char c = json[at];
-        const bool isOpening = !isText && (c == '{' || c == '[');
-        const bool isClosing = !isText && (c == '}' || c == ']');
-        if (isClosing && depth-- <= 2 && result.back() != '[' && result.back() != '{') {
-            indent.resize(5 + 2 * depth);
-            result += indent;
-        }
-        result += c;
-        if (isText && c == '\\' && at + 1 < json.size()) {
-            result += json[++at];
-        } else if (c == '"') {
-            isText = !isText;
-        }
-        const bool isEmpty = at + 1 < json.size() && (json[at + 1] == ']' || json[at + 1] == '}');
-        if (isOpening && ++depth <= 2 && !isEmpty) {
-            indent.resize(5 + 2 * depth, ' ');
-            result += indent;
-        } else if (!isText && c == ',') {
-            result += depth <= 2 ? indent : " ";
-        }
+    const Parser parser(json_parser_new(), g_object_unref);
+    if (!json_parser_load_from_data(
+            parser.get(), json.data(), static_cast<gssize>(json.size()), nullptr))
+        return json;
+    JsonNode* root = json_parser_get_root(parser.get());
+    if (!root || !JSON_NODE_HOLDS_OBJECT(root))
+        return json;
+    std::string result = "{";
+    JsonObjectIter members;
+    json_object_iter_init_ordered(&members, json_node_get_object(root));
+    const char* name = nullptr;
+    JsonNode* value = nullptr;
+    while (json_object_iter_next_ordered(&members, &name, &value)) {
+        const bool isList = JSON_NODE_HOLDS_ARRAY(value);
+        result += (result.size() > 1 ? ",\n      " : "\n      ") + jsonString(name) + ":"
+            + (isList ? elementsOf(json_node_get_array(value)) : textOf(value));
     }
-    return result;
+    return result + "\n    }";
 }
 
 } // namespace

@@ -353,7 +353,7 @@ TEST_F(PhoneTest, LogHasTheConversation)
     EXPECT_THAT(log,
         HasSubstr("watch -> phone  {\n"
                   "      \"msgId\":\"alarm-list-req\",\n"));
-    EXPECT_THAT(log, HasSubstr("\"title\":\"Work\", \"alarm_time\":730,"));
+    EXPECT_THAT(log, HasSubstr("\"title\":\"Work\",\"alarm_time\":730,"));
 }
 
 TEST_F(PhoneTest, CommandsThatAreWrongAreRefusedInOneLine)
