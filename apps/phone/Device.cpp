@@ -1,13 +1,14 @@
 #include "Device.h"
 
-#include "common/Failure.h"
 #include "common/LocalSocket.h"
 #include "common/PhoneLink.h"
 
 #include <AlarmJsonBuilder.h>
 #include <AlarmJsonParser.h>
+#include <AlarmSyncUtil.h>
 #include <app_control.h>
 #include <Ecore.h>
+#include <exception>
 #include <vconf.h>
 
 namespace {
@@ -47,9 +48,12 @@ void Device::pair(const std::string& vendor)
 
 void Device::connect()
 {
-    if (_connection || _timer)
+    if (_connection)
         return;
-    setLink(true);
+    if (!AlarmSyncUtil::isBtConnected())
+        setLink(true);
+    if (_timer)
+        return;
     _timer = ecore_timer_add(kPause, _tryCb, this);
     _try();
 }
@@ -85,8 +89,20 @@ void Device::send(const std::string& bytes)
 
 unsigned char Device::_tryCb(void* data)
 {
-    static_cast<Device*>(data)->_try();
+    auto* device = static_cast<Device*>(data);
+    device->_attempt([device] { device->_try(); });
     return ECORE_CALLBACK_RENEW;
+}
+
+// What the main loop calls throws nothing into it. The watch tells again what was not answered.
+template <typename Action>
+void Device::_attempt(Action action)
+{
+    try {
+        action();
+    } catch (const std::exception& error) {
+        _log.addNote(error.what());
+    }
 }
 
 void Device::_drop()
@@ -98,8 +114,11 @@ void Device::_drop()
     _isHeard = false;
 }
 
+// Nobody is heard while the link is down.
 void Device::_try()
 {
+    if (!AlarmSyncUtil::isBtConnected())
+        return;
     const int socket = app::connectIn(app::phoneSocketFolder(), app::kPhoneSocket);
     if (socket < 0) {
         wakeService();
@@ -108,18 +127,13 @@ void Device::_try()
     ecore_timer_del(_timer);
     _timer = nullptr;
     app::LineConnection::Callbacks callbacks;
-    callbacks.line = [this](const std::string& line) {
-        try {
-            _hear(line);
-        } catch (const Failure& failure) {
-            _log.addNote(failure.what()); // the watch tells again what was not answered
-        }
-    };
-    callbacks.tooLong = [this] { _log.addNote("the watch's message is too long"); };
+    callbacks.line = [this](const std::string& line) { _attempt([&] { _hear(line); }); };
+    callbacks.tooLong
+        = [this] { _attempt([this] { _log.addNote("the watch's message is too long"); }); };
     callbacks.end = [this] {
-        _log.addNote("the link is lost");
         _drop();
         _timer = ecore_timer_add(kPause, _tryCb, this);
+        _attempt([this] { _log.addNote("the link is lost"); });
     };
     _connection = std::make_unique<app::LineConnection>(socket, kLongestLine, callbacks);
     _log.addNote("the link is up");
@@ -167,17 +181,18 @@ void Device::_tell(int number)
     if (!_connection)
         return;
     const std::vector<AlarmDbData> alarms = { _book.alarms()[static_cast<size_t>(number) - 1] };
-    _say(AlarmMessage::MobileUpdateInd, 0, &alarms);
+    _say(AlarmMessage::MobileUpdateInd, std::nullopt, &alarms);
 }
 
-void Device::_say(AlarmMessage::Type type, int number, const std::vector<AlarmDbData>* alarms)
+void Device::_say(
+    AlarmMessage::Type type, std::optional<int> number, const std::vector<AlarmDbData>* alarms)
 {
     AlarmJsonBuilder builder;
     builder.setMessageType(type);
     if (type == AlarmMessage::FirstConnectionReq || type == AlarmMessage::SequenceReq)
         builder.addIntegerMember("phone", _book.pairing());
-    if (number != 0)
-        builder.addIntegerMember("number", number);
+    if (number)
+        builder.addIntegerMember("number", *number);
     builder.addIntegerMember("sequence", _book.sequence());
     if (alarms) {
         std::vector<AlarmDbData> list = *alarms;

@@ -7,12 +7,14 @@
 #include <AlarmMessage.h>
 #include <Ecore.h>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 /**
- * The phone: its alarms, and its end of the link. While it is to be connected it keeps the device's
- * settings so, wakes the watch's service, and connects again whenever the link was lost. Main loop
- * only.
+ * The phone: its alarms, and its end of the link. When it is to be connected it sets the device's
+ * settings so; while they are, it wakes the watch's service, and connects again whenever the link
+ * was lost. Main loop only.
  */
 class Device {
 public:
@@ -41,12 +43,14 @@ public:
 
 private:
     static unsigned char _tryCb(void* data);
+    template <typename Action>
+    void _attempt(Action action);
     void _drop();
     void _try();
     void _hear(const std::string& text);
     void _tell(int number);
-    void _say(
-        AlarmMessage::Type type, int number = 0, const std::vector<AlarmDbData>* alarms = nullptr);
+    void _say(AlarmMessage::Type type, std::optional<int> number = std::nullopt,
+        const std::vector<AlarmDbData>* alarms = nullptr);
 
     PhoneBook _book;
     TalkLog _log;

@@ -2,6 +2,7 @@
 
 #include "common/AlarmTime.h"
 #include "common/Failure.h"
+#include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "common/Values.h"
 #include "Device.h"
@@ -49,6 +50,13 @@ void takeNoMore(const Words& words)
         throw unusable(words.front());
 }
 
+std::string parseTitle(const std::string& text)
+{
+    if (text.size() > app::kLongestTitle)
+        throw badInput("a name has at most " + std::to_string(app::kLongestTitle) + " bytes");
+    return parseName(text);
+}
+
 Options takeOptions(Words words)
 {
     Options options;
@@ -64,7 +72,7 @@ Options takeOptions(Words words)
         } else if (word == "--days") {
             options.days = parseDays(value);
         } else if (word == "--name") {
-            options.name = parseName(value);
+            options.name = parseTitle(value);
         } else {
             throw badInput("unknown option " + quoted(word) + "; phone --help shows them all");
         }

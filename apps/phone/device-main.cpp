@@ -1,8 +1,10 @@
 // The simulated phone: stays from its first command to the session's end.
+#include "common/Failure.h"
 #include "Device.h"
 #include "DeviceCommands.h"
 #include "Requests.h"
 
+#include <exception>
 #include <memory>
 #include <service_app.h>
 
@@ -13,16 +15,24 @@ using DevicePtr = std::unique_ptr<Device>;
 // It lives as long as the main loop.
 bool createCb(void* data)
 {
-    *static_cast<DevicePtr*>(data) = std::make_unique<Device>();
-    return true;
+    try {
+        *static_cast<DevicePtr*>(data) = std::make_unique<Device>();
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 void terminateCb(void* data) { static_cast<DevicePtr*>(data)->reset(); }
 
 void requestCb(app_control_h request, void* data)
 {
-    requests::answer(
-        request, runCommand(**static_cast<DevicePtr*>(data), requests::argumentsOf(request)));
+    try {
+        Device& device = **static_cast<DevicePtr*>(data);
+        requests::answer(request, runCommand(device, requests::argumentsOf(request)));
+    } catch (const std::exception& error) {
+        requests::answer(request, { Failure::kFailed, "", error.what() });
+    }
 }
 
 } // namespace

@@ -235,6 +235,20 @@ TEST_F(PhoneTest, LinkThatBreaksIsTakenUpAgain)
     EXPECT_THAT(phone({ "log" }), HasSubstr("the link is lost"));
 }
 
+TEST_F(PhoneTest, NobodyConnectsWhileTheLinkIsDown)
+{
+    connectWithThreeAlarms();
+
+    session.setKey(kLinkKey, 0);
+    ASSERT_TRUE(waitForLog("the phone is away"));
+
+    EXPECT_FALSE(session.waitFor(
+        [this] { return session.logText().find("somebody connects while") != std::string::npos; },
+        0.5));
+    const std::string log = phone({ "log" });
+    EXPECT_EQ(log.find("the link is lost"), log.rfind("the link is lost"));
+}
+
 TEST_F(PhoneTest, SnoozeOnTheWatchLeavesThePhonesEdit)
 {
     connectPhone();
@@ -374,6 +388,7 @@ TEST_F(PhoneTest, CommandsThatAreWrongAreRefusedInOneLine)
         { { "add", "--in", "5s", "--days", "daily" }, "--in makes an alarm that rings once" },
         { { "add", "07:30", "--tone", "x" }, "unknown option \"--tone\"" },
         { { "add", "07:30", "--name" }, "--name needs a value" },
+        { { "add", "07:30", "--name", std::string(1001, 'n') }, "a name has at most 1000 bytes" },
         { { "edit" }, "which alarm?" },
         { { "edit", "2", "08:00" }, "there is no alarm 2" },
         { { "edit", "1" }, "edit needs something to change" },
