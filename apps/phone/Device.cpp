@@ -41,20 +41,18 @@ Device::~Device() { _drop(); }
 
 void Device::pair(const std::string& vendor)
 {
-    disconnect();
     _book.pair();
+    disconnect();
     (void)vconf_set_str(kVendorKey, vendor.c_str());
 }
 
 void Device::connect()
 {
-    if (_connection)
+    if (_connection || (_timer && AlarmSyncUtil::isBtConnected()))
         return;
-    if (!AlarmSyncUtil::isBtConnected())
-        setLink(true);
-    if (_timer)
-        return;
-    _timer = ecore_timer_add(kPause, _tryCb, this);
+    setLink(true);
+    if (!_timer)
+        _timer = ecore_timer_add(kPause, _tryCb, this);
     _try();
 }
 

@@ -247,6 +247,8 @@ TEST_F(PhoneTest, NobodyConnectsWhileTheLinkIsDown)
         0.5));
     const std::string log = phone({ "log" });
     EXPECT_EQ(log.find("the link is lost"), log.rfind("the link is lost"));
+    phone({ "connect" });
+    expectSame();
 }
 
 TEST_F(PhoneTest, SnoozeOnTheWatchLeavesThePhonesEdit)
