@@ -559,6 +559,25 @@ TEST_F(AlarmDbModelWritesTest, RemovingAnUnknownRowAnswersTrue)
     EXPECT_THAT(preferenceDouble().sets, ElementsAre(Pair(".alarmDbChangedWidget", 1)));
 }
 
+TEST_F(AlarmDbModelWritesTest, MobileTimesAreWrittenAlone)
+{
+    AlarmDbData alarm = phoneAlarm();
+    alarm.isNeedToSync = true;
+    model->insertAlarmData(alarm, false, false);
+    alarm.mobileCreateTime = 21;
+    alarm.mobileModifiedTime = 22;
+    alarm.mobileAlertTime = 23;
+    alarm.hour = 3;
+
+    model->_updateMobileTime(alarm);
+
+    EXPECT_EQ(Row({ "1", "21", "22", "23", "6" }),
+        columns(
+            "isNeedToSync, mobileCreateTime, mobileModifiedTime, mobileAlertTime, hour", alarm.id));
+    close();
+    EXPECT_THAT(preferenceDouble().sets, IsEmpty());
+}
+
 TEST_F(AlarmDbModelWritesTest, CardIdIsWrittenAlone)
 {
     AlarmDbData alarm;
