@@ -30,9 +30,10 @@ std::string textOf(JsonNode* node)
 std::string elementsOf(JsonArray* array)
 {
     std::string result = "[";
-    for (guint at = 0; at < json_array_get_length(array); ++at)
+    for (guint at = 0; at < json_array_get_length(array); ++at) {
         result
             += (at > 0 ? ",\n        " : "\n        ") + textOf(json_array_get_element(array, at));
+    }
     return result + "\n      ]";
 }
 
