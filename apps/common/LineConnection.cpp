@@ -31,7 +31,7 @@ void LineConnection::sendBytes(const std::string& bytes)
     _setInterest(); // the loop tells when it can go, and when the other end is gone
 }
 
-unsigned char LineConnection::_readyCb(void* data, Ecore_Fd_Handler* handler)
+unsigned char LineConnection::_readyCb(void* data, Ecore_Fd_Handler* handler) noexcept
 {
     auto* connection = static_cast<LineConnection*>(data);
     bool isDestroyed = false;
@@ -85,6 +85,8 @@ void LineConnection::_take(const char* bytes, size_t size)
             _isSkipping = true;
             std::string().swap(_in);
             _callbacks.tooLong();
+            if (*isDestroyed)
+                return;
         } else if (!_isSkipping) {
             _in.append(bytes, partEnd);
         }
@@ -97,9 +99,9 @@ void LineConnection::_take(const char* bytes, size_t size)
             _isSkipping = false;
         } else {
             _callbacks.line(line);
+            if (*isDestroyed)
+                return;
         }
-        if (*isDestroyed)
-            return;
     }
 }
 

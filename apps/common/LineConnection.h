@@ -15,11 +15,11 @@ namespace app {
  */
 class LineConnection {
 public:
+    /// Each of them may destroy the object, and then does nothing more; none may throw.
     struct Callbacks {
         std::function<void(const std::string&)> line; ///< without its end
         std::function<void()> tooLong; ///< once for each such line
-        /// The other end is gone, with a line begun or not. The callback may destroy the object.
-        std::function<void()> end;
+        std::function<void()> end; ///< the other end is gone, with a line begun or not
     };
 
     /// Takes the socket, which does not block.
@@ -32,7 +32,7 @@ public:
     void sendBytes(const std::string& bytes);
 
 private:
-    static unsigned char _readyCb(void* data, Ecore_Fd_Handler* handler);
+    static unsigned char _readyCb(void* data, Ecore_Fd_Handler* handler) noexcept;
     void _write();
     bool _read();
     void _take(const char* bytes, size_t size);
