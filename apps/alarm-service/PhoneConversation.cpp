@@ -1,5 +1,6 @@
 #include "PhoneConversation.h"
 
+#include "common/Failure.h"
 #include "PhoneMessage.h"
 #include "PhoneMirror.h"
 
@@ -12,8 +13,9 @@ namespace {
 
 const char* const kTag = "alarm-service";
 
-// Which phone the stored alarms are of, and how many of its changes they have. The phone's changes
-// are taken again when the number could not be noted.
+// Which phone the stored alarms are of, and how many of its changes they have. Both are noted
+// behind what they tell of, and what a note says is never guessed: the alarms of a phone may hang
+// on it.
 const char* const kPhoneKey = "phonePairing";
 const char* const kSequenceKey = "phoneSequence";
 const int kNone = -1;
@@ -21,37 +23,61 @@ const int kNone = -1;
 int noted(const char* key)
 {
     int value = kNone;
-    (void)preference_get_int(key, &value);
-    return value;
+    const int error = preference_get_int(key, &value);
+    if (error == PREFERENCE_ERROR_NONE)
+        return value;
+    if (error == PREFERENCE_ERROR_NO_KEY)
+        return kNone;
+    throw Failure(Failure::kFailed, std::string(key) + " cannot be read");
 }
 
 void note(const char* key, int value)
 {
-    if (noted(key) != value)
-        (void)preference_set_int(key, value);
+    if (noted(key) != value && preference_set_int(key, value) != PREFERENCE_ERROR_NONE)
+        throw Failure(Failure::kFailed, std::string(key) + " cannot be noted");
 }
 
-void refuse(const std::string& reason)
+void checkStored(bool isStored)
 {
-    dlog_print(DLOG_WARN, kTag, "a phone message is refused: %s", reason.c_str());
+    if (!isStored)
+        throw Failure(Failure::kFailed, "what the phone sent could not be stored");
 }
-
-void logNotStored() { dlog_print(DLOG_ERROR, kTag, "what the phone sent could not be stored"); }
 
 } // namespace
 
 void PhoneConversation::take(const std::string& text)
 {
-    PhoneMessage message;
-    const std::string fault = readPhoneMessage(text, message);
-    if (!fault.empty()) {
-        refuse(fault);
-        return;
+    try {
+        _take(readPhoneMessage(text));
+    } catch (const Failure& failure) {
+        if (failure.status() == Failure::kBadInput) {
+            refuse(failure.what());
+        } else {
+            dlog_print(DLOG_ERROR, kTag, "%s", failure.what());
+            _stopWaiting();
+        }
     }
+}
+
+void PhoneConversation::refuse(const std::string& reason)
+{
+    dlog_print(DLOG_WARN, kTag, "a phone message is refused: %s", reason.c_str());
+    _stopWaiting();
+}
+
+void PhoneConversation::sendChanges()
+{
+    if (_awaited == Awaited::Nothing)
+        _sendUnsynced(AlarmMessage::WatchUpdateInd, Awaited::UpdateAck);
+}
+
+void PhoneConversation::_take(const PhoneMessage& message)
+{
     if (!_isAwaited(message)) {
         std::string name;
         AlarmMessage::getId(message.type, name);
-        refuse(name + " was not expected");
+        dlog_print(
+            DLOG_WARN, kTag, "a phone message is refused: %s was not expected", name.c_str());
         return;
     }
     switch (message.type) {
@@ -67,16 +93,16 @@ void PhoneConversation::take(const std::string& text)
     }
 }
 
-void PhoneConversation::sendChanges()
+// What could not be taken may have been the answer, and no other would come.
+void PhoneConversation::_stopWaiting()
 {
-    if (_awaited == Awaited::Nothing)
-        _sendUnsynced(AlarmMessage::WatchUpdateInd, Awaited::UpdateAck);
+    if (_awaited != Awaited::Hello)
+        _awaited = Awaited::Nothing;
 }
 
 void PhoneConversation::_hello(const PhoneMessage& message)
 {
-    if (!_meet(message.phone))
-        return;
+    _meet(message.phone);
     _phoneSequence = message.sequence;
     _sendSequence(message.type == AlarmMessage::FirstConnectionReq
             ? AlarmMessage::FirstConnectionRsp
@@ -86,10 +112,7 @@ void PhoneConversation::_hello(const PhoneMessage& message)
 
 void PhoneConversation::_list(const PhoneMessage& message)
 {
-    if (!mirror::takeAll(message.alarms)) {
-        logNotStored();
-        return;
-    }
+    checkStored(mirror::takeAll(message.alarms));
     note(kSequenceKey, message.sequence);
     _phoneSequence = message.sequence;
     _goOn();
@@ -98,11 +121,7 @@ void PhoneConversation::_list(const PhoneMessage& message)
 // The phone has the changes of the watch.
 void PhoneConversation::_settled(const PhoneMessage& message)
 {
-    const mirror::Settled settled = mirror::settle(_sent);
-    if (settled == mirror::Settled::No) {
-        logNotStored();
-        return;
-    }
+    checkStored(mirror::settle(_sent) != mirror::Settled::No);
     _sent.clear();
     _phoneSequence = message.sequence;
     _goOn();
@@ -113,10 +132,7 @@ void PhoneConversation::_update(const PhoneMessage& message)
 {
     const int last = noted(kSequenceKey);
     if (message.sequence > last) {
-        if (!mirror::take(message.alarms)) {
-            logNotStored();
-            return;
-        }
+        checkStored(mirror::take(message.alarms));
         _phoneSequence = std::max(_phoneSequence, message.sequence);
         if (message.sequence == last + 1)
             note(kSequenceKey, message.sequence);
@@ -145,17 +161,13 @@ bool PhoneConversation::_isAwaited(const PhoneMessage& message) const
 }
 
 // Another phone than before: the alarms of that one go, in steps that can be done again.
-bool PhoneConversation::_meet(int phone)
+void PhoneConversation::_meet(int phone)
 {
     if (noted(kPhoneKey) == phone)
-        return true;
+        return;
     note(kSequenceKey, kNone);
-    if (!mirror::drop()) {
-        logNotStored();
-        return false;
-    }
+    checkStored(mirror::drop());
     note(kPhoneKey, phone);
-    return true;
 }
 
 // The watch's changes go first, so that the phone's list has them.

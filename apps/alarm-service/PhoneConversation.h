@@ -28,19 +28,24 @@ public:
     /// Takes a message of the phone.
     void take(const std::string& text);
 
+    /// Logs why a message cannot be taken. If it was the answer that is awaited, that is given up.
+    void refuse(const std::string& reason);
+
     /// Tells the phone what changed on the watch, unless an answer is still to come.
     void sendChanges();
 
 private:
     enum class Awaited { Hello, Nothing, ChangeRsp, List, UpdateAck };
 
+    void _take(const PhoneMessage& message);
+    void _stopWaiting();
     void _hello(const PhoneMessage& message);
     void _list(const PhoneMessage& message);
     void _settled(const PhoneMessage& message);
     void _update(const PhoneMessage& message);
 
     bool _isAwaited(const PhoneMessage& message) const;
-    bool _meet(int phone);
+    void _meet(int phone);
     void _begin();
     void _goOn();
     void _sendUnsynced(AlarmMessage::Type type, Awaited answer);

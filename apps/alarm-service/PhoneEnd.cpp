@@ -2,9 +2,11 @@
 
 #include "common/LocalSocket.h"
 #include "common/PhoneLink.h"
-#include "PhoneMirror.h"
+#include "PhoneMessage.h"
 
 #include <AlarmSyncUtil.h>
+#include <cerrno>
+#include <cstring>
 #include <dlog.h>
 #include <Ecore.h>
 #include <unistd.h>
@@ -12,7 +14,7 @@
 namespace {
 
 const char* const kTag = "alarm-service";
-const size_t kLongestLine = 1 << 20;
+const double kTryAgain = 1; // seconds
 
 } // namespace
 
@@ -30,6 +32,9 @@ void PhoneEnd::open()
 void PhoneEnd::close()
 {
     _connection.reset();
+    if (_timer)
+        ecore_timer_del(_timer);
+    _timer = nullptr;
     if (_handler)
         ecore_main_fd_handler_del(_handler);
     _handler = nullptr;
@@ -44,16 +49,15 @@ void PhoneEnd::followAlarms()
         _conversation->sendChanges();
 }
 
-void PhoneEnd::followSettings()
+void PhoneEnd::followLink()
 {
     if (_connection && !AlarmSyncUtil::isBtConnected()) {
         dlog_print(DLOG_INFO, kTag, "the phone is away");
         _connection.reset();
     }
-    mirror::followRinging();
 }
 
-unsigned char PhoneEnd::_connectedCb(void* data, Ecore_Fd_Handler*)
+unsigned char PhoneEnd::_connectedCb(void* data, Ecore_Fd_Handler*) noexcept
 {
     static_cast<PhoneEnd*>(data)->_accept();
     return ECORE_CALLBACK_RENEW;
@@ -62,8 +66,11 @@ unsigned char PhoneEnd::_connectedCb(void* data, Ecore_Fd_Handler*)
 void PhoneEnd::_accept()
 {
     const int socket = app::acceptFrom(_listener);
-    if (socket < 0)
+    if (socket < 0) {
+        if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED)
+            _acceptLater();
         return;
+    }
     if (!AlarmSyncUtil::isBtConnected()) {
         dlog_print(DLOG_WARN, kTag, "somebody connects while the phone's link is down");
         ::close(socket);
@@ -75,14 +82,29 @@ void PhoneEnd::_accept()
         [this](const std::string& message) { _connection->send(message); });
     app::LineConnection::Callbacks callbacks;
     callbacks.line = [this](const std::string& line) { _conversation->take(line); };
-    callbacks.tooLong = [] {
-        dlog_print(DLOG_WARN, kTag, "a phone message is refused: it is longer than %zu bytes",
-            kLongestLine);
+    callbacks.tooLong = [this] {
+        _conversation->refuse(
+            "it is longer than " + std::to_string(kLongestPhoneMessage) + " bytes");
     };
     callbacks.end = [this] {
         dlog_print(DLOG_INFO, kTag, "the phone is away");
         _connection.reset();
-        mirror::followRinging();
     };
-    _connection = std::make_unique<app::LineConnection>(socket, kLongestLine, callbacks);
+    _connection = std::make_unique<app::LineConnection>(socket, kLongestPhoneMessage, callbacks);
+}
+
+// Who waits to be accepted would wake the loop again at once.
+void PhoneEnd::_acceptLater()
+{
+    dlog_print(DLOG_ERROR, kTag, "the phone cannot connect now: %s", strerror(errno));
+    ecore_main_fd_handler_active_set(_handler, static_cast<Ecore_Fd_Handler_Flags>(0));
+    _timer = ecore_timer_add(kTryAgain, _acceptAgainCb, this);
+}
+
+unsigned char PhoneEnd::_acceptAgainCb(void* data) noexcept
+{
+    auto* self = static_cast<PhoneEnd*>(data);
+    self->_timer = nullptr;
+    ecore_main_fd_handler_active_set(self->_handler, ECORE_FD_READ);
+    return ECORE_CALLBACK_CANCEL;
 }

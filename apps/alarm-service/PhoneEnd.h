@@ -3,6 +3,7 @@
 #include "common/LineConnection.h"
 #include "PhoneConversation.h"
 
+#include <Ecore.h>
 #include <memory>
 
 /**
@@ -26,15 +27,18 @@ public:
     /// To be called when the alarms have changed.
     void followAlarms();
 
-    /// To be called when the link, the phone's make or the user's wish may have changed.
-    void followSettings();
+    /// To be called when the link may have changed.
+    void followLink();
 
 private:
-    static unsigned char _connectedCb(void* data, Ecore_Fd_Handler* handler);
+    static unsigned char _connectedCb(void* data, Ecore_Fd_Handler* handler) noexcept;
+    static unsigned char _acceptAgainCb(void* data) noexcept;
     void _accept();
+    void _acceptLater();
 
     int _listener = -1;
     Ecore_Fd_Handler* _handler = nullptr;
+    Ecore_Timer* _timer = nullptr; ///< while nobody can be accepted
     std::unique_ptr<PhoneConversation> _conversation;
     std::unique_ptr<app::LineConnection> _connection;
 };

@@ -14,9 +14,11 @@ struct PhoneMessage {
     std::vector<AlarmDbData> alarms; ///< phone alarms
 };
 
+/// In bytes; the most and longest alarms fit, however their texts are escaped.
+inline const size_t kLongestPhoneMessage = 8 << 20;
+
 /**
- * Reads a message. The library's parser takes any JSON; what the watch would have to answer or to
- * store wrongly is refused here, as a whole: the result says why in one line, or is empty. Then
- * message is filled.
+ * Reads a message. The library's parser takes any JSON, and more; what the watch would have to
+ * answer or to store wrongly is refused here, as a whole: throws Failure, whose text says why.
  */
-std::string readPhoneMessage(const std::string& text, PhoneMessage& message);
+PhoneMessage readPhoneMessage(const std::string& text);

@@ -6,8 +6,8 @@
 /**
  * The phone's alarms in the watch's store, each known by its uuid. What is done here can be done
  * again: whatever was written before a kill or a failure is found written, and only the rest is.
- * Each function takes its turn with the saves of the other processes. Main loop only; it may block
- * for some seconds.
+ * What writes takes turns with the saves of the other processes, and waits as long as the disk, or
+ * another save, makes it wait. Main loop only.
  */
 namespace mirror {
 
@@ -27,10 +27,8 @@ std::vector<AlarmDbData> unsynced();
 
 enum class Settled { Yes, No, ChangedSince };
 
-/// Notes that the phone has heard of what was sent; not when there have been changes since.
+/// Notes that the phone has heard of what was sent; not when there have been changes since, nor,
+/// No, when that cannot be stored now.
 Settled settle(const std::vector<AlarmDbData>& sent);
-
-/// Registers or cancels the alarms when that is not as the phone's make and the user want it.
-void followRinging();
 
 } // namespace mirror

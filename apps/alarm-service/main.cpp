@@ -3,6 +3,7 @@
 #include "common/AlarmTime.h"
 #include "common/StoreFile.h"
 #include "PhoneEnd.h"
+#include "PhoneRinging.h"
 
 #include <app_preference.h>
 #include <dlog.h>
@@ -52,21 +53,25 @@ private:
 struct Service {
     Upcoming upcoming;
     PhoneEnd phone;
+    PhoneRinging ringing;
 };
 
-void alarmsChangedCb(const char*, void* data)
+void alarmsChangedCb(const char*, void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
     service->upcoming.follow();
     service->phone.followAlarms();
+    service->ringing.follow();
 }
 
-void settingChangedCb(keynode_t*, void* data)
+void settingChangedCb(keynode_t*, void* data) noexcept
 {
-    static_cast<Service*>(data)->phone.followSettings();
+    auto* service = static_cast<Service*>(data);
+    service->phone.followLink();
+    service->ringing.follow();
 }
 
-bool createCb(void* data)
+bool createCb(void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
     app::makeStore();
@@ -79,18 +84,20 @@ bool createCb(void* data)
             dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
     }
     service->upcoming.follow();
-    service->phone.followSettings();
+    service->ringing.follow();
     service->phone.open();
     return true;
 }
 
-void terminateCb(void* data)
+void terminateCb(void* data) noexcept
 {
+    auto* service = static_cast<Service*>(data);
     for (const char* key : kChangedKeys)
         (void)preference_unset_changed_cb(key);
     for (const char* key : kSettingKeys)
         (void)vconf_ignore_key_changed(key, settingChangedCb);
-    static_cast<Service*>(data)->phone.close();
+    service->ringing.stop();
+    service->phone.close();
 }
 
 } // namespace

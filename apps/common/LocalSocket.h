@@ -9,7 +9,8 @@ namespace app {
 /// than a socket's address. -1 when it cannot.
 int listenIn(const std::string& folder, const char* name);
 
-/// The next who has connected; -1 when nobody has.
+/// The next who has connected; -1 when nobody has, or with an errno other than EAGAIN when the
+/// process cannot take one.
 int acceptFrom(int listener);
 
 /// Connects to who listens under the name; -1 when nobody does.

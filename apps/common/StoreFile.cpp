@@ -2,6 +2,7 @@
 
 #include "common/SaveLock.h"
 
+#include <AlarmDbData.h>
 #include <AlarmDbModel.h>
 #include <app_common.h>
 #include <cerrno>
@@ -140,6 +141,18 @@ std::string storeFault()
         usleep(pause);
     }
     return text;
+}
+
+void storeRegistration(const AlarmDbData& alarm)
+{
+    const Store store = openFile(storePath());
+    const std::unique_ptr<char, void (*)(void*)> statement(
+        sqlite3_mprintf("UPDATE alarm SET alarm_mgr_id = %d, stime = %d, timezone = %Q, count = %d,"
+                        " repeat_weekly = %d WHERE id = %d",
+            alarm.alarm_mgr_id, alarm.stime, alarm.timezone.c_str(), alarm.count,
+            alarm.repeatWeekly, alarm.id),
+        sqlite3_free);
+    (void)sqlite3_exec(store.get(), statement.get(), nullptr, nullptr, nullptr);
 }
 
 } // namespace app

@@ -2,6 +2,8 @@
 
 #include <string>
 
+struct AlarmDbData;
+
 /** The file that the applications share. */
 namespace app {
 
@@ -18,5 +20,10 @@ void makeStore();
 
 /// Why the store cannot be read, for the user; empty when it can. The library's reads do not tell.
 std::string storeFault();
+
+/// Stores when the alarm rings and how it is registered, and nothing else: the library's update
+/// also notes, in a row that the phone is yet to hear of, that it was modified now. Does not tell
+/// whether it was stored.
+void storeRegistration(const AlarmDbData& alarm);
 
 } // namespace app

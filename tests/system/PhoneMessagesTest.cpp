@@ -2,9 +2,11 @@
 #include "common/PhoneLink.h"
 #include "PhonePeer.h"
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -15,6 +17,7 @@ namespace {
 
 const PhoneAlarm kWork = { "u1", "Work", 730 };
 const PhoneAlarm kLate = { "u2", "Late", 900 };
+const time_t kDay = 24L * 60 * 60;
 
 PhoneAlarm changed(PhoneAlarm alarm, int time, int modified)
 {
@@ -40,6 +43,43 @@ std::string update(const std::string& from, const std::string& to)
     return at == std::string::npos ? "" : text.replace(at, from.size(), to);
 }
 
+// An alarm that rings once, so many seconds from now.
+PhoneAlarm oneShotIn(time_t seconds)
+{
+    PhoneAlarm alarm = { "once", "Once" };
+    const time_t instant = time(nullptr) + seconds;
+    tm local = {};
+    localtime_r(&instant, &local);
+    alarm.time = 100 * local.tm_hour + local.tm_min;
+    alarm.alert = 1000LL * instant;
+    alarm.repeat = 1;
+    return alarm;
+}
+
+// The processor time that the process has used.
+long ticksOf(pid_t pid)
+{
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string word;
+    for (int i = 0; i < 13; ++i)
+        file >> word;
+    long user = 0;
+    long system = 0;
+    file >> user >> system;
+    return user + system;
+}
+
+void settings(const std::string& statement)
+{
+    sqlite3* opened = nullptr;
+    const std::string path = std::string(getenv("ALARM_HOST_HOME")) + "/settings.db";
+    ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &opened));
+    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> closed(opened, sqlite3_close);
+    sqlite3_busy_timeout(opened, 5000);
+    ASSERT_EQ(SQLITE_OK, sqlite3_exec(opened, statement.c_str(), nullptr, nullptr, nullptr))
+        << sqlite3_errmsg(opened);
+}
+
 } // namespace
 
 class PhoneMessagesTest : public PhonePeer {
@@ -58,7 +98,33 @@ protected:
         EXPECT_EQ(rows, store->version()) << reason;
     }
 
+    std::string rowOf(const std::string& name, const std::string& columns)
+    {
+        return store->query("SELECT " + columns + " FROM alarm WHERE name = ?", name);
+    }
+
     pid_t service() { return session.pidOf("com.velmora.alarm-service"); }
+
+    /// Every row that is on has its registration, and there is no other.
+    void expectRowsAndRegistrationsMatch()
+    {
+        std::vector<int> ids;
+        for (const HostSession::Alarm& alarm : session.alarms())
+            ids.push_back(alarm.id);
+        std::sort(ids.begin(), ids.end());
+        std::string all;
+        for (const int id : ids)
+            all += (all.empty() ? "" : ",") + std::to_string(id);
+        EXPECT_EQ(all,
+            store->query("SELECT alarm_mgr_id FROM alarm WHERE enable = 1 ORDER BY alarm_mgr_id"));
+    }
+
+    /// A write of that kind fails, as on a full disk.
+    void refuseWrites(const std::string& kind, const std::string& when)
+    {
+        store->query("CREATE TRIGGER refuse BEFORE " + kind + " ON alarm WHEN " + when
+            + " BEGIN SELECT RAISE(ABORT, ''); END");
+    }
 
     void killAndWait()
     {
@@ -78,14 +144,19 @@ TEST_F(PhoneMessagesTest, WhatIsNoMessageIsRefused)
     } rows[] = {
         { "garbage", "it is not JSON, or nested too deep" },
         { R"({"msgId":"alarm-sequence-req")", "it is not JSON, or nested too deep" },
-        { R"({} {})", "it is not JSON, or nested too deep" },
+        { R"({} {})", "it is not one JSON object" },
+        { R"({"msgId":"alarm-sequence-req"},)", "it is not JSON, or nested too deep" },
+        { R"({} /* } */)", "it is not one JSON object" },
+        { R"({"msgId":'alarm-sequence-req'})", "it is not JSON" },
+        { R"({/*"*/"msgId":"x"/*"*/})", "it is not JSON" },
+        { R"({"msgId":"\q"})", "it is not JSON" },
         { std::string(100000, '['), "it is not JSON, or nested too deep" },
         { R"({"a":)" + std::string(600, '[') + std::string(600, ']') + "}",
             "it is not JSON, or nested too deep" },
-        { "", "it is not one JSON object" },
+        { "", "it is not JSON, or nested too deep" },
         { "[1,2]", "it is not one JSON object" },
         { "7", "it is not one JSON object" },
-        { R"({},{})", "it is not one JSON object" },
+        { R"({},{})", "it is not JSON, or nested too deep" },
         { "\xff\xfe", "it is not UTF-8" },
         { R"({"list":[]})", "there is no msgId" },
         { R"({"msgId":5})", "msgId is of another type" },
@@ -145,11 +216,17 @@ TEST_F(PhoneMessagesTest, AlarmThatMustNotBeStoredIsRefused)
         { R"("created_time":1)", R"("created_time":"1")", "created_time is of another type" },
         { R"("modified_time":1,)", "", "there is no modified_time" },
         { R"("modified_time":1)", R"("modified_time":-1)", "modified_time is out of range" },
+        { R"("modified_time":1)", R"("modified_time":18446744073709551617)",
+            "a number is out of range" },
+        { "730", "0730", "it is not JSON" },
+        { "730", "0x2da", "it is not JSON" },
+        { "730", "18446744073709552346", "a number is out of range" },
+        { R"("alerttime":0)", R"("alerttime":-18446744073709551616)", "a number is out of range" },
+        { R"("alerttime":0)", R"("alerttime":9223372036854775808)", "alerttime is out of range" },
         { R"("enable":true)", R"("enable":1)", "enable is of another type" },
         { R"("enable":true,)", "", "there is no enable" },
         { "286331157", "-5", "repeat_type is out of range" },
         { "286331157", "4294967296", "repeat_type is out of range" },
-        { "286331157", "5", "repeat_type is weekly on no day" },
         { "286331157", R"("daily")", "repeat_type is of another type" },
         { R"("is_deleted":false)", R"("is_deleted":0)", "is_deleted is of another type" },
         { "]}", "," + PhoneAlarm{ "u3", "Twice" }.json() + "]}", "the uuid u3 comes twice" },
@@ -173,14 +250,97 @@ TEST_F(PhoneMessagesTest, ListsAndLinesThatAreTooLongAreRefused)
     expectRefused(list + "]}", "list has more than 1000 alarms");
     std::string line = "{}";
     line.resize(10000000, ' ');
-    expectRefused(line, "it is longer than 1048576 bytes");
+    expectRefused(line, "it is longer than 8388608 bytes");
     std::string many = R"({"msgId":"alarm-list-rsp","number":1,"sequence":2,"list":[)";
     for (int i = 0; i < 100000; ++i)
         many += PhoneAlarm{ "u" + std::to_string(i), "Many" }.json() + ',';
     many.back() = ']';
-    expectRefused(many + "}", "it is longer than 1048576 bytes");
+    expectRefused(many + "}", "it is longer than 8388608 bytes");
     EXPECT_EQ("Work u1 730", stored());
     EXPECT_EQ(before, service());
+}
+
+TEST_F(PhoneMessagesTest, ListBehindWhichMoreFollowsRemovesNothing)
+{
+    meet(1, { kWork });
+    size_t refusals = 0;
+    for (const char* more : { "[{}]", "[", "{}", "7" }) {
+        sendUpdate(9, kLate); // some were missed, so the watch asks
+        EXPECT_EQ("mobile-update-ack 1", receiveKind());
+        const std::string kind = receiveKind();
+        ASSERT_THAT(kind, testing::StartsWith("list-req "));
+        send(R"({"msgId":"alarm-list-rsp","number":)" + kind.substr(9) + R"(,"sequence":9,"list":[)"
+            + kWork.json() + "]}" + more);
+        const std::string refused = "a phone message is refused: it is";
+        ++refusals;
+        ASSERT_TRUE(session.waitFor([&] { return count(session.logText(), refused) == refusals; }));
+        EXPECT_EQ("Late u2 900,Work u1 730", stored()) << more;
+    }
+}
+
+// Our own builder writes one, and a single odd alarm must not keep the others from the watch.
+TEST_F(PhoneMessagesTest, WeeklyAlarmOnNoDayIsStoredSwitchedOff)
+{
+    meet(1, { kWork });
+    send(update("286331157", "5"));
+    EXPECT_EQ("mobile-update-ack 2", receiveKind());
+    EXPECT_EQ("New u3 730,Work u1 730", stored());
+    EXPECT_EQ("0 -1", store->query("SELECT enable, alarm_mgr_id FROM alarm WHERE name = 'New'"));
+    EXPECT_EQ(1U, session.alarms().size());
+}
+
+TEST_F(PhoneMessagesTest, MostAlarmsOfFullSizeAreTaken)
+{
+    std::string title;
+    for (int i = 0; i < 1000; ++i)
+        title += "\\u0041";
+    std::vector<PhoneAlarm> alarms;
+    for (int i = 0; i < 1000; ++i)
+        alarms.push_back({ std::string(60, 'u') + std::to_string(1000 + i), title, 730 });
+    session.setKey("db/alarm/host_alarm_notification_enabled", false);
+
+    connect();
+    sayHello("first-connection-req", 1);
+    EXPECT_EQ("first-connection-rsp -1", receiveKind());
+    EXPECT_EQ("list-req 1", receiveKind());
+    sendList(1, 1, alarms);
+    expectSilence(60);
+
+    EXPECT_EQ("1000 1000", store->query("SELECT count(*), min(length(name)) FROM alarm"));
+}
+
+TEST_F(PhoneMessagesTest, ChangesAreToldAfterAnAnswerThatWasRefused)
+{
+    meet(1, { kWork });
+    alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
+    EXPECT_EQ("watch-update-ind 2", receiveKind());
+    send(R"({"msgId":"alarm-watch-update-ack","number":2})");
+    ASSERT_TRUE(waitForLog("a phone message is refused: there is no sequence"));
+
+    alarmOutput({ "edit", std::to_string(idOf("Work")), "05:00" });
+
+    EXPECT_EQ("watch-update-ind 3", receiveKind());
+    sendAnswer("watch-update-ack", 3, 1);
+    expectSilence();
+    EXPECT_EQ("Work u1 500", stored());
+}
+
+TEST_F(PhoneMessagesTest, ListThatWasRefusedIsAskedForWithTheNextUpdate)
+{
+    connect();
+    sayHello("first-connection-req", 1);
+    EXPECT_EQ("first-connection-rsp -1", receiveKind());
+    EXPECT_EQ("list-req 1", receiveKind());
+    send(R"({"msgId":"alarm-list-rsp","number":1,"sequence":1,"list":[{}]})");
+    ASSERT_TRUE(waitForLog("a phone message is refused: there is no uuid"));
+
+    sendUpdate(2, kLate);
+
+    EXPECT_EQ("mobile-update-ack -1", receiveKind());
+    EXPECT_EQ("list-req 2", receiveKind());
+    sendList(2, 2, { kWork, kLate });
+    expectSilence();
+    EXPECT_EQ("Late u2 900,Work u1 730", stored());
 }
 
 TEST_F(PhoneMessagesTest, NothingCountsBeforeHello)
@@ -428,6 +588,209 @@ TEST_F(PhoneMessagesTest, UpdateThatCannotBeStoredIsNotAcknowledged)
     sendList(1, 2, { kWork, kLate });
     expectSilence();
     EXPECT_EQ("Late u2 900,Work u1 730", stored());
+}
+
+TEST_F(PhoneMessagesTest, ListThatCannotBeStoredWhollyLeavesNoRegistrationWithoutItsRow)
+{
+    meet(1, { kWork });
+    refuseWrites("INSERT", "NEW.uuid = 'u5'");
+    std::vector<PhoneAlarm> alarms = { changed(kWork, 800, 2) };
+    for (int i = 3; i < 8; ++i)
+        alarms.push_back({ "u" + std::to_string(i), "New", 900 + i });
+    sendUpdate(3, kLate);
+    EXPECT_EQ("mobile-update-ack 1", receiveKind());
+    EXPECT_EQ("list-req 2", receiveKind());
+
+    sendList(2, 3, alarms);
+    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
+    expectRowsAndRegistrationsMatch();
+    store->query("DROP TRIGGER refuse");
+    connect();
+    sayHello("sequence-req", 3);
+    EXPECT_EQ("sequence-rsp 1", receiveKind());
+    EXPECT_EQ("list-req 1", receiveKind());
+    sendList(1, 3, alarms);
+
+    expectSilence();
+    EXPECT_EQ("6", store->query("SELECT count(*) FROM alarm"));
+    expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(PhoneMessagesTest, AlarmWhoseChangeCannotBeStoredRingsAsBefore)
+{
+    meet(1, { kWork });
+    refuseWrites("UPDATE", "true");
+
+    sendUpdate(2, changed(kWork, 800, 2));
+
+    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
+    EXPECT_EQ("Work u1 730", stored());
+    ASSERT_EQ(1U, session.alarms().size());
+    EXPECT_EQ(7, session.alarms()[0].hour);
+    expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(PhoneMessagesTest, AlarmThatCannotBeRemovedStaysRegistered)
+{
+    meet(1, { kWork });
+    refuseWrites("DELETE", "true");
+    connect();
+
+    sayHello("sequence-req", 1, 2); // another phone
+
+    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
+    EXPECT_EQ("Work u1 730", stored());
+    expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(PhoneMessagesTest, NoteThatCannotBeReadDropsNoAlarm)
+{
+    meet(1, { kWork });
+    settings("UPDATE setting SET type = 'str', value = 'x' WHERE key = 'phonePairing'");
+    connect();
+
+    sayHello("sequence-req", 1);
+
+    ASSERT_TRUE(waitForLog("phonePairing cannot be read"));
+    EXPECT_EQ("Work u1 730", stored());
+    settings("UPDATE setting SET type = 'int', value = 1 WHERE key = 'phonePairing'");
+    connect();
+    sayHello("sequence-req", 1);
+    EXPECT_EQ("sequence-rsp 1", receiveKind());
+}
+
+TEST_F(PhoneMessagesTest, UpdateThatCannotBeNotedIsNotAcknowledged)
+{
+    meet(1, { kWork });
+    settings("CREATE TRIGGER refuse BEFORE INSERT ON setting WHEN NEW.key = 'phoneSequence'"
+             " BEGIN SELECT RAISE(ABORT, ''); END");
+
+    sendUpdate(2, kLate);
+
+    ASSERT_TRUE(waitForLog("phoneSequence cannot be noted"));
+    settings("DROP TRIGGER refuse");
+    connect();
+    sayHello("sequence-req", 2);
+    EXPECT_EQ("sequence-rsp 1", receiveKind()) << "and nothing before";
+}
+
+TEST_F(PhoneMessagesTest, OneShotOfALaterWeekWaitsForItsDay)
+{
+    PhoneAlarm later = oneShotIn(8 * kDay);
+    meet(1, { kWork, later });
+    EXPECT_EQ("1 -1", rowOf(later.title, "enable, alarm_mgr_id"));
+    EXPECT_EQ(1U, session.alarms().size());
+
+    // As if days had passed: the service looks again, here because something else changes.
+    const time_t instant = time(nullptr) + 5 * kDay;
+    store->query("UPDATE alarm SET mobileAlertTime = " + std::to_string(instant)
+        + "000, hour = strftime('%H', " + std::to_string(instant)
+        + ", 'unixepoch', 'localtime'), min = strftime('%M', " + std::to_string(instant)
+        + ", 'unixepoch', 'localtime') WHERE name = 'Once'");
+    alarmOutput({ "off", std::to_string(idOf("Work")) });
+
+    ASSERT_TRUE(session.waitFor([this, instant] {
+        const auto alarms = session.alarms();
+        return alarms.size() == 1 && alarms[0].next == instant;
+    }));
+    EXPECT_EQ("0", rowOf(later.title, "isNeedToSync"));
+}
+
+TEST_F(PhoneMessagesTest, OneShotRingsOnTheDayOfItsInstant)
+{
+    const PhoneAlarm later = oneShotIn(3 * kDay);
+    meet(1, { later });
+    ASSERT_EQ(1U, session.alarms().size());
+    EXPECT_EQ(later.alert / 1000, session.alarms()[0].next);
+}
+
+TEST_F(PhoneMessagesTest, OneShotWhoseInstantIsOverDoesNotRingAgain)
+{
+    const PhoneAlarm former = oneShotIn(-3600);
+    meet(1, { former });
+    EXPECT_EQ("1 -1", rowOf(former.title, "enable, alarm_mgr_id"));
+    EXPECT_EQ(0U, session.alarms().size());
+}
+
+TEST_F(PhoneMessagesTest, SettingDoesNotMakeAnOldEditALaterOne)
+{
+    const char* const wish = "db/alarm/host_alarm_notification_enabled";
+    meet(1, { kWork });
+    disconnect();
+    alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
+    const std::string before = rowOf("Work", "mobileModifiedTime, mobileAlertTime, isNeedToSync");
+
+    session.setKey(wish, false);
+    ASSERT_TRUE(session.waitFor([this] { return session.alarms().empty(); }));
+    session.setKey(wish, true);
+    ASSERT_TRUE(session.waitFor([this] { return session.alarms().size() == 1; }));
+
+    EXPECT_TRUE(session.waitFor([this] { return rowOf("Work", "alarm_mgr_id > 0") == "1"; }));
+    EXPECT_EQ(before, rowOf("Work", "mobileModifiedTime, mobileAlertTime, isNeedToSync"));
+    expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(PhoneMessagesTest, RightRegistrationsStayWhenOneIsWrong)
+{
+    meet(1, { kWork, kLate });
+    const std::string work = rowOf("Work", "alarm_mgr_id");
+    store->query("UPDATE alarm SET alarm_mgr_id = -1 WHERE name = 'Late'");
+    const int lost = session.alarms().back().id;
+
+    addAlarm({ "05:00", "--name", "Own", "--days", "daily" }); // the service looks again
+
+    EXPECT_TRUE(session.waitFor([this] { return rowOf("Late", "alarm_mgr_id > 0") == "1"; }));
+    EXPECT_EQ(work, rowOf("Work", "alarm_mgr_id"));
+    EXPECT_NE(std::to_string(lost), rowOf("Late", "alarm_mgr_id"));
+}
+
+TEST_F(PhoneMessagesTest, PeerThatNeverReadsKeepsNobodyWaiting)
+{
+    meet(1, { kWork });
+    const int socket = app::connectIn(app::phoneSocketFolder(), app::kPhoneSocket);
+    ASSERT_GE(socket, 0);
+    ASSERT_TRUE(waitUntilDisconnected());
+    const std::string line = R"({"msgId":"alarm-sequence-req","phone":1,"sequence":1})"
+                             "\n";
+    std::string lines;
+    for (int i = 0; i < 1000; ++i)
+        lines += line;
+    // Until the service takes no more, or has had far more than the sockets hold.
+    for (int i = 0; i < 200; ++i) {
+        (void)write(socket, lines.data(), lines.size());
+        session.waitFor([] { return false; }, 0.005);
+    }
+
+    const int own = addAlarm({ "05:00", "--name", "Own", "--days", "daily" });
+    EXPECT_TRUE(waitForLog("upcoming alarm " + std::to_string(own)));
+    connect();
+    sayHello("sequence-req", 1);
+    EXPECT_EQ("sequence-rsp 1", receiveKind());
+    close(socket);
+}
+
+TEST_F(PhoneMessagesTest, ServiceRestsWhileItCanOpenNoMoreFiles)
+{
+    meet(1, { kWork });
+    const pid_t pid = service();
+    const auto files = std::distance(
+        fs::directory_iterator("/proc/" + std::to_string(pid) + "/fd"), fs::directory_iterator());
+    rlimit before = {};
+    ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, nullptr, &before));
+    const rlimit less = { static_cast<rlim_t>(files), before.rlim_max };
+    ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, &less, nullptr));
+    const int socket = app::connectIn(app::phoneSocketFolder(), app::kPhoneSocket);
+    ASSERT_GE(socket, 0);
+    ASSERT_TRUE(waitForLog("the phone cannot connect now: Too many open files"));
+
+    const long ticks = ticksOf(pid);
+    session.waitFor([] { return false; }, 1.5);
+    EXPECT_LT(ticksOf(pid) - ticks, sysconf(_SC_CLK_TCK) / 3);
+    EXPECT_LE(count(session.logText(), "the phone cannot connect now"), 4U);
+
+    ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, &before, nullptr));
+    EXPECT_TRUE(waitUntilDisconnected()) << "in whose place the new one comes";
+    close(socket);
 }
 
 // It is written in more than one turn.

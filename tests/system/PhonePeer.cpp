@@ -27,8 +27,9 @@ std::string withNumber(const std::string& name, int value)
 std::string PhoneAlarm::json() const
 {
     return R"({"uuid":")" + uuid + R"(","title":")" + title + R"(","alarm_time":)"
-        + std::to_string(time) + R"(,"alerttime":0,"created_time":1,"modified_time":)"
-        + std::to_string(modified) + R"(,"enable":true,"repeat_type":286331157,"is_deleted":)"
+        + std::to_string(time) + R"(,"alerttime":)" + std::to_string(alert)
+        + R"(,"created_time":1,"modified_time":)" + std::to_string(modified)
+        + R"(,"enable":true,"repeat_type":)" + std::to_string(repeat) + R"(,"is_deleted":)"
         + (isDeleted ? "true}" : "false}");
 }
 
@@ -92,30 +93,30 @@ void PhonePeer::sendAnswer(const std::string& kind, int number, int sequence)
         + withNumber("sequence", sequence) + "}");
 }
 
-std::string PhonePeer::receive()
+std::string PhonePeer::receive(double seconds)
 {
-    if (!session.waitFor([this] { return !_received.empty(); }))
+    if (!session.waitFor([this] { return !_received.empty(); }, seconds))
         return "";
     std::string line = _received.front();
     _received.pop_front();
     return line;
 }
 
-std::string PhonePeer::receiveKind()
+std::string PhonePeer::receiveKind(double seconds)
 {
     return store->query("SELECT substr(json_extract(text, '$.msgId'), 7), coalesce("
                         "json_extract(text, '$.number'), json_extract(text, '$.sequence'))"
                         " FROM (SELECT ? AS text)",
-        receive());
+        receive(seconds));
 }
 
-void PhonePeer::expectSilence()
+void PhonePeer::expectSilence(double seconds)
 {
     EXPECT_THAT(_received, testing::IsEmpty());
     // A change that the watch has is acknowledged, and changes nothing.
     const int known = 0;
     sendUpdate(known, { "known", "Known" });
-    EXPECT_THAT(receiveKind(), testing::StartsWith("mobile-update-ack "));
+    EXPECT_THAT(receiveKind(seconds), testing::StartsWith("mobile-update-ack "));
     EXPECT_THAT(_received, testing::IsEmpty());
 }
 

@@ -13,6 +13,8 @@ struct PhoneAlarm {
     int time = 730;
     int modified = 1;
     bool isDeleted = false;
+    long long alert = 0; ///< milliseconds
+    int repeat = 0x11111115; ///< daily
 
     std::string json() const;
 };
@@ -36,11 +38,11 @@ protected:
     void sendAnswer(const std::string& kind, int number, int sequence);
 
     /// The next message of the watch, "" when none comes.
-    std::string receive();
+    std::string receive(double seconds = 10);
     /// Its kind and the number in it, such as "alarm-list-req 1".
-    std::string receiveKind();
-    /// Whether it says nothing now: what is sent is answered at once, and nothing before.
-    void expectSilence();
+    std::string receiveKind(double seconds = 10);
+    /// That it says nothing now: what is sent is answered, and nothing before.
+    void expectSilence(double seconds = 10);
 
     /// Connects for the first time, with that list.
     void meet(int sequence, const std::vector<PhoneAlarm>& alarms);

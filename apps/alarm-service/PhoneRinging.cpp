@@ -1,0 +1,145 @@
+#include "PhoneRinging.h"
+
+#include "common/AlarmTime.h"
+#include "common/PhoneLink.h"
+#include "PhoneRows.h"
+
+#include <AlarmDbModel.h>
+#include <AlarmManagerModel.h>
+#include <algorithm>
+#include <ctime>
+#include <dlog.h>
+#include <Ecore.h>
+
+namespace {
+
+const char* const kTag = "alarm-service";
+const double kLookAgain = 3600; // seconds
+const double kTryAgain = 10;
+
+// A day less than the week after which its registration would mean another day.
+const time_t kSoon = 6L * 24 * 60 * 60;
+
+// Of a one-shot; 0 when the phone does not say.
+time_t instantOf(const AlarmDbData& alarm)
+{
+    return alarm.repeat_once ? static_cast<time_t>(alarm.mobileAlertTime / 1000) : 0;
+}
+
+/// What the phone's make, the user and the time want, as it was at one moment.
+class Rule {
+public:
+    bool isWanted(const AlarmDbData& alarm) const
+    {
+        return _areWanted && alarm.enable && !alarm.isDeleted;
+    }
+
+    bool isDueSoon(const AlarmDbData& alarm) const
+    {
+        const time_t instant = instantOf(alarm);
+        return instant == 0 || (_now < instant && instant < _now + kSoon);
+    }
+
+    /// One that is registered stays so while it rings or is snoozed, when its instant is over.
+    bool isRight(const AlarmDbData& alarm) const
+    {
+        if (alarm.alarm_mgr_id > 0)
+            return isWanted(alarm);
+        return !isWanted(alarm) || !isDueSoon(alarm);
+    }
+
+    /// On the day of the instant, and at that second where it is in the alarm's minute.
+    void setNextRing(AlarmDbData& alarm) const
+    {
+        app::setNextRing(alarm, _now);
+        const time_t instant = instantOf(alarm);
+        if (instant == 0 || !isDueSoon(alarm))
+            return;
+        app::WallTime wall = app::wallTime(instant);
+        if (wall.hour != alarm.hour || wall.minute != alarm.min)
+            wall = { alarm.hour, alarm.min, 0 };
+        alarm.repeatWeekly = app::weekdayBit(instant);
+        alarm.stime = static_cast<int>(app::nextInstant(_now, wall, alarm.repeatWeekly));
+    }
+
+private:
+    bool _areWanted = app::phoneAlarmsRing();
+    time_t _now = time(nullptr);
+};
+
+void registerBy(const Rule& rule, AlarmDbData& alarm)
+{
+    alarm.alarm_mgr_id = -1;
+    rule.setNextRing(alarm);
+    if (!rule.isWanted(alarm) || !rule.isDueSoon(alarm))
+        return;
+    if (!AlarmManagerModel().registerAlarmToServer(alarm, true))
+        alarm.alarm_mgr_id = -1;
+}
+
+bool setRight(const Rule& rule, AlarmDbModel& store, const AlarmDbData& before)
+{
+    AlarmDbData alarm = before;
+    alarm.alarm_mgr_id = -1;
+    if (rule.isWanted(alarm)) {
+        registerBy(rule, alarm);
+        if (alarm.alarm_mgr_id <= 0)
+            return false;
+    }
+    return rows::changeRinging(store, before, alarm);
+}
+
+rows::Turn setSomeRight()
+{
+    const Rule rule;
+    AlarmDbModel store;
+    int writes = 0;
+    for (const AlarmDbData& alarm : rows::stored()) {
+        if (rule.isRight(alarm))
+            continue;
+        if (writes == rows::kWritesOfATurn)
+            break;
+        ++writes;
+        if (!setRight(rule, store, alarm))
+            return rows::Turn::Failed;
+    }
+    return writes == 0 ? rows::Turn::NothingToWrite : rows::Turn::Written;
+}
+
+// Whether all of them are right now. Most of the time they are, and nobody has to wait.
+bool setAllRight()
+{
+    const Rule rule;
+    const std::vector<AlarmDbData> alarms = rows::stored();
+    const auto isRight = [&rule](const AlarmDbData& alarm) { return rule.isRight(alarm); };
+    return std::all_of(alarms.begin(), alarms.end(), isRight)
+        || rows::inTurns([](app::SaveLock&) { return setSomeRight(); });
+}
+
+} // namespace
+
+void registerPhoneAlarm(AlarmDbData& alarm) { registerBy(Rule(), alarm); }
+
+void PhoneRinging::follow()
+{
+    stop();
+    const bool isDone = setAllRight();
+    if (!isDone)
+        dlog_print(DLOG_WARN, kTag, "the phone's alarms are registered later");
+    _timer = ecore_timer_add(isDone ? kLookAgain : kTryAgain, _timerCb, this);
+}
+
+void PhoneRinging::stop()
+{
+    if (_timer)
+        ecore_timer_del(_timer);
+    _timer = nullptr;
+}
+
+unsigned char PhoneRinging::_timerCb(void* data) noexcept
+{
+    auto* self = static_cast<PhoneRinging*>(data);
+    self->_timer = nullptr;
+    self->follow();
+    return ECORE_CALLBACK_CANCEL;
+}
