@@ -44,31 +44,21 @@ public:
         , _modTime(modTime)
     {
         for (AlarmDbData& alarm : rows::stored()) {
-            if (!_stored.emplace(alarm.uuid, alarm).second && _mayWrite())
-                _note(rows::remove(_store, alarm));
+            if (!_stored.emplace(alarm.uuid, alarm).second && _writer.mayWrite())
+                _writer.remove(alarm);
         }
     }
 
     rows::Turn take(const std::vector<AlarmDbData>& alarms)
     {
-        for (auto alarm = alarms.begin(); alarm != alarms.end() && _mayWrite(); ++alarm)
+        for (auto alarm = alarms.begin(); alarm != alarms.end() && _writer.mayWrite(); ++alarm)
             _take(*alarm);
         if (_list == List::Whole)
             _removeOthers();
-        if (_hasFailed)
-            return rows::Turn::Failed;
-        return _writes == 0 ? rows::Turn::NothingToWrite : rows::Turn::Written;
+        return _writer.end();
     }
 
 private:
-    bool _mayWrite() const { return !_hasFailed && _writes < rows::kWritesOfATurn; }
-
-    void _note(bool isWritten)
-    {
-        ++_writes;
-        _hasFailed = !isWritten;
-    }
-
     void _take(const AlarmDbData& phones)
     {
         const auto found = _stored.find(phones.uuid);
@@ -82,7 +72,7 @@ private:
         if (_isOlder(phones, stored))
             return;
         if (phones.isDeleted) {
-            _note(rows::remove(_store, stored));
+            _writer.remove(stored);
         } else {
             _change(stored, merged(stored, phones));
         }
@@ -92,10 +82,10 @@ private:
     void _removeOthers()
     {
         for (const auto& [uuid, alarm] : _stored) {
-            if (!_mayWrite())
+            if (!_writer.mayWrite())
                 return;
             if (!alarm.isNeedToSync || alarm.isDeleted)
-                _note(rows::remove(_store, alarm));
+                _writer.remove(alarm);
         }
     }
 
@@ -112,7 +102,7 @@ private:
         alarm.volume = kVolumeOfNewAlarm;
         alarm.modTime = _modTime++;
         registerPhoneAlarm(alarm);
-        _note(rows::insert(_store, alarm));
+        _writer.insert(alarm);
     }
 
     void _change(const AlarmDbData& stored, AlarmDbData alarm)
@@ -122,20 +112,18 @@ private:
         alarm.modTime = _modTime++;
         if (!rows::isSameTime(stored, alarm))
             registerPhoneAlarm(alarm);
-        _note(rows::change(_store, stored, alarm));
+        _writer.change(stored, alarm);
     }
 
     List _list;
     int _modTime;
-    int _writes = 0;
-    bool _hasFailed = false;
     std::map<std::string, AlarmDbData> _stored; ///< those not yet taken, by uuid
-    AlarmDbModel _store; ///< announces the changes at its end
+    rows::Writer _writer;
 };
 
 bool takeList(const std::vector<AlarmDbData>& alarms, List list)
 {
-    const int most = rows::kWritesOfATurn;
+    const int most = rows::Writer::kWritesOfATurn;
     const int modTimes = std::clamp(static_cast<int>(alarms.size()), 1, most);
     return rows::inTurns([&](app::SaveLock& lock) {
         const int modTime = lock.takeModTime(modTimes);
@@ -145,16 +133,12 @@ bool takeList(const std::vector<AlarmDbData>& alarms, List list)
 
 rows::Turn removeSome()
 {
-    AlarmDbModel store;
-    int writes = 0;
+    rows::Writer writer;
     for (const AlarmDbData& alarm : rows::stored()) {
-        if (writes == rows::kWritesOfATurn)
-            break;
-        ++writes;
-        if (!rows::remove(store, alarm))
-            return rows::Turn::Failed;
+        if (writer.mayWrite())
+            writer.remove(alarm);
     }
-    return writes == 0 ? rows::Turn::NothingToWrite : rows::Turn::Written;
+    return writer.end();
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 #include "common/PhoneLink.h"
 #include "PhoneRows.h"
 
-#include <AlarmDbModel.h>
 #include <AlarmManagerModel.h>
 #include <algorithm>
 #include <ctime>
@@ -77,33 +76,27 @@ void registerBy(const Rule& rule, AlarmDbData& alarm)
         alarm.alarm_mgr_id = -1;
 }
 
-bool setRight(const Rule& rule, AlarmDbModel& store, const AlarmDbData& before)
+void setRight(const Rule& rule, rows::Writer& writer, const AlarmDbData& before)
 {
     AlarmDbData alarm = before;
     alarm.alarm_mgr_id = -1;
     if (rule.isWanted(alarm)) {
         registerBy(rule, alarm);
         if (alarm.alarm_mgr_id <= 0)
-            return false;
+            return writer.fail();
     }
-    return rows::changeRinging(store, before, alarm);
+    writer.changeRinging(before, alarm);
 }
 
 rows::Turn setSomeRight()
 {
     const Rule rule;
-    AlarmDbModel store;
-    int writes = 0;
+    rows::Writer writer;
     for (const AlarmDbData& alarm : rows::stored()) {
-        if (rule.isRight(alarm))
-            continue;
-        if (writes == rows::kWritesOfATurn)
-            break;
-        ++writes;
-        if (!setRight(rule, store, alarm))
-            return rows::Turn::Failed;
+        if (!rule.isRight(alarm) && writer.mayWrite())
+            setRight(rule, writer, alarm);
     }
-    return writes == 0 ? rows::Turn::NothingToWrite : rows::Turn::Written;
+    return writer.end();
 }
 
 // Whether all of them are right now. Most of the time they are, and nobody has to wait.

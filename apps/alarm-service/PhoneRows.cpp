@@ -1,7 +1,6 @@
 #include "PhoneRows.h"
 
 #include "common/SaveLock.h"
-#include "common/StoreFile.h"
 
 #include <AlarmDbModel.h>
 #include <app_alarm.h>
@@ -32,34 +31,19 @@ auto contentOf(const AlarmDbData& alarm)
         alarm.mobileAlertTime, alarm.isNeedToSync);
 }
 
-enum class Row { Found, Gone, Unreadable };
-
-Row find(AlarmDbModel& store, int id, AlarmDbData& alarm)
-{
-    std::vector<AlarmDbData> found;
-    store.getAlarmListWithIds(found, std::to_string(id));
-    if (found.empty())
-        return app::storeFault().empty() ? Row::Gone : Row::Unreadable;
-    alarm = found.front();
-    return Row::Found;
-}
-
 void cancel(int alarmMgrId)
 {
     if (alarmMgrId > 0)
         (void)alarm_cancel(alarmMgrId);
 }
 
-// Where the row cannot be read, both stay: the alert rings for the one that the row names.
-bool settleRegistration(AlarmDbModel& store, const AlarmDbData& before, const AlarmDbData& after)
+bool find(AlarmDbModel& store, int id, AlarmDbData& alarm)
 {
-    AlarmDbData now;
-    const Row row = find(store, after.id, now);
-    const bool isTaken
-        = row == Row::Found && now.uuid == after.uuid && now.alarm_mgr_id == after.alarm_mgr_id;
-    if (row != Row::Unreadable && before.alarm_mgr_id != after.alarm_mgr_id)
-        cancel(isTaken ? before.alarm_mgr_id : after.alarm_mgr_id);
-    return isTaken && isSameContent(now, after);
+    std::vector<AlarmDbData> found;
+    store.getAlarmListWithIds(found, std::to_string(id));
+    if (!found.empty())
+        alarm = found.front();
+    return !found.empty();
 }
 
 } // namespace
@@ -81,34 +65,6 @@ bool isSameContent(const AlarmDbData& left, const AlarmDbData& right)
     return contentOf(left) == contentOf(right);
 }
 
-bool insert(AlarmDbModel& store, AlarmDbData alarm)
-{
-    store.insertAlarmData(alarm, true, true);
-    return settleRegistration(store, AlarmDbData(), alarm);
-}
-
-bool change(AlarmDbModel& store, const AlarmDbData& before, AlarmDbData after)
-{
-    store.updateAlarmData(after, true, true, false, false);
-    return settleRegistration(store, before, after);
-}
-
-bool changeRinging(AlarmDbModel& store, const AlarmDbData& before, const AlarmDbData& after)
-{
-    app::storeRegistration(after);
-    return settleRegistration(store, before, after);
-}
-
-bool remove(AlarmDbModel& store, AlarmDbData alarm)
-{
-    store.removeAlarmData(alarm, true, true, false, false);
-    AlarmDbData found;
-    if (find(store, alarm.id, found) != Row::Gone)
-        return false;
-    cancel(alarm.alarm_mgr_id);
-    return true;
-}
-
 bool inTurns(const std::function<Turn(app::SaveLock&)>& turn)
 {
     for (int failures = 0; failures < kTries; usleep(kPauseBetweenTurns)) {
@@ -125,6 +81,61 @@ bool inTurns(const std::function<Turn(app::SaveLock&)>& turn)
     }
     dlog_print(DLOG_ERROR, kTag, "the phone's alarms wait: they cannot be written");
     return false;
+}
+
+void Writer::insert(AlarmDbData alarm)
+{
+    _transaction.model().insertAlarmData(alarm, true, true);
+    _check(AlarmDbData(), alarm);
+}
+
+void Writer::change(const AlarmDbData& before, AlarmDbData after)
+{
+    _transaction.model().updateAlarmData(after, true, true, false, false);
+    _check(before, after);
+}
+
+void Writer::remove(AlarmDbData alarm)
+{
+    ++_writes;
+    _transaction.model().removeAlarmData(alarm, true, true, false, false);
+    AlarmDbData found;
+    _hasFailed = find(_transaction.model(), alarm.id, found);
+    if (!_hasFailed)
+        _former.push_back(alarm.alarm_mgr_id);
+}
+
+void Writer::changeRinging(const AlarmDbData& before, const AlarmDbData& after)
+{
+    _transaction.updateRegistration(after);
+    _check(before, after);
+}
+
+Turn Writer::end()
+{
+    const bool isStored = _transaction.commit();
+    for (const int registration : isStored ? _former : _fresh)
+        cancel(registration);
+    if (!isStored || _hasFailed)
+        return Turn::Failed;
+    return _writes == 0 ? Turn::NothingToWrite : Turn::Written;
+}
+
+void Writer::_check(const AlarmDbData& before, const AlarmDbData& after)
+{
+    ++_writes;
+    AlarmDbData now;
+    const bool isTaken = find(_transaction.model(), after.id, now) && now.uuid == after.uuid
+        && now.alarm_mgr_id == after.alarm_mgr_id;
+    _hasFailed = !isTaken || !isSameContent(now, after);
+    if (before.alarm_mgr_id == after.alarm_mgr_id)
+        return;
+    if (isTaken) {
+        _former.push_back(before.alarm_mgr_id);
+        _fresh.push_back(after.alarm_mgr_id);
+    } else {
+        cancel(after.alarm_mgr_id);
+    }
 }
 
 } // namespace rows

@@ -1,20 +1,16 @@
 #pragma once
 
+#include "common/StoreFile.h"
+
 #include <AlarmDbData.h>
 #include <functional>
 #include <vector>
-
-class AlarmDbModel;
 
 namespace app {
 class SaveLock;
 }
 
-/**
- * The rows of the phone's alarms, each with its registration. The library does not tell of a write
- * that was lost, so each is read back; a registration goes only when no row names it any more. Main
- * loop only, and within a turn.
- */
+/// The rows of the phone's alarms, each with its registration. Main loop only.
 namespace rows {
 
 /// All of them, deleted ones too.
@@ -26,25 +22,52 @@ bool isSameTime(const AlarmDbData& left, const AlarmDbData& right);
 /// Whether they are the same for the phone, and to be told to it or not.
 bool isSameContent(const AlarmDbData& left, const AlarmDbData& right);
 
-// Each is announced, and false when it is not found done. Then the alarm rings as before.
-
-bool insert(AlarmDbModel& store, AlarmDbData alarm);
-bool change(AlarmDbModel& store, const AlarmDbData& before, AlarmDbData after);
-bool remove(AlarmDbModel& store, AlarmDbData alarm);
-
-/// The same for a change of nothing but when it rings and how it is registered, which is news to
-/// nobody and not announced.
-bool changeRinging(AlarmDbModel& store, const AlarmDbData& before, const AlarmDbData& after);
-
-const int kWritesOfATurn = 100;
-
 enum class Turn { NothingToWrite, Written, Failed };
 
 /**
  * Repeats the turn until it finds nothing to write. Between two turns the other processes have
- * theirs; so a turn begins with what is stored, and writes kWritesOfATurn times at most. False,
- * with a log line, when the store cannot be written or another process keeps it for long.
+ * theirs; so a turn begins with what is stored. False, with a log line, when the store cannot be
+ * written or another process keeps it for long.
  */
 bool inTurns(const std::function<Turn(app::SaveLock& lock)>& turn);
+
+/**
+ * The writes of a turn, which are stored together. The library does not tell of one that was lost,
+ * so each is read back, and the first that is not found is the last. A registration goes only when
+ * no row names it any more: when writes fail, the alarms ring as before. Of a process that is
+ * killed, registrations may be left that have no row; the alert cancels them when they come due.
+ */
+class Writer {
+public:
+    bool mayWrite() const
+    {
+        return _transaction.isOpen() && !_hasFailed && _writes < kWritesOfATurn;
+    }
+
+    // Each is announced.
+    void insert(AlarmDbData alarm);
+    void change(const AlarmDbData& before, AlarmDbData after);
+    void remove(AlarmDbData alarm);
+
+    /// For a change of nothing but when it rings and how it is registered, which is news to nobody.
+    void changeRinging(const AlarmDbData& before, const AlarmDbData& after);
+
+    /// For a change that could not be made.
+    void fail() { _hasFailed = true; }
+
+    /// Stores the writes.
+    Turn end();
+
+    static const int kWritesOfATurn = 100;
+
+private:
+    void _check(const AlarmDbData& before, const AlarmDbData& after);
+
+    int _writes = 0;
+    bool _hasFailed = false;
+    std::vector<int> _former; ///< registrations that the writes replace
+    std::vector<int> _fresh; ///< and those in their place
+    app::StoreTransaction _transaction;
+};
 
 } // namespace rows

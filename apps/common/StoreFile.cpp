@@ -30,8 +30,14 @@ std::string storePath()
     return folder ? std::string(folder.get()) + ".alarm.db" : "";
 }
 
-int setBusyTimeout(sqlite3* connection, char**, const void*)
+// The library keeps its connection to itself.
+sqlite3* lastOpened = nullptr;
+
+int prepareConnection(sqlite3* connection, char**, const void*)
 {
+    const char* const path = sqlite3_db_filename(connection, nullptr);
+    if (path && storePath() == path)
+        lastOpened = connection;
     return sqlite3_busy_timeout(connection, kBusyTimeout);
 }
 
@@ -99,7 +105,7 @@ int lookIntoAlarms(const std::string& path, std::string& text)
 
 } // namespace
 
-void waitOnBusyStore() { sqlite3_auto_extension(reinterpret_cast<void (*)()>(setBusyTimeout)); }
+void waitOnBusyStore() { sqlite3_auto_extension(reinterpret_cast<void (*)()>(prepareConnection)); }
 
 void makeStore()
 {
@@ -143,16 +149,42 @@ std::string storeFault()
     return text;
 }
 
-void storeRegistration(const AlarmDbData& alarm)
+StoreTransaction::StoreTransaction()
+    : _model((lastOpened = nullptr, std::make_unique<AlarmDbModel>()))
+    , _connection(lastOpened)
+    , _isOpen(_run("BEGIN IMMEDIATE"))
 {
-    const Store store = openFile(storePath());
+}
+
+StoreTransaction::~StoreTransaction()
+{
+    if (_isOpen)
+        _run("ROLLBACK");
+}
+
+void StoreTransaction::updateRegistration(const AlarmDbData& alarm)
+{
     const std::unique_ptr<char, void (*)(void*)> statement(
         sqlite3_mprintf("UPDATE alarm SET alarm_mgr_id = %d, stime = %d, timezone = %Q, count = %d,"
                         " repeat_weekly = %d WHERE id = %d",
             alarm.alarm_mgr_id, alarm.stime, alarm.timezone.c_str(), alarm.count,
             alarm.repeatWeekly, alarm.id),
         sqlite3_free);
-    (void)sqlite3_exec(store.get(), statement.get(), nullptr, nullptr, nullptr);
+    _run(statement.get());
+}
+
+bool StoreTransaction::commit()
+{
+    if (!_isOpen || !_run("COMMIT"))
+        return false;
+    _isOpen = false;
+    return true;
+}
+
+bool StoreTransaction::_run(const char* statement)
+{
+    return _connection
+        && sqlite3_exec(_connection, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
 } // namespace app

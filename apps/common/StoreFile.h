@@ -1,8 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
+class AlarmDbModel;
 struct AlarmDbData;
+typedef struct sqlite3 sqlite3;
 
 /** The file that the applications share. */
 namespace app {
@@ -21,9 +24,38 @@ void makeStore();
 /// Why the store cannot be read, for the user; empty when it can. The library's reads do not tell.
 std::string storeFault();
 
-/// Stores when the alarm rings and how it is registered, and nothing else: the library's update
-/// also notes, in a row that the phone is yet to hear of, that it was modified now. Does not tell
-/// whether it was stored.
-void storeRegistration(const AlarmDbData& alarm);
+/**
+ * Writes that are stored together, or not at all: one wait for the disk instead of one for each.
+ * Needs waitOnBusyStore(). Others read what was there before, and wait to write; so it is to be
+ * short, and no other connection of the process may write meanwhile.
+ */
+class StoreTransaction {
+public:
+    StoreTransaction();
+    StoreTransaction(const StoreTransaction&) = delete;
+    StoreTransaction& operator=(const StoreTransaction&) = delete;
+    /// Undoes what was not committed.
+    ~StoreTransaction();
+
+    /// Whether it has begun: another process may write for too long.
+    bool isOpen() const { return _isOpen; }
+
+    /// Its writes and reads are in the transaction. It announces at the end of the object.
+    AlarmDbModel& model() { return *_model; }
+
+    /// Stores when the alarm rings and how it is registered, and nothing else: the library's update
+    /// also notes, in a row that the phone is yet to hear of, that it was modified now.
+    void updateRegistration(const AlarmDbData& alarm);
+
+    /// Whether all of it is stored.
+    bool commit();
+
+private:
+    bool _run(const char* statement);
+
+    std::unique_ptr<AlarmDbModel> _model;
+    sqlite3* _connection; ///< of the model
+    bool _isOpen;
+};
 
 } // namespace app
