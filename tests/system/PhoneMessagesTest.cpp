@@ -69,16 +69,28 @@ long ticksOf(pid_t pid)
     return user + system;
 }
 
-void settings(const std::string& statement)
-{
-    sqlite3* opened = nullptr;
-    const std::string path = std::string(getenv("ALARM_HOST_HOME")) + "/settings.db";
-    ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &opened));
-    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> closed(opened, sqlite3_close);
-    sqlite3_busy_timeout(opened, 5000);
-    ASSERT_EQ(SQLITE_OK, sqlite3_exec(opened, statement.c_str(), nullptr, nullptr, nullptr))
-        << sqlite3_errmsg(opened);
-}
+/// The session's settings and preferences, seen with a connection of its own.
+class Settings {
+public:
+    Settings()
+    {
+        const std::string path = std::string(getenv("ALARM_HOST_HOME")) + "/settings.db";
+        EXPECT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &_store));
+        sqlite3_busy_timeout(_store, 5000);
+    }
+    Settings(const Settings&) = delete;
+    Settings& operator=(const Settings&) = delete;
+    ~Settings() { sqlite3_close(_store); }
+
+    void run(const char* statement) const
+    {
+        EXPECT_EQ(SQLITE_OK, sqlite3_exec(_store, statement, nullptr, nullptr, nullptr))
+            << sqlite3_errmsg(_store);
+    }
+
+private:
+    sqlite3* _store = nullptr;
+};
 
 } // namespace
 
@@ -646,14 +658,14 @@ TEST_F(PhoneMessagesTest, AlarmThatCannotBeRemovedStaysRegistered)
 TEST_F(PhoneMessagesTest, NoteThatCannotBeReadDropsNoAlarm)
 {
     meet(1, { kWork });
-    settings("UPDATE setting SET type = 'str', value = 'x' WHERE key = 'phonePairing'");
+    Settings().run("UPDATE setting SET type = 'str', value = 'x' WHERE key = 'phonePairing'");
     connect();
 
     sayHello("sequence-req", 1);
 
     ASSERT_TRUE(waitForLog("phonePairing cannot be read"));
     EXPECT_EQ("Work u1 730", stored());
-    settings("UPDATE setting SET type = 'int', value = 1 WHERE key = 'phonePairing'");
+    Settings().run("UPDATE setting SET type = 'int', value = 1 WHERE key = 'phonePairing'");
     connect();
     sayHello("sequence-req", 1);
     EXPECT_EQ("sequence-rsp 1", receiveKind());
@@ -662,13 +674,13 @@ TEST_F(PhoneMessagesTest, NoteThatCannotBeReadDropsNoAlarm)
 TEST_F(PhoneMessagesTest, UpdateThatCannotBeNotedIsNotAcknowledged)
 {
     meet(1, { kWork });
-    settings("CREATE TRIGGER refuse BEFORE INSERT ON setting WHEN NEW.key = 'phoneSequence'"
-             " BEGIN SELECT RAISE(ABORT, ''); END");
+    Settings().run("CREATE TRIGGER refuse BEFORE INSERT ON setting WHEN NEW.key = 'phoneSequence'"
+                   " BEGIN SELECT RAISE(ABORT, ''); END");
 
     sendUpdate(2, kLate);
 
     ASSERT_TRUE(waitForLog("phoneSequence cannot be noted"));
-    settings("DROP TRIGGER refuse");
+    Settings().run("DROP TRIGGER refuse");
     connect();
     sayHello("sequence-req", 2);
     EXPECT_EQ("sequence-rsp 1", receiveKind()) << "and nothing before";
@@ -791,6 +803,69 @@ TEST_F(PhoneMessagesTest, ServiceRestsWhileItCanOpenNoMoreFiles)
     ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, &before, nullptr));
     EXPECT_TRUE(waitUntilDisconnected()) << "in whose place the new one comes";
     close(socket);
+}
+
+// Alarms are stored, then the number of the change is noted, then it is acknowledged.
+TEST_F(PhoneMessagesTest, UpdateIsNotStoredTwiceWhenTheServiceIsKilledBeforeItAcknowledges)
+{
+    meet(1, { kWork });
+    const Settings settings;
+    settings.run("BEGIN IMMEDIATE"); // nothing can be noted
+    sendUpdate(2, kLate);
+    ASSERT_TRUE(session.waitFor([this] { return idOf("Late") > 0; }));
+    killAndWait();
+    settings.run("COMMIT");
+
+    connect();
+    sayHello("sequence-req", 2);
+    EXPECT_EQ("sequence-rsp 1", receiveKind());
+    EXPECT_EQ("list-req 1", receiveKind());
+    sendList(1, 2, { kWork, kLate });
+
+    expectSilence();
+    EXPECT_EQ("Late u2 900,Work u1 730", stored());
+    expectRowsAndRegistrationsMatch();
+}
+
+// The alert takes back what is left, when it comes due.
+TEST_F(PhoneMessagesTest, KillBeforeAnAlarmIsStoredLeavesOneRegistrationWithoutARow)
+{
+    meet(1, { kWork });
+    store->query("BEGIN");
+    EXPECT_EQ("Work u1 730", stored()); // from now on nobody else can commit
+    sendUpdate(2, kLate);
+    ASSERT_TRUE(session.waitFor([this] { return session.alarms().size() == 2; }));
+    killAndWait();
+    store->query("COMMIT");
+    EXPECT_EQ("Work u1 730", stored());
+
+    connect();
+    sayHello("sequence-req", 2);
+    EXPECT_EQ("sequence-rsp 1", receiveKind());
+    EXPECT_EQ("list-req 1", receiveKind());
+    sendList(1, 2, { kWork, kLate });
+
+    expectSilence();
+    EXPECT_EQ("Late u2 900,Work u1 730", stored());
+    EXPECT_EQ("2", store->query("SELECT count(DISTINCT alarm_mgr_id) FROM alarm WHERE enable = 1"));
+    EXPECT_EQ(3U, session.alarms().size());
+}
+
+TEST_F(PhoneMessagesTest, TurnThatCannotBeStoredTakesItsRegistrationsBack)
+{
+    meet(1, { kWork });
+    store->query("BEGIN");
+    EXPECT_EQ("Work u1 730", stored());
+    sendUpdate(2, kLate);
+
+    EXPECT_TRUE(session.waitFor([this] { return session.alarms().size() == 2; }));
+    EXPECT_TRUE(session.waitFor(
+        [this] { return count(session.logText(), "what the phone sent could not be stored") == 1; },
+        60));
+    store->query("COMMIT");
+
+    EXPECT_EQ("Work u1 730", stored());
+    expectRowsAndRegistrationsMatch();
 }
 
 // It is written in more than one turn.
