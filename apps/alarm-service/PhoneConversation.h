@@ -12,9 +12,10 @@ struct PhoneMessage;
 /**
  * What the watch says to its phone and hears from it, from one connection to its end. The phone
  * says hello; then each side tells the other what changed, and the watch asks for the phone's whole
- * list when it has missed something. What the watch cannot read or store is not answered, and the
- * next connection begins with what both know: the count of the phone's changes, and the alarms that
- * are marked as changed on the watch. Main loop only.
+ * list when it has missed something. What the watch cannot read or store is not answered, nor
+ * waited for if it may have been an answer; later changes are told as ever, and the next connection
+ * begins with what both know: the count of the phone's changes, and the alarms that are marked as
+ * changed on the watch. Main loop only.
  */
 class PhoneConversation {
 public:

@@ -14,7 +14,7 @@ namespace {
 
 const char* const kTag = "alarm-service";
 const double kLookAgain = 3600; // seconds
-const double kTryAgain = 10;
+const double kTryAgain = 5;
 
 // A day less than the week after which its registration would mean another day.
 const time_t kSoon = 6L * 24 * 60 * 60;

@@ -1,10 +1,12 @@
 // The background service: follows the alarms, knows which one rings next, and speaks to the phone.
 #include "common/AlarmList.h"
 #include "common/AlarmTime.h"
+#include "common/PhoneLink.h"
 #include "common/StoreFile.h"
 #include "PhoneEnd.h"
 #include "PhoneRinging.h"
 
+#include <algorithm>
 #include <app_preference.h>
 #include <dlog.h>
 #include <service_app.h>
@@ -17,6 +19,18 @@ const char* const kChangedKeys[] = { ".alarmDbChanged", ".alarmDbChangedWidget" 
 const char* const kSettingKeys[]
     = { VCONFKEY_VAP_CONNECTIVITY_TYPE, VCONFKEY_WMS_WMANAGER_CONNECTED,
           "db/wms/host_status/vendor", "db/alarm/host_alarm_notification_enabled" };
+
+// Not those of the phone that are on, but stay silent here, or wait for their week.
+std::vector<AlarmDbData> ringingAlarms()
+{
+    std::vector<AlarmDbData> alarms = app::allAlarms();
+    alarms.erase(std::remove_if(alarms.begin(), alarms.end(),
+                     [](const AlarmDbData& alarm) {
+                         return alarm.deviceType == app::kPhoneDevice && alarm.alarm_mgr_id <= 0;
+                     }),
+        alarms.end());
+    return alarms;
+}
 
 std::string describe(const std::optional<AlarmDbData>& alarm, time_t now)
 {
@@ -39,7 +53,7 @@ public:
             return;
         }
         const time_t now = time(nullptr);
-        const std::string description = describe(app::upcomingAlarm(app::allAlarms(), now), now);
+        const std::string description = describe(app::upcomingAlarm(ringingAlarms(), now), now);
         if (description == _description)
             return;
         _description = description;
@@ -59,9 +73,9 @@ struct Service {
 void alarmsChangedCb(const char*, void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
+    service->ringing.follow();
     service->upcoming.follow();
     service->phone.followAlarms();
-    service->ringing.follow();
 }
 
 void settingChangedCb(keynode_t*, void* data) noexcept
@@ -69,6 +83,7 @@ void settingChangedCb(keynode_t*, void* data) noexcept
     auto* service = static_cast<Service*>(data);
     service->phone.followLink();
     service->ringing.follow();
+    service->upcoming.follow();
 }
 
 bool createCb(void* data) noexcept
@@ -83,8 +98,8 @@ bool createCb(void* data) noexcept
         if (vconf_notify_key_changed(key, settingChangedCb, data) != VCONF_OK)
             dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
     }
-    service->upcoming.follow();
     service->ringing.follow();
+    service->upcoming.follow();
     service->phone.open();
     return true;
 }

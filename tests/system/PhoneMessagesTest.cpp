@@ -721,6 +721,7 @@ TEST_F(PhoneMessagesTest, OneShotWhoseInstantIsOverDoesNotRingAgain)
     const PhoneAlarm former = oneShotIn(-3600);
     meet(1, { former });
     EXPECT_EQ("1 -1", rowOf(former.title, "enable, alarm_mgr_id"));
+    EXPECT_THAT(session.logText(), testing::Not(HasSubstr(": upcoming alarm ")));
     EXPECT_EQ(0U, session.alarms().size());
 }
 
@@ -740,6 +741,20 @@ TEST_F(PhoneMessagesTest, SettingDoesNotMakeAnOldEditALaterOne)
     EXPECT_TRUE(session.waitFor([this] { return rowOf("Work", "alarm_mgr_id > 0") == "1"; }));
     EXPECT_EQ(before, rowOf("Work", "mobileModifiedTime, mobileAlertTime, isNeedToSync"));
     expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(PhoneMessagesTest, RegistrationThatCannotBeStoredIsMadeUpFor)
+{
+    meet(1, { kWork });
+    refuseWrites("UPDATE", "true");
+    session.setKey("db/alarm/host_alarm_notification_enabled", false);
+    ASSERT_TRUE(waitForLog("the phone's alarms are registered later"));
+    expectRowsAndRegistrationsMatch();
+    EXPECT_EQ(1U, session.alarms().size());
+
+    store->query("DROP TRIGGER refuse");
+
+    EXPECT_TRUE(session.waitFor([this] { return session.alarms().empty(); }));
 }
 
 TEST_F(PhoneMessagesTest, RightRegistrationsStayWhenOneIsWrong)
