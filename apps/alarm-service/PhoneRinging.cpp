@@ -6,6 +6,7 @@
 
 #include <AlarmManagerModel.h>
 #include <algorithm>
+#include <app_alarm.h>
 #include <ctime>
 #include <dlog.h>
 #include <Ecore.h>
@@ -81,7 +82,7 @@ void setRight(const Rule& rule, rows::Writer& writer, const AlarmDbData& before)
     AlarmDbData alarm = before;
     alarm.alarm_mgr_id = -1;
     if (rule.isWanted(alarm)) {
-        registerBy(rule, alarm);
+        registerPhoneAlarm(alarm);
         if (alarm.alarm_mgr_id <= 0)
             return writer.fail();
     }
@@ -111,7 +112,18 @@ bool setAllRight()
 
 } // namespace
 
-void registerPhoneAlarm(AlarmDbData& alarm) { registerBy(Rule(), alarm); }
+// An instant that went by before it was registered would mean another day.
+void registerPhoneAlarm(AlarmDbData& alarm)
+{
+    const int tries = 3;
+    for (int i = 0; i < tries; ++i) {
+        registerBy(Rule(), alarm);
+        if (alarm.alarm_mgr_id <= 0 || time(nullptr) < alarm.stime)
+            return;
+        (void)alarm_cancel(alarm.alarm_mgr_id);
+        alarm.alarm_mgr_id = -1;
+    }
+}
 
 void PhoneRinging::follow()
 {

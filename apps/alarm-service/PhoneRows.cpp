@@ -79,7 +79,7 @@ bool inTurns(const std::function<Turn(app::SaveLock&)>& turn)
             return true;
         failures += done == Turn::Failed ? 1 : 0;
     }
-    dlog_print(DLOG_ERROR, kTag, "the phone's alarms wait: they cannot be written");
+    dlog_print(DLOG_ERROR, kTag, "the phone's alarms wait: they cannot be stored");
     return false;
 }
 

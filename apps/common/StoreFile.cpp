@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -16,6 +17,7 @@ namespace app {
 
 namespace {
 
+const char* const kFileName = ".alarm.db";
 const int kBusyTimeout = 2000; // milliseconds
 const int kSettleTries = 40;
 const useconds_t kSettlePause = 50000;
@@ -27,7 +29,7 @@ using Store = std::unique_ptr<sqlite3, int (*)(sqlite3*)>;
 std::string storePath()
 {
     const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
-    return folder ? std::string(folder.get()) + ".alarm.db" : "";
+    return folder ? std::string(folder.get()) + kFileName : "";
 }
 
 // The library keeps its connection to itself.
@@ -35,8 +37,9 @@ sqlite3* lastOpened = nullptr;
 
 int prepareConnection(sqlite3* connection, char**, const void*)
 {
-    const char* const path = sqlite3_db_filename(connection, nullptr);
-    if (path && storePath() == path)
+    const char* const path = sqlite3_db_filename(connection, nullptr); // without symbolic links
+    const char* const name = path ? strrchr(path, '/') : nullptr;
+    if (name && strcmp(name + 1, kFileName) == 0)
         lastOpened = connection;
     return sqlite3_busy_timeout(connection, kBusyTimeout);
 }
