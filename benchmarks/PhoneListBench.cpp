@@ -77,7 +77,8 @@ std::string listOf(size_t count, int changes)
 {
     std::string list;
     for (size_t i = 0; i < count; ++i) {
-        const size_t minute = i * 7 % (24 * 60) + (i == 0 ? changes : 0);
+        const size_t minutesOfDay = 1440;
+        const size_t minute = i * 7 % minutesOfDay + (i == 0 ? changes : 0);
         list += (i == 0 ? "" : ",") + (R"({"uuid":"u)" + std::to_string(i))
             + R"(","title":"Alarm","alarm_time":)" + std::to_string(minute / 60 * 100 + minute % 60)
             + R"(,"alerttime":0,"created_time":1,"modified_time":)"

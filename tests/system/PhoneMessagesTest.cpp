@@ -2,8 +2,6 @@
 #include "common/PhoneLink.h"
 #include "PhonePeer.h"
 
-#include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sys/resource.h>
@@ -15,25 +13,6 @@ using testing::HasSubstr;
 
 namespace {
 
-const PhoneAlarm kWork = { "u1", "Work", 730 };
-const PhoneAlarm kLate = { "u2", "Late", 900 };
-const time_t kDay = 24L * 60 * 60;
-
-PhoneAlarm changed(PhoneAlarm alarm, int time, int modified)
-{
-    alarm.time = time;
-    alarm.modified = modified;
-    return alarm;
-}
-
-size_t count(const std::string& text, const std::string& part)
-{
-    size_t found = 0;
-    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++found;
-    return found;
-}
-
 // An update with the alarm {MEMBERS}, in which from is replaced by to.
 std::string update(const std::string& from, const std::string& to)
 {
@@ -41,19 +20,6 @@ std::string update(const std::string& from, const std::string& to)
         + PhoneAlarm{ "u3", "New" }.json() + "]}";
     const size_t at = text.find(from);
     return at == std::string::npos ? "" : text.replace(at, from.size(), to);
-}
-
-// An alarm that rings once, so many seconds from now.
-PhoneAlarm oneShotIn(time_t seconds)
-{
-    PhoneAlarm alarm = { "once", "Once" };
-    const time_t instant = time(nullptr) + seconds;
-    tm local = {};
-    localtime_r(&instant, &local);
-    alarm.time = 100 * local.tm_hour + local.tm_min;
-    alarm.alert = 1000LL * instant;
-    alarm.repeat = 1;
-    return alarm;
 }
 
 // The processor time that the process has used.
@@ -68,29 +34,6 @@ long ticksOf(pid_t pid)
     file >> user >> system;
     return user + system;
 }
-
-/// The session's settings and preferences, seen with a connection of its own.
-class Settings {
-public:
-    Settings()
-    {
-        const std::string path = std::string(getenv("ALARM_HOST_HOME")) + "/settings.db";
-        EXPECT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &_store));
-        sqlite3_busy_timeout(_store, 5000);
-    }
-    Settings(const Settings&) = delete;
-    Settings& operator=(const Settings&) = delete;
-    ~Settings() { sqlite3_close(_store); }
-
-    void run(const char* statement) const
-    {
-        EXPECT_EQ(SQLITE_OK, sqlite3_exec(_store, statement, nullptr, nullptr, nullptr))
-            << sqlite3_errmsg(_store);
-    }
-
-private:
-    sqlite3* _store = nullptr;
-};
 
 } // namespace
 
@@ -108,41 +51,6 @@ protected:
         EXPECT_THAT(text.substr(text.rfind("a phone message is refused: ")),
             testing::StartsWith("a phone message is refused: " + reason + "\n"));
         EXPECT_EQ(rows, store->version()) << reason;
-    }
-
-    std::string rowOf(const std::string& name, const std::string& columns)
-    {
-        return store->query("SELECT " + columns + " FROM alarm WHERE name = ?", name);
-    }
-
-    pid_t service() { return session.pidOf("com.velmora.alarm-service"); }
-
-    /// Every row that is on has its registration, and there is no other.
-    void expectRowsAndRegistrationsMatch()
-    {
-        std::vector<int> ids;
-        for (const HostSession::Alarm& alarm : session.alarms())
-            ids.push_back(alarm.id);
-        std::sort(ids.begin(), ids.end());
-        std::string all;
-        for (const int id : ids)
-            all += (all.empty() ? "" : ",") + std::to_string(id);
-        EXPECT_EQ(all,
-            store->query("SELECT alarm_mgr_id FROM alarm WHERE enable = 1 ORDER BY alarm_mgr_id"));
-    }
-
-    /// A write of that kind fails, as on a full disk.
-    void refuseWrites(const std::string& kind, const std::string& when)
-    {
-        store->query("CREATE TRIGGER refuse BEFORE " + kind + " ON alarm WHEN " + when
-            + " BEGIN SELECT RAISE(ABORT, ''); END");
-    }
-
-    void killAndWait()
-    {
-        killService();
-        ASSERT_TRUE(waitUntilDisconnected());
-        ASSERT_TRUE(session.waitFor([this] { return service() == 0; }));
     }
 };
 
@@ -306,9 +214,9 @@ TEST_F(PhoneMessagesTest, MostAlarmsOfFullSizeAreTaken)
     std::string title;
     for (int i = 0; i < 1000; ++i)
         title += "\\u0041";
-    std::vector<PhoneAlarm> alarms;
-    for (int i = 0; i < 1000; ++i)
-        alarms.push_back({ std::string(60, 'u') + std::to_string(1000 + i), title, 730 });
+    std::vector<PhoneAlarm> alarms(1000);
+    for (size_t i = 0; i < alarms.size(); ++i)
+        alarms[i] = { std::string(60, 'u') + std::to_string(1000 + i), title, 730 };
     session.setKey("db/alarm/host_alarm_notification_enabled", false);
 
     connect();
@@ -582,195 +490,6 @@ TEST_F(PhoneMessagesTest, NobodyIsHeardWhileTheLinkIsDown)
     EXPECT_TRUE(waitForLog("somebody connects while the phone's link is down"));
 }
 
-TEST_F(PhoneMessagesTest, UpdateThatCannotBeStoredIsNotAcknowledged)
-{
-    meet(1, { kWork });
-    const std::string path = storePath();
-    fs::rename(path, path + ".kept");
-    std::ofstream(path) << std::string(8192, 'x');
-
-    sendUpdate(2, kLate);
-    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
-    fs::rename(path + ".kept", path);
-    connect();
-    sayHello("sequence-req", 2);
-
-    EXPECT_EQ("sequence-rsp 1", receiveKind());
-    EXPECT_EQ("list-req 1", receiveKind());
-    sendList(1, 2, { kWork, kLate });
-    expectSilence();
-    EXPECT_EQ("Late u2 900,Work u1 730", stored());
-}
-
-TEST_F(PhoneMessagesTest, ListThatCannotBeStoredWhollyLeavesNoRegistrationWithoutItsRow)
-{
-    meet(1, { kWork });
-    refuseWrites("INSERT", "NEW.uuid = 'u5'");
-    std::vector<PhoneAlarm> alarms = { changed(kWork, 800, 2) };
-    for (int i = 3; i < 8; ++i)
-        alarms.push_back({ "u" + std::to_string(i), "New", 900 + i });
-    sendUpdate(3, kLate);
-    EXPECT_EQ("mobile-update-ack 1", receiveKind());
-    EXPECT_EQ("list-req 2", receiveKind());
-
-    sendList(2, 3, alarms);
-    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
-    expectRowsAndRegistrationsMatch();
-    store->query("DROP TRIGGER refuse");
-    connect();
-    sayHello("sequence-req", 3);
-    EXPECT_EQ("sequence-rsp 1", receiveKind());
-    EXPECT_EQ("list-req 1", receiveKind());
-    sendList(1, 3, alarms);
-
-    expectSilence();
-    EXPECT_EQ("6", store->query("SELECT count(*) FROM alarm"));
-    expectRowsAndRegistrationsMatch();
-}
-
-TEST_F(PhoneMessagesTest, AlarmWhoseChangeCannotBeStoredRingsAsBefore)
-{
-    meet(1, { kWork });
-    refuseWrites("UPDATE", "true");
-
-    sendUpdate(2, changed(kWork, 800, 2));
-
-    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
-    EXPECT_EQ("Work u1 730", stored());
-    ASSERT_EQ(1U, session.alarms().size());
-    EXPECT_EQ(7, session.alarms()[0].hour);
-    expectRowsAndRegistrationsMatch();
-}
-
-TEST_F(PhoneMessagesTest, AlarmThatCannotBeRemovedStaysRegistered)
-{
-    meet(1, { kWork });
-    refuseWrites("DELETE", "true");
-    connect();
-
-    sayHello("sequence-req", 1, 2); // another phone
-
-    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
-    EXPECT_EQ("Work u1 730", stored());
-    expectRowsAndRegistrationsMatch();
-}
-
-TEST_F(PhoneMessagesTest, NoteThatCannotBeReadDropsNoAlarm)
-{
-    meet(1, { kWork });
-    Settings().run("UPDATE setting SET type = 'str', value = 'x' WHERE key = 'phonePairing'");
-    connect();
-
-    sayHello("sequence-req", 1);
-
-    ASSERT_TRUE(waitForLog("phonePairing cannot be read"));
-    EXPECT_EQ("Work u1 730", stored());
-    Settings().run("UPDATE setting SET type = 'int', value = 1 WHERE key = 'phonePairing'");
-    connect();
-    sayHello("sequence-req", 1);
-    EXPECT_EQ("sequence-rsp 1", receiveKind());
-}
-
-TEST_F(PhoneMessagesTest, UpdateThatCannotBeNotedIsNotAcknowledged)
-{
-    meet(1, { kWork });
-    Settings().run("CREATE TRIGGER refuse BEFORE INSERT ON setting WHEN NEW.key = 'phoneSequence'"
-                   " BEGIN SELECT RAISE(ABORT, ''); END");
-
-    sendUpdate(2, kLate);
-
-    ASSERT_TRUE(waitForLog("phoneSequence cannot be noted"));
-    Settings().run("DROP TRIGGER refuse");
-    connect();
-    sayHello("sequence-req", 2);
-    EXPECT_EQ("sequence-rsp 1", receiveKind()) << "and nothing before";
-}
-
-TEST_F(PhoneMessagesTest, OneShotOfALaterWeekWaitsForItsDay)
-{
-    PhoneAlarm later = oneShotIn(8 * kDay);
-    meet(1, { kWork, later });
-    EXPECT_EQ("1 -1", rowOf(later.title, "enable, alarm_mgr_id"));
-    EXPECT_EQ(1U, session.alarms().size());
-
-    // As if days had passed: the service looks again, here because something else changes.
-    const time_t instant = time(nullptr) + 5 * kDay;
-    store->query("UPDATE alarm SET mobileAlertTime = " + std::to_string(instant)
-        + "000, hour = strftime('%H', " + std::to_string(instant)
-        + ", 'unixepoch', 'localtime'), min = strftime('%M', " + std::to_string(instant)
-        + ", 'unixepoch', 'localtime') WHERE name = 'Once'");
-    alarmOutput({ "off", std::to_string(idOf("Work")) });
-
-    ASSERT_TRUE(session.waitFor([this, instant] {
-        const auto alarms = session.alarms();
-        return alarms.size() == 1 && alarms[0].next == instant;
-    }));
-    EXPECT_EQ("0", rowOf(later.title, "isNeedToSync"));
-}
-
-TEST_F(PhoneMessagesTest, OneShotRingsOnTheDayOfItsInstant)
-{
-    const PhoneAlarm later = oneShotIn(3 * kDay);
-    meet(1, { later });
-    ASSERT_EQ(1U, session.alarms().size());
-    EXPECT_EQ(later.alert / 1000, session.alarms()[0].next);
-}
-
-TEST_F(PhoneMessagesTest, OneShotWhoseInstantIsOverDoesNotRingAgain)
-{
-    const PhoneAlarm former = oneShotIn(-3600);
-    meet(1, { former });
-    EXPECT_EQ("1 -1", rowOf(former.title, "enable, alarm_mgr_id"));
-    EXPECT_THAT(session.logText(), testing::Not(HasSubstr(": upcoming alarm ")));
-    EXPECT_EQ(0U, session.alarms().size());
-}
-
-TEST_F(PhoneMessagesTest, SettingDoesNotMakeAnOldEditALaterOne)
-{
-    const char* const wish = "db/alarm/host_alarm_notification_enabled";
-    meet(1, { kWork });
-    disconnect();
-    alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
-    const std::string before = rowOf("Work", "mobileModifiedTime, mobileAlertTime, isNeedToSync");
-
-    session.setKey(wish, false);
-    ASSERT_TRUE(session.waitFor([this] { return session.alarms().empty(); }));
-    session.setKey(wish, true);
-    ASSERT_TRUE(session.waitFor([this] { return session.alarms().size() == 1; }));
-
-    EXPECT_TRUE(session.waitFor([this] { return rowOf("Work", "alarm_mgr_id > 0") == "1"; }));
-    EXPECT_EQ(before, rowOf("Work", "mobileModifiedTime, mobileAlertTime, isNeedToSync"));
-    expectRowsAndRegistrationsMatch();
-}
-
-TEST_F(PhoneMessagesTest, RegistrationThatCannotBeStoredIsMadeUpFor)
-{
-    meet(1, { kWork });
-    refuseWrites("UPDATE", "true");
-    session.setKey("db/alarm/host_alarm_notification_enabled", false);
-    ASSERT_TRUE(waitForLog("the phone's alarms are registered later"));
-    expectRowsAndRegistrationsMatch();
-    EXPECT_EQ(1U, session.alarms().size());
-
-    store->query("DROP TRIGGER refuse");
-
-    EXPECT_TRUE(session.waitFor([this] { return session.alarms().empty(); }));
-}
-
-TEST_F(PhoneMessagesTest, RightRegistrationsStayWhenOneIsWrong)
-{
-    meet(1, { kWork, kLate });
-    const std::string work = rowOf("Work", "alarm_mgr_id");
-    store->query("UPDATE alarm SET alarm_mgr_id = -1 WHERE name = 'Late'");
-    const int lost = session.alarms().back().id;
-
-    addAlarm({ "05:00", "--name", "Own", "--days", "daily" }); // the service looks again
-
-    EXPECT_TRUE(session.waitFor([this] { return rowOf("Late", "alarm_mgr_id > 0") == "1"; }));
-    EXPECT_EQ(work, rowOf("Work", "alarm_mgr_id"));
-    EXPECT_NE(std::to_string(lost), rowOf("Late", "alarm_mgr_id"));
-}
-
 TEST_F(PhoneMessagesTest, PeerThatNeverReadsKeepsNobodyWaiting)
 {
     meet(1, { kWork });
@@ -818,82 +537,4 @@ TEST_F(PhoneMessagesTest, ServiceRestsWhileItCanOpenNoMoreFiles)
     ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, &before, nullptr));
     EXPECT_TRUE(waitUntilDisconnected()) << "in whose place the new one comes";
     close(socket);
-}
-
-// Alarms are stored, then the number of the change is noted, then it is acknowledged.
-TEST_F(PhoneMessagesTest, UpdateIsNotStoredTwiceWhenTheServiceIsKilledBeforeItAcknowledges)
-{
-    meet(1, { kWork });
-    const Settings settings;
-    settings.run("BEGIN IMMEDIATE"); // nothing can be noted
-    sendUpdate(2, kLate);
-    ASSERT_TRUE(session.waitFor([this] { return idOf("Late") > 0; }));
-    killAndWait();
-    settings.run("COMMIT");
-
-    connect();
-    sayHello("sequence-req", 2);
-    EXPECT_EQ("sequence-rsp 1", receiveKind());
-    EXPECT_EQ("list-req 1", receiveKind());
-    sendList(1, 2, { kWork, kLate });
-
-    expectSilence();
-    EXPECT_EQ("Late u2 900,Work u1 730", stored());
-    expectRowsAndRegistrationsMatch();
-}
-
-// The alert takes back what is left, when it comes due.
-TEST_F(PhoneMessagesTest, KillBeforeAnAlarmIsStoredLeavesOneRegistrationWithoutARow)
-{
-    meet(1, { kWork });
-    store->query("BEGIN");
-    EXPECT_EQ("Work u1 730", stored()); // from now on nobody else can commit
-    sendUpdate(2, kLate);
-    ASSERT_TRUE(session.waitFor([this] { return session.alarms().size() == 2; }));
-    killAndWait();
-    store->query("COMMIT");
-    EXPECT_EQ("Work u1 730", stored());
-
-    connect();
-    sayHello("sequence-req", 2);
-    EXPECT_EQ("sequence-rsp 1", receiveKind());
-    EXPECT_EQ("list-req 1", receiveKind());
-    sendList(1, 2, { kWork, kLate });
-
-    expectSilence();
-    EXPECT_EQ("Late u2 900,Work u1 730", stored());
-    EXPECT_EQ("2", store->query("SELECT count(DISTINCT alarm_mgr_id) FROM alarm WHERE enable = 1"));
-    EXPECT_EQ(3U, session.alarms().size());
-}
-
-TEST_F(PhoneMessagesTest, TurnThatCannotBeStoredTakesItsRegistrationsBack)
-{
-    meet(1, { kWork });
-    store->query("BEGIN");
-    EXPECT_EQ("Work u1 730", stored());
-    sendUpdate(2, kLate);
-
-    EXPECT_TRUE(session.waitFor([this] { return session.alarms().size() == 2; }));
-    EXPECT_TRUE(session.waitFor(
-        [this] { return count(session.logText(), "what the phone sent could not be stored") == 1; },
-        60));
-    store->query("COMMIT");
-
-    EXPECT_EQ("Work u1 730", stored());
-    expectRowsAndRegistrationsMatch();
-}
-
-// It is written in more than one turn.
-TEST_F(PhoneMessagesTest, LongListIsMirrored)
-{
-    const int count = 200;
-    std::vector<PhoneAlarm> alarms(count);
-    for (int i = 0; i < count; ++i)
-        alarms[static_cast<size_t>(i)] = { "u" + std::to_string(i), "Many", i / 60 * 100 + i % 60 };
-
-    meet(1, alarms);
-
-    EXPECT_EQ("200 200 200",
-        store->query("SELECT count(*), count(DISTINCT uuid), count(DISTINCT mtime) FROM alarm"));
-    EXPECT_EQ(200U, session.alarms().size());
 }

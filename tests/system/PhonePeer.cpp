@@ -33,6 +33,21 @@ std::string PhoneAlarm::json() const
         + (isDeleted ? "true}" : "false}");
 }
 
+PhoneAlarm changed(PhoneAlarm alarm, int time, int modified)
+{
+    alarm.time = time;
+    alarm.modified = modified;
+    return alarm;
+}
+
+size_t count(const std::string& text, const std::string& part)
+{
+    size_t found = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++found;
+    return found;
+}
+
 PhonePeer::PhonePeer()
 {
     session.setKey("db/wms/host_status/vendor", std::string("velmora"));
@@ -136,4 +151,16 @@ std::string PhonePeer::stored()
                         " || CASE isNeedToSync WHEN 1 THEN ' unsynced' ELSE '' END"
                         " || CASE isDeleted WHEN 1 THEN ' deleted' ELSE '' END"
                         " FROM alarm WHERE deviceType = 1 ORDER BY name");
+}
+
+std::string PhonePeer::rowOf(const std::string& name, const std::string& columns)
+{
+    return store->query("SELECT " + columns + " FROM alarm WHERE name = ?", name);
+}
+
+void PhonePeer::killAndWait()
+{
+    killService();
+    ASSERT_TRUE(waitUntilDisconnected());
+    ASSERT_TRUE(session.waitFor([this] { return service() == 0; }));
 }

@@ -19,6 +19,14 @@ struct PhoneAlarm {
     std::string json() const;
 };
 
+const PhoneAlarm kWork = { "u1", "Work", 730 };
+const PhoneAlarm kLate = { "u2", "Late", 900 };
+
+PhoneAlarm changed(PhoneAlarm alarm, int time, int modified);
+
+/// How often the part is in the text.
+size_t count(const std::string& text, const std::string& part);
+
 /// The watch's side alone: the test is the phone, and says what it likes.
 class PhonePeer : public PhoneStory {
 protected:
@@ -49,6 +57,10 @@ protected:
 
     /// The phone alarms in the store by name: uuid, hour, minute, and whether unsynced or deleted.
     std::string stored();
+    std::string rowOf(const std::string& name, const std::string& columns);
+
+    pid_t service() { return session.pidOf("com.velmora.alarm-service"); }
+    void killAndWait();
 
 private:
     std::deque<std::string> _received;
