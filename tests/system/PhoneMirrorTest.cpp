@@ -69,12 +69,16 @@ protected:
             store->query("SELECT alarm_mgr_id FROM alarm WHERE enable = 1 ORDER BY alarm_mgr_id"));
     }
 
-    /// A write of that kind fails, as on a full disk.
-    void refuseWrites(const std::string& kind, const std::string& when)
+    /// A write of that kind fails: ABORT, alone; ROLLBACK, with those before it, as on a full disk.
+    void refuseWrites(
+        const std::string& kind, const std::string& when, const std::string& how = "ABORT")
     {
         store->query("CREATE TRIGGER refuse BEFORE " + kind + " ON alarm WHEN " + when
-            + " BEGIN SELECT RAISE(ABORT, ''); END");
+            + " BEGIN SELECT RAISE(" + how + ", ''); END");
     }
+
+    /// A list of which one alarm cannot be stored comes twice, the second time to a store that can.
+    void sendListTwice(const std::string& how);
 };
 
 TEST_F(PhoneMirrorTest, UpdateThatCannotBeStoredIsNotAcknowledged)
@@ -97,10 +101,10 @@ TEST_F(PhoneMirrorTest, UpdateThatCannotBeStoredIsNotAcknowledged)
     EXPECT_EQ("Late u2 900,Work u1 730", stored());
 }
 
-TEST_F(PhoneMirrorTest, ListThatCannotBeStoredWhollyLeavesNoRegistrationWithoutItsRow)
+void PhoneMirrorTest::sendListTwice(const std::string& how)
 {
     meet(1, { kWork });
-    refuseWrites("INSERT", "NEW.uuid = 'u5'");
+    refuseWrites("INSERT", "NEW.uuid = 'u5'", how);
     std::vector<PhoneAlarm> alarms = { changed(kWork, 800, 2) };
     for (int i = 3; i < 8; ++i)
         alarms.push_back({ "u" + std::to_string(i), "New", 900 + i });
@@ -121,6 +125,16 @@ TEST_F(PhoneMirrorTest, ListThatCannotBeStoredWhollyLeavesNoRegistrationWithoutI
     expectSilence();
     EXPECT_EQ("6", store->query("SELECT count(*) FROM alarm"));
     expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(PhoneMirrorTest, ListOfWhichOneWriteFailsLeavesNoRegistrationWithoutItsRow)
+{
+    sendListTwice("ABORT");
+}
+
+TEST_F(PhoneMirrorTest, ListThatFillsTheDiskLeavesNoRegistrationWithoutItsRow)
+{
+    sendListTwice("ROLLBACK");
 }
 
 TEST_F(PhoneMirrorTest, AlarmWhoseChangeCannotBeStoredRingsAsBefore)
