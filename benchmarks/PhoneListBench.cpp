@@ -2,12 +2,14 @@
 // with every write on the disk, and whether each alarm of a list ten times as long takes as long.
 // Runs in a session of its own:
 //
-//   host-session PhoneListBench [-n ALARMS]
+//   host-session PhoneListBench [-n ALARMS, at most 100]
 //
 // Exit status: 0 within the limit, 1 not.
 #include "Command.h"
+#include "Count.h"
 #include "HostSession.h"
 
+#include <algorithm>
 #include <app_common.h>
 #include <chrono>
 #include <cstdio>
@@ -144,24 +146,12 @@ bool run(size_t count)
     return ratio <= kLimit;
 }
 
-size_t parseCount(int argc, char** argv)
-{
-    const size_t most = 100; // ten times as many are all that a list may have
-    size_t count = most;
-    for (int option = 0; (option = getopt(argc, argv, "n:")) != -1;)
-        count = option == 'n' ? strtoul(optarg, nullptr, 10) : 0;
-    if (count == 0 || count > most || optind != argc) {
-        fprintf(stderr, "usage: PhoneListBench [-n ALARMS], 100 at most\n");
-        exit(2);
-    }
-    return count;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const size_t count = parseCount(argc, argv);
+    const size_t most = 100; // ten times as many are all that a list may have
+    const size_t count = std::min(parseCount(argc, argv, most, "ALARMS"), most);
     try {
         return run(count) ? 0 : 1;
     } catch (const std::exception& error) {

@@ -162,9 +162,10 @@ int main(int argc, char** argv)
         Offset offset;
         const Row row = byLibrary(alarm, offset);
         const Row expected = byIcu(alarm, argv[1], offset);
-        const bool isSame = isEqual(row.time, expected.time) & isEqual(row.days, expected.days)
-            & isEqual(row.toast, expected.toast);
-        equal += isSame ? 1 : 0;
+        const bool isTime = isEqual(row.time, expected.time);
+        const bool areDays = isEqual(row.days, expected.days);
+        const bool isToast = isEqual(row.toast, expected.toast);
+        equal += isTime && areDays && isToast ? 1 : 0;
         printf("%s\t%s\t%s\t%s\n", argv[1], row.time.c_str(), plain(row.days).c_str(),
             row.toast.c_str());
     }
