@@ -1,70 +1,16 @@
 #include "HostSession.h"
+#include "SoundServer.h"
 #include "TempDir.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
 #include <player.h>
 #include <recorder.h>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
-
-// Another program, until the object goes.
-class Program {
-public:
-    explicit Program(const std::string& command)
-        : _pid(fork())
-    {
-        if (_pid == 0) {
-            execl("/bin/sh", "sh", "-c", ("exec " + command + " >/dev/null 2>&1").c_str(), nullptr);
-            _exit(127);
-        }
-    }
-    ~Program()
-    {
-        kill(_pid, SIGKILL);
-        waitpid(_pid, nullptr, 0);
-    }
-    void signal(int number) const { kill(_pid, number); }
-
-private:
-    const pid_t _pid;
-};
-
-// A sound server that a test may hold and restart, instead of the session's.
-class Server {
-public:
-    explicit Server(const TempDir& folder)
-        : _server("env PULSE_RUNTIME_PATH=" + folder.path() + " PULSE_STATE_PATH=" + folder.path()
-            + " pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no"
-              " -L 'module-null-source source_name=microphone'"
-              " -L 'module-native-protocol-unix auth-anonymous=1 socket="
-            + folder.file("socket") + "'")
-    {
-        setenv("PULSE_SERVER", ("unix:" + folder.file("socket")).c_str(), 1);
-        EXPECT_TRUE(
-            HostSession().waitFor([] { return system("pactl info >/dev/null 2>&1") == 0; }));
-    }
-    void hold() const { _server.signal(SIGSTOP); }
-    void goOn() const { _server.signal(SIGCONT); }
-
-    // Somebody who records there, once the server knows.
-    static std::unique_ptr<Program> record()
-    {
-        auto recorder = std::make_unique<Program>("parec -d microphone");
-        EXPECT_TRUE(HostSession().waitFor(
-            [] { return system("pactl list short source-outputs | grep -q .") == 0; }));
-        return recorder;
-    }
-
-private:
-    const Program _server;
-};
 
 class RecorderTest : public testing::Test {
 protected:
@@ -143,12 +89,12 @@ TEST_F(RecorderTest, TheFirstLookAfterTheServersRestartKnowsAlready)
     const TempDir folder;
     recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
     {
-        const Server server(folder);
+        const SoundServer server(folder);
         ASSERT_EQ(RECORDER_ERROR_NONE, look(&state));
         EXPECT_EQ(RECORDER_DEVICE_STATE_IDLE, state);
     }
-    const Server server(folder);
-    const std::unique_ptr<Program> recorder = Server::record();
+    const SoundServer server(folder);
+    const std::unique_ptr<Program> recorder = SoundServer::record();
 
     EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
     EXPECT_EQ(RECORDER_DEVICE_STATE_RECORDING, state);
@@ -157,8 +103,8 @@ TEST_F(RecorderTest, TheFirstLookAfterTheServersRestartKnowsAlready)
 TEST_F(RecorderTest, WhoMadeAPlayerKnowsAlready)
 {
     const TempDir folder;
-    const Server server(folder);
-    const std::unique_ptr<Program> recorder = Server::record();
+    const SoundServer server(folder);
+    const std::unique_ptr<Program> recorder = SoundServer::record();
     player_h player = nullptr;
     ASSERT_EQ(PLAYER_ERROR_NONE, player_create(&player));
     EXPECT_TRUE(session.waitFor([] {
@@ -178,8 +124,8 @@ TEST_F(RecorderTest, WhoMadeAPlayerKnowsAlready)
 TEST_F(RecorderTest, AServerThatHangsIsAskedAgainWhenItGoesOn)
 {
     const TempDir folder;
-    const Server server(folder);
-    const std::unique_ptr<Program> recorder = Server::record();
+    const SoundServer server(folder);
+    const std::unique_ptr<Program> recorder = SoundServer::record();
     server.hold();
 
     recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
