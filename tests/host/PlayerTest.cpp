@@ -1,6 +1,7 @@
 #include "host/common/Log.h"
 #include "HostSession.h"
 #include "Listener.h"
+#include "SoundServer.h"
 #include "TempDir.h"
 
 #include <atomic>
@@ -609,6 +610,191 @@ TEST_F(PlayerTest, WithoutASoundServerItKeepsItsStatesAndSaysSo)
     EXPECT_EQ(kNone, player_start(player));
     EXPECT_EQ(kNone, player_stop(player));
     EXPECT_EQ(PLAYER_STATE_READY, state());
+}
+
+double seconds(const std::function<void()>& work)
+{
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// Players on a sound server that does not stay as it is.
+class PlayerServerTest : public PlayerTest {
+protected:
+    PlayerServerTest()
+    {
+        player_set_error_cb(
+            player, [](int, void* count) { ++*static_cast<std::atomic<int>*>(count); }, &failures);
+    }
+    ~PlayerServerTest() override
+    {
+        if (player)
+            destroy();
+    }
+    void destroy()
+    {
+        player_destroy(player);
+        player = nullptr;
+    }
+    void startServer() { server = std::make_unique<SoundServer>(folder); }
+    void endServer() { server = nullptr; }
+    void prepareRing()
+    {
+        player_set_looping(player, true);
+        prepare(tone(sine(880, 0.5)));
+    }
+    void ring()
+    {
+        prepareRing();
+        ASSERT_EQ(kNone, player_start(player));
+    }
+    static bool isHeard() { return Listener().waitForSound(); }
+
+    const TempDir folder;
+    const SoundAddress address{ folder };
+    std::unique_ptr<SoundServer> server;
+    std::atomic<int> failures{ 0 };
+};
+
+// What all calls together may take while the server hangs.
+const double kPatience = 1.5;
+
+TEST_F(PlayerServerTest, AServerThatHangsHoldsUpAllCallsForASecond)
+{
+    startServer();
+    ring();
+    ASSERT_TRUE(isHeard());
+    server->hold();
+
+    const double all = seconds([this] {
+        Event stopped;
+        std::thread stopper([&] {
+            EXPECT_EQ(kNone, player_stop(player));
+            stopped.set();
+        });
+        do {
+            EXPECT_LT(seconds([this] { state(); }), 0.1);
+        } while (!stopped.wait(0.05));
+        stopper.join();
+        EXPECT_EQ(kNone, player_start(player));
+        EXPECT_EQ(kNone, player_pause(player));
+        EXPECT_EQ(kNone, player_unprepare(player));
+        destroy();
+    });
+    EXPECT_LT(all, kPatience);
+    server->goOn();
+    EXPECT_TRUE(Listener().waitForSilence());
+}
+
+TEST_F(PlayerServerTest, WhatWasAskedForIsDoneWhenTheServerGoesOn)
+{
+    startServer();
+    ring();
+    server->hold();
+
+    EXPECT_EQ(kNone, player_pause(player));
+    EXPECT_EQ(PLAYER_STATE_PAUSED, state());
+    server->goOn();
+
+    EXPECT_TRUE(Listener().waitForSilence());
+    EXPECT_EQ(kNone, player_start(player));
+    EXPECT_TRUE(isHeard());
+}
+
+TEST_F(PlayerServerTest, DestroyEndsAPreparationThatTheServerHoldsUp)
+{
+    startServer();
+    server->hold();
+    Event prepared;
+    ASSERT_EQ(kNone, player_set_uri(player, tone(sine(880, 1)).c_str()));
+    ASSERT_EQ(kNone, player_prepare_async(player, setEventCb, &prepared));
+    EXPECT_FALSE(prepared.wait(0.3));
+
+    EXPECT_LT(seconds([&] { destroy(); }), kPatience);
+
+    server->goOn();
+    EXPECT_FALSE(prepared.wait(0.3));
+}
+
+TEST_F(PlayerServerTest, IsHeardAgainAfterTheServersRestart)
+{
+    startServer();
+    ring();
+    ASSERT_TRUE(isHeard());
+
+    endServer();
+    startServer();
+
+    EXPECT_TRUE(isHeard());
+    EXPECT_EQ(PLAYER_STATE_PLAYING, state());
+    EXPECT_EQ(1, failures);
+    EXPECT_LT(longestSilence(Listener().listen(2), 1000), 0.0005);
+    EXPECT_EQ(kNone, player_stop(player));
+    EXPECT_TRUE(Listener().waitForSilence());
+}
+
+TEST_F(PlayerServerTest, IsHeardAgainAfterTheServersLongAbsence)
+{
+    startServer();
+    ring();
+    ASSERT_TRUE(isHeard());
+
+    endServer();
+    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+    startServer();
+
+    EXPECT_TRUE(isHeard());
+    EXPECT_EQ(PLAYER_STATE_PLAYING, state());
+    EXPECT_EQ(1, failures);
+}
+
+TEST_F(PlayerServerTest, CanBeStartedAfterTheServersRestart)
+{
+    startServer();
+    prepareRing();
+
+    endServer();
+    startServer();
+
+    EXPECT_EQ(kNone, player_start(player));
+    EXPECT_TRUE(isHeard());
+}
+
+TEST_F(PlayerServerTest, StaysPausedOverTheServersRestart)
+{
+    startServer();
+    ring();
+    ASSERT_TRUE(isHeard());
+    ASSERT_EQ(kNone, player_pause(player));
+
+    endServer();
+    startServer();
+
+    EXPECT_LT(peak(Listener().listen(2)), 500);
+    EXPECT_EQ(PLAYER_STATE_PAUSED, state());
+    EXPECT_EQ(kNone, player_start(player));
+    EXPECT_TRUE(isHeard());
+}
+
+TEST_F(PlayerServerTest, IsHeardOnceThereIsAServer)
+{
+    warnings = 0;
+    host::setLogHook([](int, const char*, const char* text) {
+        if (strstr(text, "There is no sound server"))
+            ++warnings;
+    });
+    ring();
+    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+
+    startServer();
+
+    EXPECT_TRUE(isHeard());
+    EXPECT_EQ(PLAYER_STATE_PLAYING, state());
+    EXPECT_EQ(0, failures);
+    destroy();
+    host::setLogHook(nullptr);
+    EXPECT_EQ(1, warnings);
 }
 
 } // namespace

@@ -66,6 +66,7 @@ public:
     }
     std::uint32_t pass() const override { return 0; }
     void repeat() override { ++script->repeats; }
+    bool isOutdated() override { return false; }
 };
 
 Tone* makeTone(const std::string&, const std::string&, Tone::Events events)

@@ -65,37 +65,54 @@ GstTone::GstTone(const std::string& uri, const std::string& role, Events events)
 
 GstTone::~GstTone() { gst_element_set_state(_pipeline.get(), GST_STATE_NULL); }
 
+// Null when it does not reach the sound server.
+GstTone::Element GstTone::_makeServerSink(const std::string& role)
+{
+    GstElement* pulse = gst_element_factory_make("pulsesink", nullptr);
+    if (!pulse)
+        return nullptr;
+    Element sink(GST_ELEMENT(gst_object_ref_sink(pulse)));
+    GstStructure* properties
+        = gst_structure_new("properties", "media.role", G_TYPE_STRING, role.c_str(), nullptr);
+    // The server asks for what it plays, and that is pace enough: the stream's own clock counts
+    // the time for which a tone waits for its start, and would play it as silence.
+    g_object_set(pulse, "sync", FALSE, "enable-last-sample", TRUE, "buffer-time",
+        kBufferMicroseconds, "latency-time", kLatencyMicroseconds, "stream-properties", properties,
+        nullptr);
+    gst_structure_free(properties);
+    if (gst_element_set_state(pulse, GST_STATE_READY) != GST_STATE_CHANGE_FAILURE)
+        return sink;
+    gst_element_set_state(pulse, GST_STATE_NULL);
+    return nullptr;
+}
+
 // A sink that can reach the sound server, else one that keeps time.
 GstTone::Element GstTone::_makeSink(const std::string& role)
 {
-    Element sink;
-    if (GstElement* pulse = gst_element_factory_make("pulsesink", nullptr)) {
-        sink.reset(GST_ELEMENT(gst_object_ref_sink(pulse)));
-        GstStructure* properties
-            = gst_structure_new("properties", "media.role", G_TYPE_STRING, role.c_str(), nullptr);
-        // The server asks for what it plays, and that is pace enough: the stream's own clock counts
-        // the time for which a tone waits for its start, and would play it as silence.
-        g_object_set(pulse, "sync", FALSE, "enable-last-sample", TRUE, "buffer-time",
-            kBufferMicroseconds, "latency-time", kLatencyMicroseconds, "stream-properties",
-            properties, nullptr);
-        gst_structure_free(properties);
-        if (gst_element_set_state(pulse, GST_STATE_READY) != GST_STATE_CHANGE_FAILURE)
-            return sink;
-        gst_element_set_state(pulse, GST_STATE_NULL);
-    }
+    Element sink = _makeServerSink(role);
+    _isMute = !sink;
+    if (sink)
+        return sink;
     host::logWarning("There is no sound server: tones keep their time, but nobody hears them");
     sink.reset(GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("fakesink", nullptr))));
     g_object_set(sink.get(), "sync", TRUE, nullptr);
     return sink;
 }
 
+bool GstTone::isOutdated()
+{
+    if (!_isMute)
+        return false;
+    const Element sink = _makeServerSink("");
+    if (!sink)
+        return false;
+    gst_element_set_state(sink.get(), GST_STATE_NULL);
+    return true;
+}
+
 int GstTone::open()
 {
-    {
-        const std::lock_guard<std::mutex> lock(_stateMutex);
-        if (!_isCancelled)
-            gst_element_set_state(_pipeline.get(), GST_STATE_PAUSED);
-    }
+    gst_element_set_state(_pipeline.get(), GST_STATE_PAUSED);
     // A pass must end with a message, not with the end of the stream: hence the jump to where it
     // is. Nothing would ever settle after a jump in what has no sound.
     const bool isReady = settle() && _hasSound() && _seek(0, GST_SEEK_FLAG_FLUSH) && settle();
@@ -108,13 +125,9 @@ int GstTone::open()
 
 void GstTone::cancel()
 {
-    {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _isCancelled = true;
-        _changed.notify_all();
-    }
-    const std::lock_guard<std::mutex> lock(_stateMutex);
-    gst_element_set_state(_pipeline.get(), GST_STATE_NULL);
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _isCancelled = true;
+    _changed.notify_all();
 }
 
 bool GstTone::play()

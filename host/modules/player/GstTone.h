@@ -22,6 +22,7 @@ public:
     bool settle() override;
     std::uint32_t pass() const override { return _pass; }
     void repeat() override;
+    bool isOutdated() override;
 
 private:
     struct Unref {
@@ -30,7 +31,8 @@ private:
     using Element = std::unique_ptr<GstElement, Unref>;
 
     static GstBusSyncReply _messageCb(GstBus* bus, GstMessage* message, gpointer data);
-    static Element _makeSink(const std::string& role);
+    static Element _makeServerSink(const std::string& role);
+    Element _makeSink(const std::string& role);
     void _handle(GstMessage* message);
     void _handleError(GstMessage* message);
     bool _seek(GstClockTime position, int flags);
@@ -38,15 +40,14 @@ private:
     bool _isSettled() const;
 
     const Events _events;
+    bool _isMute = false; ///< for want of a sound server
     Element _pipeline;
     std::atomic<std::uint32_t> _pass{ 0 };
-
-    std::mutex _stateMutex; ///< held while open begins or cancel ends the pipeline
-    std::atomic<bool> _isCancelled{ false };
 
     std::mutex
         _mutex; ///< guards what follows; taken by the pipeline's threads, so only for a moment
     std::condition_variable _changed;
+    bool _isCancelled = false;
     bool _isOpen = false;
     int _error = 0;
 };

@@ -5,6 +5,7 @@
 #include "host/common/Microphone.h"
 #include "host/common/Session.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <exception>
@@ -35,11 +36,11 @@ std::string fileUri(const std::string& path)
     return uri;
 }
 
-std::shared_ptr<Tone> makeTone(
+std::unique_ptr<Tone> makeTone(
     const std::string& uri, const std::string& role, const Tone::Events& events)
 {
     static ToneMaker* const maker = host::engineFunction<ToneMaker>(kToneEngine, kToneMaker);
-    return std::shared_ptr<Tone>(maker(uri, role, events));
+    return std::unique_ptr<Tone>(maker(uri, role, events));
 }
 
 // One that is missing is told of when it is to do its work.
@@ -79,7 +80,7 @@ Player::Player()
 
 Player::~Player()
 {
-    std::shared_ptr<Tone> tone;
+    std::shared_ptr<ToneThread> tone;
     {
         const std::lock_guard<std::mutex> lock(_mutex);
         _isEnding = true;
@@ -100,9 +101,8 @@ int Player::setLooping(bool isLooping)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
     _isLooping = isLooping;
-    // A tone that is being opened belongs to the player's thread.
-    if (_isLooping && _state != PLAYER_STATE_IDLE && _tone->pass() == _endedPass)
-        _tone->repeat();
+    if (_isLooping && _state != PLAYER_STATE_IDLE)
+        _tone->repeat(_endedPass);
     return PLAYER_ERROR_NONE;
 }
 
@@ -140,18 +140,27 @@ int Player::prepare(player_prepared_cb callback, void* userData)
     const std::lock_guard<std::mutex> lock(_mutex);
     if (_state != PLAYER_STATE_IDLE || _uri.empty())
         return PLAYER_ERROR_INVALID_STATE;
-    if (_isPreparing)
+    if (_isPreparing || _isEnding)
         return PLAYER_ERROR_INVALID_OPERATION;
-    _isPreparing = true;
-    _thread.post([this, uri = _uri, role = _role, callback, userData] {
-        _open(uri, role, [=] { callback(userData); });
+    const unsigned number = ++_tones;
+    Tone::Events events;
+    events.ended = [this](std::uint32_t at) { _thread.post([=] { _ended(at); }); };
+    events.failed = [this, number](int error) { _thread.post([=] { _failed(number, error); }); };
+    const auto tone = std::make_shared<ToneThread>(
+        [uri = _uri, role = _role](const Tone::Events& to) { return makeTone(uri, role, to); },
+        events);
+    tone->open([this, number, callback, userData](int error) {
+        _thread.post([=] { _opened(number, error, [=] { callback(userData); }); });
     });
+    _tone = tone;
+    _isPreparing = true;
     return PLAYER_ERROR_NONE;
 }
 
 int Player::unprepare()
 {
-    std::shared_ptr<Tone> tone;
+    const std::lock_guard<std::mutex> call(_callMutex);
+    std::shared_ptr<ToneThread> tone;
     {
         const std::lock_guard<std::mutex> lock(_mutex);
         if (_state == PLAYER_STATE_IDLE)
@@ -168,16 +177,29 @@ int Player::unprepare()
 int Player::seek(
     int milliseconds, bool isAccurate, player_seek_completed_cb callback, void* userData)
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    if (_state == PLAYER_STATE_IDLE)
+    const std::lock_guard<std::mutex> call(_callMutex);
+    const auto tone = _toneIn({ PLAYER_STATE_READY, PLAYER_STATE_PLAYING, PLAYER_STATE_PAUSED });
+    if (!tone)
         return PLAYER_ERROR_INVALID_STATE;
-    if (_isSeeking || !_tone->seek(milliseconds, isAccurate))
+    unsigned number = 0;
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        if (_isSeeking)
+            return PLAYER_ERROR_SEEK_FAILED;
+        number = _tones;
+    }
+    if (!tone->seek(milliseconds, isAccurate))
         return PLAYER_ERROR_SEEK_FAILED;
-    _isSeeking = true;
-    _thread.post([this, tone = _tone, callback, userData] {
-        _settle(tone, [=] {
-            if (callback)
-                callback(userData);
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _isSeeking = true;
+    }
+    tone->settle([this, number, callback, userData] {
+        _thread.post([=] {
+            _settled(number, [=] {
+                if (callback)
+                    callback(userData);
+            });
         });
     });
     return PLAYER_ERROR_NONE;
@@ -185,89 +207,80 @@ int Player::seek(
 
 int Player::start()
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    if (_state != PLAYER_STATE_READY && _state != PLAYER_STATE_PAUSED)
+    const std::lock_guard<std::mutex> call(_callMutex);
+    const auto tone = _toneIn({ PLAYER_STATE_READY, PLAYER_STATE_PAUSED });
+    if (!tone)
         return PLAYER_ERROR_INVALID_STATE;
-    if (!_tone->play())
+    if (!tone->play())
         return PLAYER_ERROR_INVALID_OPERATION;
-    _state = PLAYER_STATE_PLAYING;
+    _enter(PLAYER_STATE_PLAYING);
     return PLAYER_ERROR_NONE;
 }
 
 int Player::pause()
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    if (_state != PLAYER_STATE_PLAYING)
+    const std::lock_guard<std::mutex> call(_callMutex);
+    const auto tone = _toneIn({ PLAYER_STATE_PLAYING });
+    if (!tone)
         return PLAYER_ERROR_INVALID_STATE;
-    if (!_tone->pause())
+    if (!tone->pause())
         return PLAYER_ERROR_INVALID_OPERATION;
-    _state = PLAYER_STATE_PAUSED;
+    _enter(PLAYER_STATE_PAUSED);
     return PLAYER_ERROR_NONE;
 }
 
 int Player::stop()
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    if (_state == PLAYER_STATE_IDLE)
-        return PLAYER_ERROR_INVALID_STATE;
-    if (_state == PLAYER_STATE_READY)
-        return PLAYER_ERROR_NONE;
-    _tone->pause();
-    _tone->seek(0, true);
-    _state = PLAYER_STATE_READY;
+    const std::lock_guard<std::mutex> call(_callMutex);
+    const auto tone = _toneIn({ PLAYER_STATE_PLAYING, PLAYER_STATE_PAUSED });
+    if (!tone)
+        return _toneIn({ PLAYER_STATE_READY }) ? PLAYER_ERROR_NONE : PLAYER_ERROR_INVALID_STATE;
+    tone->pause();
+    tone->seek(0, true);
+    _enter(PLAYER_STATE_READY);
     return PLAYER_ERROR_NONE;
 }
 
-void Player::_open(const std::string& uri, const std::string& role, const Task& prepared)
+// Null in other states.
+std::shared_ptr<ToneThread> Player::_toneIn(std::initializer_list<player_state_e> states)
 {
-    unsigned number = 0;
-    {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        number = ++_tones;
-    }
-    Tone::Events events;
-    events.ended = [this](std::uint32_t at) { _thread.post([=] { _ended(at); }); };
-    events.failed = [this, number](int error) { _thread.post([=] { _failed(number, error); }); };
-    std::shared_ptr<Tone> tone;
-    try {
-        tone = makeTone(uri, role, events);
-    } catch (const std::exception& error) {
-        host::logError(std::string("There is nothing to play a tone with: ") + error.what());
-    }
-    {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        if (_isEnding)
-            return;
-        _tone = tone;
-    }
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return std::find(states.begin(), states.end(), _state) == states.end() ? nullptr : _tone;
+}
 
-    const int error = tone ? tone->open() : PLAYER_ERROR_INVALID_OPERATION;
+void Player::_enter(player_state_e state)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _state = state;
+}
+
+void Player::_opened(unsigned number, int error, const Task& prepared)
+{
+    std::shared_ptr<ToneThread> broken;
     {
         const std::lock_guard<std::mutex> lock(_mutex);
-        _isPreparing = false;
         if (_isEnding)
             return;
+        _isPreparing = false;
         if (error == PLAYER_ERROR_NONE) {
             _state = PLAYER_STATE_READY;
         } else {
-            _tone = nullptr;
+            broken = std::move(_tone);
         }
     }
-    if (error == PLAYER_ERROR_NONE) {
+    if (!broken) {
         prepared();
-    } else {
-        _failed(number, error);
+        return;
     }
+    broken->cancel();
+    _failed(number, error);
 }
 
-void Player::_settle(const std::shared_ptr<Tone>& tone, const Task& completed)
+void Player::_settled(unsigned number, const Task& completed)
 {
-    // A jump that fails is over, too: whoever waits for it must go on. Why it failed is the error
-    // callback's news.
-    (void)tone->settle();
     {
         const std::lock_guard<std::mutex> lock(_mutex);
-        if (tone != _tone || _isEnding)
+        if (number != _tones || _isEnding)
             return;
         _isSeeking = false;
     }
@@ -282,7 +295,7 @@ void Player::_ended(std::uint32_t number)
         return;
     _endedPass = _tone->pass();
     if (_isLooping)
-        _tone->repeat();
+        _tone->repeat(_endedPass);
 }
 
 void Player::_failed(unsigned tone, int error)

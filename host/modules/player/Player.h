@@ -1,10 +1,11 @@
 #pragma once
 
 #include "CallbackThread.h"
-#include "Tone.h"
+#include "ToneThread.h"
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <player.h>
@@ -12,7 +13,8 @@
 
 /**
  * A player's states and what may be done in which; the calls and codes are those of player.h. Any
- * thread. Callbacks run on the player's own thread, and no lock is held meanwhile.
+ * thread. Callbacks run on the player's own thread, and no lock is held meanwhile. A sound server
+ * that hangs holds up a call for about a second, and state never.
  */
 class Player {
 public:
@@ -26,6 +28,7 @@ public:
     int setUri(const std::string& text);
     int setRole(const std::string& role);
     int setErrorCallback(player_error_cb callback, void* userData);
+    /// Throws std::system_error when there is no thread.
     int prepare(player_prepared_cb callback, void* userData);
     int unprepare();
     int seek(int milliseconds, bool isAccurate, player_seek_completed_cb callback, void* userData);
@@ -36,12 +39,16 @@ public:
 private:
     using Task = std::function<void()>;
 
-    void _open(const std::string& uri, const std::string& role, const Task& prepared);
-    void _settle(const std::shared_ptr<Tone>& tone, const Task& completed);
+    void _opened(unsigned tone, int error, const Task& prepared);
+    void _settled(unsigned tone, const Task& completed);
     void _ended(std::uint32_t number);
     void _failed(unsigned tone, int error);
 
-    std::mutex _mutex; ///< guards what follows; no callback runs under it
+    std::shared_ptr<ToneThread> _toneIn(std::initializer_list<player_state_e> states);
+    void _enter(player_state_e state);
+
+    std::mutex _callMutex; ///< held by a call that asks the tone for something, before the other
+    std::mutex _mutex; ///< guards what follows; nobody waits under it
     player_state_e _state = PLAYER_STATE_IDLE;
     bool _isPreparing = false;
     bool _isSeeking = false;
@@ -52,7 +59,7 @@ private:
     std::string _role;
     player_error_cb _errorCallback = nullptr;
     void* _errorUserData = nullptr;
-    std::shared_ptr<Tone> _tone; ///< being opened, or open
+    std::shared_ptr<ToneThread> _tone; ///< being opened, or open
     unsigned _tones = 0; ///< tells a tone from those before it
 
     CallbackThread _thread; ///< last: its tasks use the rest

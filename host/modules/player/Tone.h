@@ -6,8 +6,7 @@
 
 /**
  * One opened sound, which goes to the sound server, or, without one, to nowhere in the same time.
- * Any thread, but one call at a time. cancel may come during any other, and any but open during
- * settle.
+ * One thread, which a server that hangs holds up; cancel and pass are for any, and do not wait.
  */
 class Tone {
 public:
@@ -25,7 +24,7 @@ public:
 
     /// Waits until the first sound is ready to be heard, paused; 0 or a PLAYER_ERROR_* code.
     virtual int open() = 0;
-    /// Ends everything; open and settle return.
+    /// Open and settle return, now and later. Its end makes it silent.
     virtual void cancel() = 0;
 
     /// False when they cannot.
@@ -42,6 +41,9 @@ public:
     virtual std::uint32_t pass() const = 0;
     /// Goes on with the beginning, without a gap. To be called at the end of a pass.
     virtual void repeat() = 0;
+
+    /// Whether it goes to nowhere although there is a sound server by now.
+    virtual bool isOutdated() = 0;
 };
 
 /// What the engine "tone" makes them with; the caller owns it. role: the media role that gives the

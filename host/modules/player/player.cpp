@@ -99,7 +99,12 @@ extern "C" int player_prepare_async(player_h player, player_prepared_cb callback
 {
     if (!player || !callback)
         return PLAYER_ERROR_INVALID_PARAMETER;
-    return player->player.prepare(callback, user_data);
+    try {
+        return player->player.prepare(callback, user_data);
+    } catch (const std::system_error& error) {
+        host::logError(std::string("There is no thread for a tone: ") + error.what());
+        return PLAYER_ERROR_RESOURCE_LIMIT;
+    }
 }
 
 extern "C" int player_unprepare(player_h player)
