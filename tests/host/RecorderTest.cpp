@@ -4,13 +4,49 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <player.h>
+#include <pulse/pulseaudio.h>
 #include <recorder.h>
 #include <string>
 
 namespace {
+
+// The meter of the microphone that a desktop's volume control shows.
+class Meter {
+public:
+    Meter()
+        : _loop(pa_mainloop_new())
+        , _context(pa_context_new(pa_mainloop_get_api(_loop), "meter"))
+    {
+        pa_context_connect(_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
+        run([this] { return pa_context_get_state(_context) == PA_CONTEXT_READY; });
+        const pa_sample_spec peaks = { PA_SAMPLE_FLOAT32, 25, 1 };
+        _stream = pa_stream_new(_context, "peaks", &peaks, nullptr);
+        pa_stream_connect_record(_stream, "microphone", nullptr, PA_STREAM_PEAK_DETECT);
+        run([this] { return pa_stream_get_state(_stream) == PA_STREAM_READY; });
+    }
+    ~Meter()
+    {
+        pa_stream_unref(_stream);
+        pa_context_disconnect(_context);
+        pa_context_unref(_context);
+        pa_mainloop_free(_loop);
+    }
+
+private:
+    void run(const std::function<bool()>& done)
+    {
+        while (!done())
+            ASSERT_GE(pa_mainloop_iterate(_loop, 1, nullptr), 0);
+    }
+
+    pa_mainloop* const _loop;
+    pa_context* const _context;
+    pa_stream* _stream = nullptr;
+};
 
 class RecorderTest : public testing::Test {
 protected:
@@ -70,6 +106,17 @@ TEST_F(RecorderTest, ListeningToWhatIsPlayedIsNoRecording)
 
     // The recording that follows is seen, so the listening was, too.
     ASSERT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_IDLE, state);
+    const Program recorder("parec -d microphone");
+    EXPECT_TRUE(waitFor(RECORDER_ERROR_NONE, RECORDER_DEVICE_STATE_RECORDING));
+}
+
+TEST_F(RecorderTest, AMeterOfTheMicrophoneIsNoRecording)
+{
+    const Meter meter;
+
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
+    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
     EXPECT_EQ(RECORDER_DEVICE_STATE_IDLE, state);
     const Program recorder("parec -d microphone");
     EXPECT_TRUE(waitFor(RECORDER_ERROR_NONE, RECORDER_DEVICE_STATE_RECORDING));

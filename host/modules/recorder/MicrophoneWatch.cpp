@@ -1,5 +1,6 @@
 #include "MicrophoneWatch.h"
 
+#include <cstring>
 #include <pulse/operation.h>
 #include <pulse/rtclock.h>
 #include <pulse/timeval.h>
@@ -12,6 +13,13 @@ void forget(pa_operation* operation)
 {
     if (operation)
         pa_operation_unref(operation);
+}
+
+// A stream without a client is the server's own, and one of peaks is a meter of a volume control.
+bool isRecording(const pa_source_output_info& stream)
+{
+    return stream.client != PA_INVALID_INDEX
+        && (!stream.resample_method || strcmp(stream.resample_method, "peaks") != 0);
 }
 
 } // namespace
@@ -123,8 +131,7 @@ void MicrophoneWatch::_streamCb(pa_context*, const pa_source_output_info* info, 
 {
     auto* watch = static_cast<MicrophoneWatch*>(data);
     if (end == 0) {
-        // A stream without a client is the server's own.
-        if (info->client != PA_INVALID_INDEX && watch->_microphones.count(info->source) != 0)
+        if (isRecording(*info) && watch->_microphones.count(info->source) != 0)
             ++(info->corked ? watch->_paused : watch->_recording);
         return;
     }

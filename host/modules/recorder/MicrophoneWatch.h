@@ -10,7 +10,7 @@
 
 /**
  * Follows what the sound server's clients record, on a thread of its own. A client records when it
- * has a stream from a source that is no sink's monitor. Any thread.
+ * has a stream from a source that is no sink's monitor, unless it is a meter. Any thread.
  */
 class MicrophoneWatch {
 public:
