@@ -3,9 +3,13 @@
 
 #include <cmath>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,6 +23,24 @@ double now()
     timespec time = {};
     clock_gettime(CLOCK_REALTIME, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+// The process of the session's sound server.
+pid_t soundServer()
+{
+    const char* const scheme = "unix:";
+    const char* address = getenv("PULSE_SERVER");
+    sockaddr_un name = {};
+    name.sun_family = AF_UNIX;
+    const std::string path = address ? address + strlen(scheme) : "";
+    path.copy(name.sun_path, sizeof(name.sun_path) - 1);
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ucred credentials = {};
+    socklen_t size = sizeof(credentials);
+    EXPECT_EQ(0, connect(socket, reinterpret_cast<const sockaddr*>(&name), sizeof(name)));
+    EXPECT_EQ(0, getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size));
+    close(socket);
+    return credentials.pid;
 }
 
 // The highest sample of each tenth of a second.
@@ -241,6 +263,22 @@ TEST_F(SoundTest, IsSilentAtOnceWhenItIsDismissed)
     EXPECT_LT(peak(heard), 400) << "the volume came back before the tone was over";
     EXPECT_THAT(vibration.output(), HasSubstr("stopped 168"));
     EXPECT_EQ(before, alarmVolume());
+}
+
+TEST_F(SoundTest, CanBeDismissedWhileTheSoundServerHangs)
+{
+    const pid_t server = soundServer();
+    ring(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    kill(server, SIGSTOP);
+
+    const double before = now();
+    dismiss();
+    EXPECT_TRUE(waitUntilRinging(-1));
+    EXPECT_LT(now() - before, 3);
+
+    kill(server, SIGCONT);
+    EXPECT_TRUE(listener.waitForSilence(kAudible));
 }
 
 TEST_F(SoundTest, SnoozeIsSilentAndTheVolumeComesBack)
