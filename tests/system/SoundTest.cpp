@@ -1,5 +1,6 @@
 #include "Listener.h"
 #include "RingStory.h"
+#include "SoundServer.h"
 
 #include <cmath>
 #include <csignal>
@@ -7,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <memory>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -41,6 +43,23 @@ pid_t soundServer()
     EXPECT_EQ(0, getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size));
     close(socket);
     return credentials.pid;
+}
+
+// Ends it and starts it as it was.
+std::unique_ptr<Program> restartSoundServer()
+{
+    const pid_t former = soundServer();
+    const std::string process = "/proc/" + std::to_string(former);
+    std::ifstream arguments(process + "/cmdline");
+    const std::filesystem::path socket(getenv("PULSE_SERVER") + strlen("unix:"));
+    const std::string folder = socket.parent_path();
+    std::string command = "env PULSE_RUNTIME_PATH=" + folder + " PULSE_STATE_PATH=" + folder;
+    for (std::string argument; std::getline(arguments, argument, '\0');)
+        command += " '" + argument + "'";
+    kill(former, SIGKILL);
+    auto server = std::make_unique<Program>(command);
+    EXPECT_TRUE(HostSession().waitFor([] { return runCommand({ "pactl", "info" }).status == 0; }));
+    return server;
 }
 
 // The highest sample of each tenth of a second.
@@ -279,6 +298,21 @@ TEST_F(SoundTest, CanBeDismissedWhileTheSoundServerHangs)
 
     kill(server, SIGCONT);
     EXPECT_TRUE(listener.waitForSilence(kAudible));
+}
+
+TEST_F(SoundTest, SoundsAtItsLevelAgainAfterTheSoundServersRestart)
+{
+    ring(steadyTone(), { "--volume", "1" });
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    const int level = peak(listener.listen(0.5));
+
+    const std::unique_ptr<Program> server = restartSoundServer();
+    Listener again;
+
+    ASSERT_TRUE(again.waitForSound(kAudible));
+    EXPECT_NEAR(1, static_cast<double>(peak(again.listen(0.5))) / level, 0.05);
+    dismiss();
+    EXPECT_TRUE(again.waitForSilence(kAudible));
 }
 
 TEST_F(SoundTest, SnoozeIsSilentAndTheVolumeComesBack)
