@@ -22,11 +22,11 @@ public:
         , _context(pa_context_new(pa_mainloop_get_api(_loop), "meter"))
     {
         pa_context_connect(_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
-        run([this] { return pa_context_get_state(_context) == PA_CONTEXT_READY; });
+        _run([this] { return pa_context_get_state(_context) == PA_CONTEXT_READY; });
         const pa_sample_spec peaks = { PA_SAMPLE_FLOAT32, 25, 1 };
         _stream = pa_stream_new(_context, "peaks", &peaks, nullptr);
         pa_stream_connect_record(_stream, "microphone", nullptr, PA_STREAM_PEAK_DETECT);
-        run([this] { return pa_stream_get_state(_stream) == PA_STREAM_READY; });
+        _run([this] { return pa_stream_get_state(_stream) == PA_STREAM_READY; });
     }
     ~Meter()
     {
@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    void run(const std::function<bool()>& done)
+    void _run(const std::function<bool()>& done)
     {
         while (!done())
             ASSERT_GE(pa_mainloop_iterate(_loop, 1, nullptr), 0);

@@ -37,14 +37,15 @@ private:
 class SoundAddress {
 public:
     explicit SoundAddress(const TempDir& folder)
-        : _before(getenv("PULSE_SERVER"))
     {
+        if (const char* before = getenv("PULSE_SERVER"))
+            _before = before;
         setenv("PULSE_SERVER", ("unix:" + folder.file("socket")).c_str(), 1);
     }
     ~SoundAddress() { setenv("PULSE_SERVER", _before.c_str(), 1); }
 
 private:
-    const std::string _before;
+    std::string _before;
 };
 
 /// A sound server that a test may hold and end, with a sink "watch" and a microphone.

@@ -39,8 +39,8 @@ public:
 private:
     using Task = std::function<void()>;
 
-    void _opened(unsigned tone, int error, const Task& prepared);
-    void _settled(unsigned tone, const Task& completed);
+    void _opened(unsigned number, int error, const Task& prepared);
+    void _settled(unsigned number, const Task& completed);
     void _ended(std::uint32_t number);
     void _failed(unsigned tone, int error);
 
