@@ -4,6 +4,7 @@
 #include <app_preference.h>
 #include <ClockSoundPlayer.h>
 #include <dlog.h>
+#include <Ecore_File.h>
 #include <sound_manager.h>
 
 namespace {
@@ -65,15 +66,6 @@ void AlertSound::play(const AlarmDbData& alarm)
         (void)preference_set_int(kVolumeKey, _volumeBefore);
     _alarm = alarm.id;
     _begin(alarm);
-    if (hasMelody(alarm) && alarm.tone != AlarmDbData().tone) {
-        _trial = std::make_unique<ToneTrial>(alarm.tone, [this, alarm] {
-            dlog_print(DLOG_WARN, kTag, "alarm %d has a tone that cannot be played", alarm.id);
-            AlarmDbData replaced = alarm;
-            replaced.tone = AlarmDbData().tone;
-            _trial.reset();
-            _begin(replaced);
-        });
-    }
 }
 
 void AlertSound::_begin(const AlarmDbData& alarm)
@@ -83,6 +75,35 @@ void AlertSound::_begin(const AlarmDbData& alarm)
     _player->initialize(alarm.tone.c_str(), AlarmDbData().tone.c_str(),
         static_cast<ClockSoundType>(alarm.type), alarm.vibration_type, alarm.volume, kRising,
         kFromTheStart, kNotIntoARecording, SOUND_STREAM_TYPE_ALARM);
+    if (!hasMelody(alarm))
+        return;
+    AlarmDbData played = alarm;
+    if (!ecore_file_exists(alarm.tone.c_str()))
+        played.tone = AlarmDbData().tone; // the player's own choice
+    _try(played, false);
+}
+
+// Finds out whether the tone of the alarm that rings is heard. The default one has no replacement:
+// it is tried until it can be played, as a file system or the sound may come back.
+void AlertSound::_try(const AlarmDbData& alarm, bool isSilent)
+{
+    _trial = std::make_unique<ToneTrial>(alarm.tone, [this, alarm, isSilent](bool isPlayable) {
+        _trial.reset();
+        if (isPlayable) {
+            if (isSilent)
+                _begin(alarm);
+            return;
+        }
+        if (!isSilent)
+            dlog_print(DLOG_WARN, kTag, "alarm %d has a tone that cannot be played", alarm.id);
+        if (alarm.tone == AlarmDbData().tone) {
+            _try(alarm, true);
+        } else {
+            AlarmDbData replaced = alarm;
+            replaced.tone = AlarmDbData().tone;
+            _begin(replaced);
+        }
+    });
 }
 
 void AlertSound::stop()

@@ -24,7 +24,7 @@ public:
     void prepare();
 
     /// Instead of what plays. A tone that cannot be played is replaced by the default one, which
-    /// may take some seconds; when that cannot either, the alarm rings without a tone.
+    /// may take some seconds; as long as that cannot either, the alarm rings without a tone.
     void play(const AlarmDbData& alarm);
 
     /// Silent and still when it returns.
@@ -35,6 +35,7 @@ public:
 
 private:
     void _begin(const AlarmDbData& alarm);
+    void _try(const AlarmDbData& alarm, bool isSilent);
 
     std::unique_ptr<ClockSoundPlayer> _player;
     std::unique_ptr<ToneTrial> _trial; ///< of the tone that plays

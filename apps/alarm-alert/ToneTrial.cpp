@@ -9,9 +9,9 @@ void ignoreCb(void*) {}
 
 } // namespace
 
-ToneTrial::ToneTrial(const std::string& tone, std::function<void()> failed)
+ToneTrial::ToneTrial(const std::string& tone, std::function<void(bool)> done)
     : _tone(tone)
-    , _failed(std::move(failed))
+    , _done(std::move(done))
     , _timer(app_assist::WUiTimer::create(kPeriod, _tickCb, this))
 {
 }
@@ -29,11 +29,12 @@ bool ToneTrial::_tickCb(void* data)
     ToneTrial& self = *static_cast<ToneTrial*>(data);
     if (!self._player)
         self._isUnplayable = !self._begin();
-    if (!self._isUnplayable)
-        return !self._isOver();
+    const bool isUnplayable = self._isUnplayable;
+    if (!isUnplayable && !self._isReady())
+        return true;
     // Last, as it may end the trial.
-    const std::function<void()> failed = self._failed;
-    failed();
+    const std::function<void(bool)> done = self._done;
+    done(!isUnplayable);
     return false;
 }
 
@@ -45,15 +46,11 @@ bool ToneTrial::_begin()
         && player_prepare_async(_player, ignoreCb, nullptr) == PLAYER_ERROR_NONE;
 }
 
-bool ToneTrial::_isOver()
+bool ToneTrial::_isReady()
 {
     player_state_e state = PLAYER_STATE_NONE;
     (void)player_get_state(_player, &state);
-    if (state != PLAYER_STATE_READY)
-        return false;
-    (void)player_destroy(_player);
-    _player = nullptr;
-    return true;
+    return state == PLAYER_STATE_READY;
 }
 
 void ToneTrial::_errorCb(int, void* data) { static_cast<ToneTrial*>(data)->_isUnplayable = true; }

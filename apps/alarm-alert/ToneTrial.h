@@ -8,13 +8,13 @@
 #include <string>
 
 /**
- * Tells when a tone cannot be played, which the alarm's own player only logs: by letting a player
+ * Tells whether a tone can be played, which the alarm's own player only logs: by letting a player
  * of its own get it ready, silently. Main loop only.
  */
 class ToneTrial {
 public:
-    /// Calls failed when the tone turns out to be unplayable. It may end the trial.
-    ToneTrial(const std::string& tone, std::function<void()> failed);
+    /// Calls done once, when the tone has turned out to be playable or not. It may end the trial.
+    ToneTrial(const std::string& tone, std::function<void(bool isPlayable)> done);
     ToneTrial(const ToneTrial&) = delete;
     ToneTrial& operator=(const ToneTrial&) = delete;
     ~ToneTrial();
@@ -23,11 +23,11 @@ private:
     static bool _tickCb(void* data);
     static void _errorCb(int error, void* data);
 
-    bool _isOver();
     bool _begin();
+    bool _isReady();
 
     const std::string _tone;
-    const std::function<void()> _failed;
+    const std::function<void(bool)> _done;
     player_h _player = nullptr;
     std::atomic<bool> _isUnplayable{ false };
     std::shared_ptr<app_assist::WUiTimer> _timer;

@@ -1,0 +1,101 @@
+#include "Listener.h"
+#include "RingStory.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+// An alarm begins at level 1, far below the tone's own level.
+const int kAudible = 40;
+
+std::string homeFile(const std::string& name)
+{
+    const char* home = getenv("ALARM_HOST_HOME");
+    return std::string(home ? home : "") + "/" + name;
+}
+
+// Sounds all the time, a bit more than three periods a second.
+void writeSteadyTone(const std::string& path) { writeWav(path, sine(660, 0.3)); }
+
+void spoil(const std::string& path) { std::ofstream(path) << std::string(5000, 'x'); }
+
+/// The session's ringtones, in which the default tone is as the test wants it.
+class Ringtones {
+public:
+    Ringtones()
+        : _folder(homeFile("ringtones"))
+    {
+        std::filesystem::remove(_folder); // a link to everybody's
+        std::filesystem::create_directory(_folder);
+    }
+
+    std::string defaultTone() const { return _folder + "/Digital_Beep.ogg"; }
+
+private:
+    const std::string _folder;
+};
+
+size_t countOf(const std::string& text, const std::string& part)
+{
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+/// Alarms that could stay silent, and must not.
+class RingSoundTest : public RingStory {
+protected:
+    static void hostctl(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.begin(), "hostctl");
+        const CommandResult result = runCommand(arguments);
+        EXPECT_EQ(0, result.status) << result.err;
+    }
+
+    std::string steadyTone()
+    {
+        std::string path = dir.file("tone.wav");
+        writeSteadyTone(path);
+        return path;
+    }
+
+    int addAlarmInASecond(const std::string& tone, const std::string& type = "1")
+    {
+        return addAlarm({ "--in", "1s", "--type", type, "--tone", tone });
+    }
+
+    TempDir dir;
+    Listener listener;
+};
+
+TEST_F(RingSoundTest, TheDefaultToneInPlaceOfOneThatIsGoneBeginsOnce)
+{
+    const Ringtones ringtones;
+    writeSteadyTone(ringtones.defaultTone());
+    const std::string gone = steadyTone();
+    addAlarmInASecond(gone);
+    std::filesystem::remove(gone);
+
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_LT(longestSilence(listener.listen(1.5), kAudible), 0.05);
+    EXPECT_EQ(1U, countOf(session.logText(), "isSupportSpeaker"));
+}
+
+TEST_F(RingSoundTest, ADefaultToneIsHeardAsSoonAsItCanBePlayed)
+{
+    const Ringtones ringtones;
+    spoil(ringtones.defaultTone());
+    const int id = addAlarm({ "--in", "1s", "--type", "1" });
+    ASSERT_TRUE(waitForLog("alarm " + std::to_string(id) + " has a tone that cannot be played"));
+    ASSERT_LT(peak(listener.take()), kAudible);
+
+    writeSteadyTone(ringtones.defaultTone());
+
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_EQ(id, ringing());
+}
+
+} // namespace
