@@ -106,6 +106,9 @@ void AlarmAlert::ring(int alarmMgrId, const timespec& began)
         return;
     }
     const time_t instant = app::ringingInstant(alarm, began.tv_sec);
+    // What it was last time may have been silenced, by a recording or by who took the focus.
+    if (_sound.alarm() == alarm.id)
+        _sound.stop();
     _rings.erase(std::remove_if(_rings.begin(), _rings.end(),
                      [&alarm](const Ring& ring) { return ring.id == alarm.id; }),
         _rings.end());

@@ -1,6 +1,7 @@
 #include "Listener.h"
 #include "RingStory.h"
 
+#include <app_alarm.h>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -67,9 +68,43 @@ protected:
         return addAlarm({ "--in", "1s", "--type", type, "--tone", tone });
     }
 
+    /// Lets the alarm be due once more, for the same registration.
+    void letRingAgain(int id)
+    {
+        hostctl({ "launch", "com.velmora.alarm-alert", "--extra",
+            APP_CONTROL_DATA_ALARM_ID "=" + std::to_string(storedAlarm(id).alarm_mgr_id) });
+    }
+
     TempDir dir;
     Listener listener;
 };
+
+TEST_F(RingSoundTest, ALaterRingIsHeardThoughARecordingSilencedTheOneBefore)
+{
+    hostctl({ "record", "start" });
+    const int id = addAlarmInASecond(steadyTone());
+    ASSERT_TRUE(waitForRing(id));
+    ASSERT_TRUE(waitForLog("Still recording state. Do not start player"));
+    hostctl({ "record", "stop" });
+
+    letRingAgain(id);
+
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+}
+
+TEST_F(RingSoundTest, ALaterRingIsHeardThoughTheOneBeforeLostTheFocus)
+{
+    const int id = addAlarmInASecond(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    hostctl({ "focus", "take", "--reason", "media" });
+    ASSERT_TRUE(listener.waitForSilence(kAudible));
+    hostctl({ "focus", "release", "--reason", "media" });
+    listener.take();
+
+    letRingAgain(id);
+
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+}
 
 TEST_F(RingSoundTest, TheDefaultToneInPlaceOfOneThatIsGoneBeginsOnce)
 {
