@@ -5,6 +5,7 @@
 #include <ClockSoundPlayer.h>
 #include <dlog.h>
 #include <Ecore_File.h>
+#include <feedback.h>
 #include <sound_manager.h>
 
 namespace {
@@ -112,6 +113,8 @@ void AlertSound::stop()
         return;
     // The player's end is silent at once, while its stop() waits for the main loop. Only then the
     // volume, which may be much louder than the tone.
+    // A sound server that hangs holds the end up: until then it shall not vibrate.
+    (void)feedback_stop();
     _trial.reset();
     _player.reset();
     _alarm = -1;

@@ -2,11 +2,15 @@
 #include "RingStory.h"
 
 #include <app_alarm.h>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <gmock/gmock.h>
 
 namespace {
+
+using testing::HasSubstr;
 
 // An alarm begins at level 1, far below the tone's own level.
 const int kAudible = 40;
@@ -131,6 +135,43 @@ TEST_F(RingSoundTest, ADefaultToneIsHeardAsSoonAsItCanBePlayed)
 
     EXPECT_TRUE(listener.waitForSound(kAudible));
     EXPECT_EQ(id, ringing());
+}
+
+/// The process that plays the session's sounds; 0 when it is not the session's own.
+pid_t soundServer()
+{
+    const char* server = getenv("PULSE_SERVER");
+    const std::string address = server ? server : "";
+    if (address.compare(0, 5, "unix:") != 0)
+        return 0;
+    const std::string socket = "socket=" + address.substr(5);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream file(entry.path() / "cmdline");
+        const std::string line{ std::istreambuf_iterator<char>(file), {} };
+        if (line.compare(0, 10, "pulseaudio") == 0 && line.find(socket) != std::string::npos)
+            return std::stoi(entry.path().filename());
+    }
+    return 0;
+}
+
+TEST_F(RingSoundTest, ADismissedAlarmIsStillThoughTheSoundServerHangs)
+{
+    const pid_t server = soundServer();
+    if (server == 0)
+        GTEST_SKIP() << "the sound server is not the session's own";
+    BackgroundCommand vibration({ "hostctl", "vibration", "--watch" });
+    addAlarmInASecond(steadyTone(), "3");
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    ASSERT_THAT(vibration.output(), HasSubstr("started 168"));
+
+    kill(server, SIGSTOP);
+    BackgroundCommand dismissal({ "alarm", "dismiss" });
+    const bool isStill = session.waitFor(
+        [&] { return vibration.output().find("stopped 168") != std::string::npos; }, 1.5);
+    kill(server, SIGCONT);
+
+    EXPECT_TRUE(isStill) << vibration.output();
+    EXPECT_EQ(0, dismissal.finish().status);
 }
 
 } // namespace
