@@ -10,20 +10,41 @@
 #include <app_alarm.h>
 #include <ctime>
 #include <dlog.h>
+#include <unistd.h>
 
 namespace {
 
 const char* const kTag = "alarm-alert";
 const char* const kNothingRings = "nothing is ringing";
 
+const int kVolumeOfNewAlarm = 10;
+const time_t kLongestRead = 3; // seconds
+const useconds_t kReadPause = 200000;
+
 app::Found findRinging(int alarmMgrId, AlarmDbData& alarm)
 {
-    const app::Found found = app::findRegisteredAlarm(alarmMgrId, alarm);
+    app::Found found = app::findRegisteredAlarm(alarmMgrId, alarm);
     if (found == app::Found::Yes)
         return found;
     // A save registers an alarm before it stores it.
     app::waitForSave();
-    return app::findRegisteredAlarm(alarmMgrId, alarm);
+    const time_t end = time(nullptr) + kLongestRead;
+    found = app::findRegisteredAlarm(alarmMgrId, alarm);
+    while (found == app::Found::Unreadable && time(nullptr) < end) {
+        usleep(kReadPause);
+        found = app::findRegisteredAlarm(alarmMgrId, alarm);
+    }
+    return found;
+}
+
+// In place of a record that cannot be read.
+AlarmDbData newAlarm(int alarmMgrId)
+{
+    AlarmDbData alarm;
+    alarm.alarm_mgr_id = alarmMgrId;
+    alarm.enable = 1;
+    alarm.volume = kVolumeOfNewAlarm;
+    return alarm;
 }
 
 void logRinging(int id, const timespec& began, time_t instant)
@@ -86,34 +107,43 @@ void AlarmAlert::resume()
     if (isRinging() || id < 0 || app::findAlarm(id, alarm) != app::Found::Yes || !alarm.enable)
         return;
     dlog_print(DLOG_INFO, kTag, "alarm %d rings on", id);
-    _rings.push_back({ id, alarm.alarm_mgr_id, app::ringingInstant(alarm, time(nullptr)) });
+    _rings.push_back({ alarm, app::ringingInstant(alarm, time(nullptr)) });
 }
 
 void AlarmAlert::ring(int alarmMgrId, const timespec& began)
 {
     AlarmDbData alarm;
     const app::Found found = findRinging(alarmMgrId, alarm);
-    if (found != app::Found::Yes) {
-        dlog_print(DLOG_WARN, kTag, "no alarm for the registration %d: %s", alarmMgrId,
-            found == app::Found::No ? "it is gone" : app::storeFault().c_str());
+    if (found == app::Found::No) {
+        dlog_print(DLOG_WARN, kTag, "no alarm for the registration %d: it is gone", alarmMgrId);
         // Whoever registered it died before the alarm was stored, or was removed for good.
-        if (found == app::Found::No)
-            (void)alarm_cancel(alarmMgrId);
+        (void)alarm_cancel(alarmMgrId);
         return;
     }
+    const bool isKnown = found == app::Found::Yes;
+    if (!isKnown)
+        alarm = newAlarm(alarmMgrId);
     if (!alarm.enable) {
         dlog_print(DLOG_INFO, kTag, "alarm %d is off", alarm.id);
         return;
     }
-    const time_t instant = app::ringingInstant(alarm, began.tv_sec);
     // What it was last time may have been silenced, by a recording or by who took the focus.
-    if (_sound.alarm() == alarm.id)
+    if (_sound.registration() == alarmMgrId)
         _sound.stop();
     _rings.erase(std::remove_if(_rings.begin(), _rings.end(),
-                     [&alarm](const Ring& ring) { return ring.id == alarm.id; }),
+                     [&](const Ring& ring) {
+                         return ring.alarm.alarm_mgr_id == alarmMgrId
+                             || (isKnown && ring.alarm.id == alarm.id);
+                     }),
         _rings.end());
-    _rings.push_back({ alarm.id, alarmMgrId, instant });
-    logRinging(alarm.id, began, instant);
+    const time_t instant = isKnown ? app::ringingInstant(alarm, began.tv_sec) : began.tv_sec;
+    _rings.push_back({ alarm, instant });
+    if (isKnown) {
+        logRinging(alarm.id, began, instant);
+    } else {
+        dlog_print(DLOG_ERROR, kTag, "the registration %d rings without its record: %s", alarmMgrId,
+            app::storeFault().c_str());
+    }
     app::setRingingAlarm(alarm.id);
 }
 
@@ -121,24 +151,26 @@ AlarmAlert::Answer AlarmAlert::snooze()
 {
     if (!isRinging())
         return { -1, kNothingRings };
+    _readUnknown();
     const Ring ring = _rings.back();
+    const int id = ring.alarm.id;
     AlarmDbData alarm;
-    if (app::findAlarm(ring.id, alarm) == app::Found::Yes) {
+    if (app::findAlarm(id, alarm) == app::Found::Yes) {
         const std::string reason = refusal(alarm);
         if (!reason.empty())
-            return { ring.id, reason };
+            return { id, reason };
     }
     _sound.stop(); // at once: a save may take its time
     const app::Saved saved = app::changeAlarm(
-        ring.id,
+        id,
         [&ring](
             AlarmDbData& snoozed, time_t now) { return takeSnooze(snoozed, ring.instant, now); },
         alarm);
     if (saved != app::Saved::Yes)
-        return { ring.id, app::textOf(saved) };
-    dlog_print(DLOG_INFO, kTag, "alarm %d is snoozed", ring.id);
-    _end(ring.id);
-    return { ring.id, "" };
+        return { id, app::textOf(saved) };
+    dlog_print(DLOG_INFO, kTag, "alarm %d is snoozed", id);
+    _end(ring.alarm.alarm_mgr_id);
+    return { id, "" };
 }
 
 AlarmAlert::Answer AlarmAlert::dismiss()
@@ -146,7 +178,9 @@ AlarmAlert::Answer AlarmAlert::dismiss()
     if (!isRinging())
         return { -1, kNothingRings };
     _sound.stop();
-    const int id = _rings.back().id;
+    _readUnknown();
+    const int id = _rings.back().alarm.id;
+    const int alarmMgrId = _rings.back().alarm.alarm_mgr_id;
     AlarmDbData alarm;
     const app::Saved saved = app::changeAlarm(id, finish, alarm);
     if (saved == app::Saved::Yes) {
@@ -154,37 +188,49 @@ AlarmAlert::Answer AlarmAlert::dismiss()
     } else {
         dlog_print(DLOG_ERROR, kTag, "alarm %d is dismissed, but %s", id, app::textOf(saved));
     }
-    _end(id);
+    _end(alarmMgrId);
     return { id, saved == app::Saved::Yes ? "" : app::textOf(saved) };
 }
 
 void AlarmAlert::endChanged()
 {
+    _readUnknown();
     const std::vector<Ring> rings = _rings;
     for (const Ring& ring : rings) {
         AlarmDbData alarm;
-        const app::Found found = app::findAlarm(ring.id, alarm);
-        if (found == app::Found::Unreadable)
-            continue;
-        if (found == app::Found::No || !alarm.enable || alarm.alarm_mgr_id != ring.alarmMgrId)
-            _end(ring.id);
+        const app::Found found = app::findRegisteredAlarm(ring.alarm.alarm_mgr_id, alarm);
+        if (found == app::Found::No || (found == app::Found::Yes && !alarm.enable))
+            _end(ring.alarm.alarm_mgr_id);
     }
 }
 
 void AlarmAlert::sound()
 {
-    AlarmDbData alarm;
-    if (isRinging() && _sound.alarm() != _rings.back().id
-        && app::findAlarm(_rings.back().id, alarm) == app::Found::Yes)
-        _sound.play(alarm);
+    if (isRinging() && _sound.registration() != _rings.back().alarm.alarm_mgr_id)
+        _sound.play(_rings.back().alarm);
 }
 
-void AlarmAlert::_end(int id)
+// Finds out which alarms those are that rang without their records.
+void AlarmAlert::_readUnknown()
 {
-    if (_sound.alarm() == id)
+    for (Ring& ring : _rings) {
+        AlarmDbData alarm;
+        if (ring.alarm.id != -1
+            || app::findRegisteredAlarm(ring.alarm.alarm_mgr_id, alarm) != app::Found::Yes)
+            continue;
+        ring.instant = app::ringingInstant(alarm, ring.instant);
+        ring.alarm = alarm;
+        app::setRingingAlarm(_rings.back().alarm.id);
+    }
+}
+
+void AlarmAlert::_end(int alarmMgrId)
+{
+    if (_sound.registration() == alarmMgrId)
         _sound.stop();
-    _rings.erase(std::remove_if(_rings.begin(), _rings.end(),
-                     [id](const Ring& ring) { return ring.id == id; }),
+    _rings.erase(
+        std::remove_if(_rings.begin(), _rings.end(),
+            [alarmMgrId](const Ring& ring) { return ring.alarm.alarm_mgr_id == alarmMgrId; }),
         _rings.end());
-    app::setRingingAlarm(isRinging() ? _rings.back().id : -1);
+    app::setRingingAlarm(isRinging() ? _rings.back().alarm.id : -1);
 }

@@ -2,16 +2,16 @@
 
 #include "AlertSound.h"
 
+#include <AlarmDbData.h>
 #include <ctime>
 #include <string>
 #include <vector>
 
-struct AlarmDbData;
-
 /**
  * The alarms that ring, of which the user answers the one that began last. Each rings for the
  * registration that brought it: when its alarm is switched off, deleted or registered anew
- * meanwhile, it is over. Main loop only.
+ * meanwhile, it is over. One whose record cannot be read rings all the same, with the values of a
+ * new alarm. Main loop only.
  */
 class AlarmAlert {
 public:
@@ -33,6 +33,7 @@ public:
     void resume();
 
     /// Lets the alarm ring that the platform has registered as alarmMgrId; began is the time.
+    /// Blocks for some seconds when the alarm cannot be read.
     void ring(int alarmMgrId, const timespec& began);
 
     /// The alarm is silent, and rings again when its snooze is over. It goes on ringing when it
@@ -54,12 +55,12 @@ public:
 
 private:
     struct Ring {
-        int id;
-        int alarmMgrId;
+        AlarmDbData alarm; ///< as it was last read; its row id is -1 until it could be
         time_t instant; ///< at which it came due
     };
 
-    void _end(int id);
+    void _readUnknown();
+    void _end(int alarmMgrId);
 
     std::vector<Ring> _rings; ///< the newest last
     AlertSound _sound;

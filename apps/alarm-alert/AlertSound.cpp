@@ -65,7 +65,7 @@ void AlertSound::play(const AlarmDbData& alarm)
     _volumeBefore = left >= 0 ? left : currentVolume();
     if (_volumeBefore != left)
         (void)preference_set_int(kVolumeKey, _volumeBefore);
-    _alarm = alarm.id;
+    _registration = alarm.alarm_mgr_id;
     _begin(alarm);
 }
 
@@ -111,13 +111,13 @@ void AlertSound::stop()
 {
     if (!_player)
         return;
+    // A sound server that hangs holds up the player's end, which would end the vibration too.
+    (void)feedback_stop();
     // The player's end is silent at once, while its stop() waits for the main loop. Only then the
     // volume, which may be much louder than the tone.
-    // A sound server that hangs holds the end up: until then it shall not vibrate.
-    (void)feedback_stop();
     _trial.reset();
     _player.reset();
-    _alarm = -1;
+    _registration = -1;
     if (_volumeBefore < 0 || sound_manager_set_volume(SOUND_TYPE_ALARM, _volumeBefore) != 0)
         return;
     (void)preference_set_int(kVolumeKey, -1);

@@ -30,8 +30,8 @@ public:
     /// Silent and still when it returns.
     void stop();
 
-    /// The row id of the alarm that plays; -1 when none does.
-    int alarm() const { return _alarm; }
+    /// The platform's id of the alarm that plays; -1 when none does.
+    int registration() const { return _registration; }
 
 private:
     void _begin(const AlarmDbData& alarm);
@@ -40,6 +40,6 @@ private:
     std::unique_ptr<ClockSoundPlayer> _player;
     std::unique_ptr<ToneTrial> _trial; ///< of the tone that plays
     player_h _ready = nullptr; ///< plays nothing; while there is one, the platform is ready
-    int _alarm = -1;
+    int _registration = -1;
     int _volumeBefore = -1;
 };

@@ -1,12 +1,15 @@
+#include "common/Alert.h"
 #include "Listener.h"
 #include "RingStory.h"
 
 #include <app_alarm.h>
+#include <app_common.h>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <memory>
 
 namespace {
 
@@ -40,6 +43,29 @@ public:
 
 private:
     const std::string _folder;
+};
+
+/// The alarms' file, in whose place lies for a while what nobody can read.
+class HiddenStore {
+public:
+    HiddenStore()
+    {
+        std::filesystem::rename(_path, _hidden);
+        spoil(_path);
+    }
+    HiddenStore(const HiddenStore&) = delete;
+    HiddenStore& operator=(const HiddenStore&) = delete;
+    ~HiddenStore() { std::filesystem::rename(_hidden, _path); }
+
+private:
+    static std::string _storePath()
+    {
+        const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
+        return std::string(folder.get()) + ".alarm.db";
+    }
+
+    const std::string _path = _storePath();
+    const std::string _hidden = _path + ".hidden";
 };
 
 size_t countOf(const std::string& text, const std::string& part)
@@ -77,6 +103,12 @@ protected:
     {
         hostctl({ "launch", "com.velmora.alarm-alert", "--extra",
             APP_CONTROL_DATA_ALARM_ID "=" + std::to_string(storedAlarm(id).alarm_mgr_id) });
+    }
+
+    /// The alert alone is asked: the alarm application does nothing without a store.
+    static void askToDismiss()
+    {
+        hostctl({ "launch", "com.velmora.alarm-alert", "--operation", app::kDismissOperation });
     }
 
     TempDir dir;
@@ -135,6 +167,53 @@ TEST_F(RingSoundTest, ADefaultToneIsHeardAsSoonAsItCanBePlayed)
 
     EXPECT_TRUE(listener.waitForSound(kAudible));
     EXPECT_EQ(id, ringing());
+}
+
+TEST_F(RingSoundTest, AnAlarmGoesOnWhenTheOneAfterItEndsAndTheStoreCannotBeRead)
+{
+    const std::string tone = steadyTone();
+    const int first = addAlarmInASecond(tone);
+    ASSERT_TRUE(waitForRing(first));
+    const int second = addAlarmInASecond(tone);
+    ASSERT_TRUE(waitForRing(second));
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    const HiddenStore hidden;
+
+    askToDismiss();
+
+    EXPECT_TRUE(waitUntilRinging(first));
+    listener.take();
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+}
+
+TEST_F(RingSoundTest, AnAlarmThatCannotBeReadRingsWithTheDefaultToneUntilItIsDismissed)
+{
+    const Ringtones ringtones;
+    writeSteadyTone(ringtones.defaultTone());
+    addAlarmInASecond(steadyTone());
+    const HiddenStore hidden;
+
+    ASSERT_TRUE(waitForLog("rings without its record"));
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+
+    askToDismiss();
+    EXPECT_TRUE(listener.waitForSilence(kAudible));
+    EXPECT_TRUE(session.waitFor([this] { return session.pidOf("com.velmora.alarm-alert") == 0; }));
+}
+
+TEST_F(RingSoundTest, AnAlarmThatCouldNotBeReadIsDismissedWhenItCan)
+{
+    const int id = addAlarmInASecond(steadyTone());
+    {
+        const HiddenStore hidden;
+        ASSERT_TRUE(waitForLog("rings without its record"));
+    }
+
+    const CommandResult dismissed = runCommand({ "alarm", "dismiss" });
+
+    EXPECT_EQ("alarm " + std::to_string(id) + " dismissed\n", dismissed.out) << dismissed.err;
+    EXPECT_EQ(0, storedAlarm(id).enable);
+    EXPECT_THAT(session.alarms(), testing::IsEmpty());
 }
 
 /// The process that plays the session's sounds; 0 when it is not the session's own.
