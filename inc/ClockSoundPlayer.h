@@ -128,8 +128,6 @@ private:
     std::atomic<int> _playPosition{ 0 };
     player_h _player = nullptr;
     std::atomic<sound_stream_info_h> _streamInfo{ nullptr };
-    /// Of earlier initialize(); the player may borrow them until its end.
-    std::vector<sound_stream_info_h> _formerStreamInfos;
     std::atomic<Ecore_Pipe*> _pipe{ nullptr };
     int _increasingVolume = 0;
     std::shared_ptr<app_assist::WUiTimer> _increaseVolumeTimer;
@@ -139,6 +137,8 @@ private:
     std::atomic<int> _checkRecordingBeforeVibrating{ 0 };
     bool _pauseOnFocusLoss = true;
 
+    /// Of earlier initialize(); the player may borrow them until its end.
+    std::vector<sound_stream_info_h> _formerStreamInfos;
     /// Owns nothing: it tells the main loop's late calls that the player is gone.
     const std::shared_ptr<ClockSoundPlayer> _self{ this, [](ClockSoundPlayer*) {} };
     /// Held while a message is written, and while the pipe is taken away; guards the next two.

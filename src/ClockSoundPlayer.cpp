@@ -34,6 +34,7 @@ const int kMostInPipe = 100;
 // The functions whose work is done in others, and logged in their names.
 const char* const kHandler = "_pipeHandlerCb";
 const char* const kStarter = "start";
+const char* const kDestroyer = "_destroyStreamInfo";
 
 // Receivers know a pause in the length of a stop, and a resume as a pause in its own length.
 const unsigned int kPauseSize = sizeof(kStop);
@@ -106,6 +107,13 @@ void releaseFocus(sound_stream_info_h streamInfo, const char* operation)
         LOG_CRITICAL_OF(operation, "Failed release focus(%d)", error);
 }
 
+void destroyStreamInfo(sound_stream_info_h streamInfo)
+{
+    const int error = sound_manager_destroy_stream_information(streamInfo);
+    if (error != SOUND_MANAGER_ERROR_NONE)
+        LOG_CRITICAL_OF(kDestroyer, "ret [%d]", error);
+}
+
 void stopTimer(std::shared_ptr<app_assist::WUiTimer>& timer)
 {
     if (timer)
@@ -138,7 +146,7 @@ ClockSoundPlayer::~ClockSoundPlayer()
     }
     _deletePipe();
     for (sound_stream_info_h former : _formerStreamInfos)
-        (void)sound_manager_destroy_stream_information(former);
+        destroyStreamInfo(former);
     _destroyStreamInfo();
     // Last, as a change of the focus may have made it vibrate until here.
     feedback_stop();
@@ -212,9 +220,7 @@ void ClockSoundPlayer::_destroyStreamInfo()
         LOG_CRITICAL("stream info is not set");
         return;
     }
-    const int error = sound_manager_destroy_stream_information(_streamInfo);
-    if (error != SOUND_MANAGER_ERROR_NONE)
-        LOG_CRITICAL("ret [%d]", error);
+    destroyStreamInfo(_streamInfo);
     _streamInfo = nullptr;
 }
 

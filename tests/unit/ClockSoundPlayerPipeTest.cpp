@@ -301,6 +301,23 @@ TEST_F(ClockSoundPlayerPipeTest, StaysSilentWhenTheRecordingGoesOn)
     EXPECT_THAT(criticals(), IsEmpty());
 }
 
+// The wait belongs to the start, not to the tone: a stop, which the main loop may carry out later
+// than the start that came after it, leaves it alone. Only the player's end takes it back.
+TEST_F(ClockSoundPlayerPipeTest, StartsAfterTheRecordingThoughStoppedMeanwhile)
+{
+    UiTimerDouble::Timer& timer = startWhileRecording();
+    player->stop();
+    handleMessages();
+    EXPECT_TRUE(timer.active);
+    setRecording(false);
+
+    timer.tick();
+    handleMessages();
+
+    EXPECT_THAT(written(), ElementsAre(kStopMessage, kStartMessage));
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+}
+
 TEST_F(ClockSoundPlayerPipeTest, WaitsOnceAtATime)
 {
     startWhileRecording();
@@ -745,8 +762,12 @@ INSTANTIATE_TEST_SUITE_P(Table, ClockSoundPlayerGainTest,
     testing::Values(GainCase{ "TimerOrdinary", 0, SOUND_BEHAVIOR_NONE },
         GainCase{ "TimerNoResume", 0, SOUND_BEHAVIOR_NO_RESUME },
         GainCase{ "TimerFading", 0, SOUND_BEHAVIOR_FADING },
+        GainCase{ "TimerBoth", 0, SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING },
         GainCase{ "AlarmOrdinary", 1, SOUND_BEHAVIOR_NONE },
         GainCase{ "AlarmNoResume", 1, SOUND_BEHAVIOR_NO_RESUME },
-        GainCase{ "AlarmFading", 1, SOUND_BEHAVIOR_FADING }),
+        GainCase{ "AlarmFading", 1, SOUND_BEHAVIOR_FADING },
+        GainCase{ "AlarmBoth", 1, SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING },
+        GainCase{ "UnknownOrdinary", 2, SOUND_BEHAVIOR_NONE },
+        GainCase{ "UnknownBoth", 2, SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING }),
     [](const auto& row) { return row.param.name; });
 } // namespace

@@ -219,6 +219,26 @@ TEST_F(ClockSoundPlayerTest, KeepsTheSourceOfAPlayerThatIsPrepared)
     EXPECT_EQ("/proc/self/status", playerDouble().uri);
 }
 
+TEST_F(ClockSoundPlayerTest, PlaysOnWhenItIsInitializedWhilePlaying)
+{
+    play();
+    Alarm second;
+    second.tone = "/proc/self/stat";
+    second.volume = 3;
+
+    initialize(second);
+    handleMessages();
+
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+    EXPECT_EQ("/proc/self/status", playerDouble().uri);
+    EXPECT_EQ(3, alarmVolume());
+    EXPECT_EQ(0, soundManagerDouble().held);
+    EXPECT_THAT(
+        calls("player"), ElementsAre("player_set_sound_stream_info", "player_set_error_cb"));
+    EXPECT_THAT(criticals(),
+        ElementsAre("isSupportSpeaker = 1", "streamType [2]", "player is not in idle"));
+}
+
 TEST_F(ClockSoundPlayerTest, TakesTheStreamTypeOfItsLastInitialization)
 {
     play();
@@ -611,6 +631,25 @@ TEST_F(ClockSoundPlayerRampTest, ReplacesTheEarlierOne)
     EXPECT_TRUE(uiTimerDouble().timers[1]->active);
 }
 
+TEST_F(ClockSoundPlayerRampTest, ClimbsOnToTheTargetOfALaterInitializationWithoutOne)
+{
+    initialize(ramp);
+    ramp.increasingVolume = 0;
+    ramp.volume = 5;
+    initialize(ramp);
+    EXPECT_EQ(5, alarmVolume());
+    soundManagerDouble().volumes[SOUND_TYPE_ALARM] = 4;
+
+    timer().tick();
+    EXPECT_EQ(5, alarmVolume());
+    EXPECT_TRUE(timer().active);
+    timer().tick();
+
+    EXPECT_EQ(5, alarmVolume());
+    EXPECT_FALSE(timer().active);
+    EXPECT_EQ(1u, uiTimerDouble().timers.size());
+}
+
 TEST_F(ClockSoundPlayerRampTest, StartsWithTheVolumeWithoutAPlayerToo)
 {
     ramp.tone = kMissing;
@@ -660,6 +699,21 @@ TEST_F(ClockSoundPlayerTest, ReportsAStreamThatCannotBeDestroyed)
     player.reset();
 
     EXPECT_THAT(criticals(), ElementsAre("ret [-26607615]"));
+    soundManagerDouble().alive = 0;
+}
+
+TEST_F(ClockSoundPlayerTest, ReportsAFormerStreamThatCannotBeDestroyed)
+{
+    play();
+    initialize(ClockSoundType::Melody);
+    soundManagerDouble().results["sound_manager_destroy_stream_information"]
+        = SOUND_MANAGER_ERROR_INTERNAL;
+    forget();
+
+    player.reset();
+
+    EXPECT_THAT(dlogDouble().messagesWithFunctions(DLOG_ERROR),
+        ElementsAre("_destroyStreamInfo: ret [-26607615]", "_destroyStreamInfo: ret [-26607615]"));
     soundManagerDouble().alive = 0;
 }
 
