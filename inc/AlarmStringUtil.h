@@ -10,14 +10,14 @@
  * without state, each reading the settings anew. Main loop only.
  *
  * Translations are of the text domain "alarm-merid", in the language of the
- * process. Texts are UTF-8; one that does not fit its limit ends with its last
- * whole character.
+ * process. Texts are UTF-8; one that does not fit its limit, in which the byte
+ * that ends it has its place, ends with its last whole character.
  */
 class AlarmStringUtil {
 public:
     /**
-     * Upper case of s in its place, which has room for 256 bytes with the end of the text. A text
-     * that is not UTF-8 stays as it is.
+     * Upper case of s in its place, which has room for 256 bytes. A text that is not UTF-8 stays as
+     * it is.
      */
     static void changeStringToUpper(char* s);
 

@@ -321,15 +321,18 @@ TEST_F(AlarmStringUtilTest, AWrapperWithoutAPlaceIsShownAlone)
     EXPECT_EQ("Soon", toast(2, 0, 0));
 }
 
-TEST_F(AlarmStringUtilTest, ACountsTextEndsAt256Bytes)
+TEST_F(AlarmStringUtilTest, ACountsTextEndsWithAWholeCharacterInside256Bytes)
 {
     std::string filler;
-    for (int i = 0; i < 127; ++i)
+    for (int i = 0; i < 126; ++i)
         filler += "\u00E4";
-    gettextDouble().plurals[kDays][2] = "%d" + filler + "\u00E4\u00E4"; // 260 bytes
     gettextDouble().texts[kWrapper] = "%s";
 
-    // Of the 256 bytes that "-1" and the filler take, one is the number.
+    // "-1", of which the number is one byte, and what ends the text take three of the 256.
+    gettextDouble().plurals[kDays][2] = "%dx" + filler + "\u00E4";
+    EXPECT_EQ("2x" + filler, toast(2, 0, 0));
+
+    gettextDouble().plurals[kDays][2] = "%d" + filler + "\u00E4\u00E4";
     EXPECT_EQ("2" + filler, toast(2, 0, 0));
 }
 
@@ -338,11 +341,12 @@ TEST_F(AlarmStringUtilTest, AToastEndsWithAWholeCharacterInside256Bytes)
     std::string filler;
     for (int i = 0; i < 90; ++i)
         filler += "\u0E01"; // three bytes
-    gettextDouble().texts[kWrapper] = "xy" + filler;
-    EXPECT_EQ("xy" + filler.substr(0, 252), toast(0, 0, 0)); // a third byte is the 257th
+    gettextDouble().texts[kWrapper] = filler;
+    EXPECT_EQ(filler.substr(0, 255), toast(0, 0, 0));
 
+    // The 256th byte is the one that ends the text.
     gettextDouble().texts[kWrapper] = "x" + filler;
-    EXPECT_EQ("x" + filler.substr(0, 255), toast(0, 0, 0));
+    EXPECT_EQ("x" + filler.substr(0, 252), toast(0, 0, 0));
 }
 
 TEST_F(AlarmStringUtilTest, TheTextDomainIsBoundToTheApplicationsCatalogues)
