@@ -4,7 +4,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
-using testing::Not;
 
 namespace {
 const char* const kMissing = "/proc/self/no such tone";
