@@ -64,8 +64,7 @@ public:
         script->maySettle.wait();
         return script->settles;
     }
-    std::uint32_t pass() const override { return 0; }
-    void repeat() override { ++script->repeats; }
+    void repeat(std::uint32_t) override { ++script->repeats; }
     bool isOutdated() override { return false; }
 };
 

@@ -56,8 +56,12 @@ GstTone::GstTone(const std::string& uri, const std::string& role, Events events)
     if (!player)
         throw std::runtime_error("GStreamer has no playbin");
     _pipeline.reset(GST_ELEMENT(gst_object_ref_sink(player)));
-    g_object_set(_pipeline.get(), "uri", uri.c_str(), "flags", kPlayAudio, "audio-sink",
-        _makeSink(role).get(), nullptr);
+    const Element sink = _makeSink(role);
+    GstPad* pad = gst_element_get_static_pad(sink.get(), "sink");
+    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_EVENT_FLUSH, _flushCb, this, nullptr);
+    gst_object_unref(pad);
+    g_object_set(_pipeline.get(), "uri", uri.c_str(), "flags", kPlayAudio, "audio-sink", sink.get(),
+        nullptr);
     GstBus* bus = gst_element_get_bus(_pipeline.get());
     gst_bus_set_sync_handler(bus, _messageCb, this, nullptr);
     gst_object_unref(bus);
@@ -151,16 +155,29 @@ bool GstTone::seek(int milliseconds, bool isAccurate)
         GST_SEEK_FLAG_FLUSH | (isAccurate ? GST_SEEK_FLAG_ACCURATE : GST_SEEK_FLAG_KEY_UNIT));
 }
 
-void GstTone::repeat() { _seek(0, GST_SEEK_FLAG_NONE); }
+void GstTone::repeat(std::uint32_t pass)
+{
+    if (_pass != pass)
+        return;
+    _pass = gst_util_seqnum_next();
+    _seek(0, GST_SEEK_FLAG_NONE);
+}
 
 bool GstTone::_seek(GstClockTime position, int flags)
 {
-    GstEvent* event = gst_event_new_seek(1.0, GST_FORMAT_TIME,
-        static_cast<GstSeekFlags>(flags | GST_SEEK_FLAG_SEGMENT), GST_SEEK_TYPE_SET,
-        static_cast<gint64>(position), GST_SEEK_TYPE_NONE, 0);
-    const std::uint32_t pass = gst_event_get_seqnum(event);
-    _pass = pass;
-    return gst_element_send_event(_pipeline.get(), event) != FALSE;
+    return gst_element_send_event(_pipeline.get(),
+               gst_event_new_seek(1.0, GST_FORMAT_TIME,
+                   static_cast<GstSeekFlags>(flags | GST_SEEK_FLAG_SEGMENT), GST_SEEK_TYPE_SET,
+                   static_cast<gint64>(position), GST_SEEK_TYPE_NONE, 0))
+        != FALSE;
+}
+
+// Only now has the pass before a jump stopped: until here it can still end, as that pass.
+GstPadProbeReturn GstTone::_flushCb(GstPad*, GstPadProbeInfo* info, gpointer data)
+{
+    if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP)
+        static_cast<GstTone*>(data)->_pass = gst_util_seqnum_next();
+    return GST_PAD_PROBE_OK;
 }
 
 bool GstTone::_hasSound()
@@ -206,7 +223,7 @@ void GstTone::_handle(GstMessage* message)
         break;
     }
     case GST_MESSAGE_SEGMENT_DONE:
-        _events.ended(gst_message_get_seqnum(message));
+        _events.ended(_pass);
         break;
     case GST_MESSAGE_ERROR:
         _handleError(message);

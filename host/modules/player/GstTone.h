@@ -20,8 +20,7 @@ public:
     bool pause() override;
     bool seek(int milliseconds, bool isAccurate) override;
     bool settle() override;
-    std::uint32_t pass() const override { return _pass; }
-    void repeat() override;
+    void repeat(std::uint32_t pass) override;
     bool isOutdated() override;
 
 private:
@@ -31,6 +30,7 @@ private:
     using Element = std::unique_ptr<GstElement, Unref>;
 
     static GstBusSyncReply _messageCb(GstBus* bus, GstMessage* message, gpointer data);
+    static GstPadProbeReturn _flushCb(GstPad* pad, GstPadProbeInfo* info, gpointer data);
     static Element _makeServerSink(const std::string& role);
     Element _makeSink(const std::string& role);
     void _handle(GstMessage* message);
@@ -42,7 +42,7 @@ private:
     const Events _events;
     bool _isMute = false; ///< for want of a sound server
     Element _pipeline;
-    std::atomic<std::uint32_t> _pass{ 0 };
+    std::atomic<std::uint32_t> _pass{ 0 }; ///< a number that no other pass in this process has
 
     std::mutex
         _mutex; ///< guards what follows; taken by the pipeline's threads, so only for a moment

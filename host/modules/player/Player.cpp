@@ -53,12 +53,6 @@ void callEngine(const char* engine, const char* function)
     }
 }
 
-// Passes are counted round and round.
-bool isBefore(std::uint32_t one, std::uint32_t other)
-{
-    return static_cast<std::int32_t>(one - other) < 0;
-}
-
 // The URI of what is an absolute path or a URI; empty when it is neither.
 std::string uriOf(const std::string& text)
 {
@@ -144,7 +138,7 @@ int Player::prepare(player_prepared_cb callback, void* userData)
         return PLAYER_ERROR_INVALID_OPERATION;
     const unsigned number = ++_tones;
     Tone::Events events;
-    events.ended = [this](std::uint32_t at) { _thread.post([=] { _ended(at); }); };
+    events.ended = [this](std::uint32_t pass) { _thread.post([=] { _ended(pass); }); };
     events.failed = [this, number](int error) { _thread.post([=] { _failed(number, error); }); };
     const auto tone = std::make_shared<ToneThread>(
         [uri = _uri, role = _role](const Tone::Events& to) { return makeTone(uri, role, to); },
@@ -288,14 +282,12 @@ void Player::_settled(unsigned number, const Task& completed)
 }
 
 // A pass ends when the last of it is on its way to the sink, which can be before it is heard.
-void Player::_ended(std::uint32_t number)
+void Player::_ended(std::uint32_t pass)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    if (!_tone || isBefore(number, _tone->pass()))
-        return;
-    _endedPass = _tone->pass();
-    if (_isLooping)
-        _tone->repeat(_endedPass);
+    _endedPass = pass;
+    if (_tone && _isLooping)
+        _tone->repeat(pass);
 }
 
 void Player::_failed(unsigned tone, int error)

@@ -41,7 +41,7 @@ private:
 
     void _opened(unsigned number, int error, const Task& prepared);
     void _settled(unsigned number, const Task& completed);
-    void _ended(std::uint32_t number);
+    void _ended(std::uint32_t pass);
     void _failed(unsigned tone, int error);
 
     std::shared_ptr<ToneThread> _toneIn(std::initializer_list<player_state_e> states);

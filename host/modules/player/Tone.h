@@ -6,14 +6,14 @@
 
 /**
  * One opened sound, which goes to the sound server, or, without one, to nowhere in the same time.
- * One thread, which a server that hangs holds up; cancel and pass are for any, and do not wait.
+ * One thread, which a server that hangs holds up; cancel is for any, and does not wait.
  */
 class Tone {
 public:
     /// Called from the tone's own threads; must not wait for the tone.
     struct Events {
-        /// The pass of this number, or, of some formats, the one that began before it, is ending.
-        std::function<void(std::uint32_t number)> ended;
+        /// The last of this pass through the sound is on its way; no other tone has its number.
+        std::function<void(std::uint32_t pass)> ended;
         std::function<void(int error)> failed; ///< a PLAYER_ERROR_* code, after open
     };
 
@@ -37,10 +37,9 @@ public:
     /// it takes too long.
     virtual bool settle() = 0;
 
-    /// Which pass through the sound is under way: a higher number after each seek and repeat.
-    virtual std::uint32_t pass() const = 0;
-    /// Goes on with the beginning, without a gap. To be called at the end of a pass.
-    virtual void repeat() = 0;
+    /// Goes on with the beginning when the pass has ended, without a gap; does nothing once a jump
+    /// or a repeat has begun another one.
+    virtual void repeat(std::uint32_t pass) = 0;
 
     /// Whether it goes to nowhere although there is a sound server by now.
     virtual bool isOutdated() = 0;

@@ -68,17 +68,11 @@ void ToneThread::settle(const Settled& settled)
     });
 }
 
-std::uint32_t ToneThread::pass()
-{
-    const std::lock_guard<std::mutex> lock(_mutex);
-    return _tone ? _tone->pass() : 0;
-}
-
 void ToneThread::repeat(std::uint32_t pass)
 {
     _post([this, pass] {
-        if (_tone && _tone->pass() == pass)
-            _tone->repeat();
+        if (_tone)
+            _tone->repeat(pass);
     });
 }
 

@@ -37,8 +37,7 @@ public:
     /// Tells when the last jump is done, or never will be.
     void settle(const Settled& settled);
 
-    std::uint32_t pass();
-    /// Goes on with the beginning unless the pass is over. Does not wait.
+    /// As the tone's; does not wait.
     void repeat(std::uint32_t pass);
 
 private:
