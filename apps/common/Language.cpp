@@ -1,9 +1,9 @@
 #include "common/Language.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <memory>
-#include <regex>
 #include <string>
 #include <vconf.h>
 
@@ -13,11 +13,12 @@ namespace {
 // A text that it does not have is English.
 std::string languagesOf(const std::string& language)
 {
-    static const std::regex withScript("([a-z]+)_[A-Z][a-z]{3}(_.+)?");
-    std::smatch parts;
-    const std::string bare
-        = std::regex_match(language, parts, withScript) ? ":" + parts.str(1) + parts.str(2) : "";
-    return (language.empty() ? "" : language + bare + ":") + "en";
+    const size_t scriptSize = 4;
+    std::string bare = language;
+    const size_t script = std::min(language.find('_'), language.size());
+    if (std::min(language.find('_', script + 1), language.size()) == script + 1 + scriptSize)
+        bare.erase(script, 1 + scriptSize);
+    return (language.empty() ? "" : language + ":") + (bare == language ? "" : bare + ":") + "en";
 }
 
 } // namespace

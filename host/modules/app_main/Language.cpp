@@ -4,10 +4,10 @@
 #include "host/common/Log.h"
 #include "host/common/SettingsStore.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <exception>
-#include <regex>
 #include <string>
 #include <utils_i18n.h>
 #include <vconf.h>
@@ -26,11 +26,12 @@ std::string localeUnder(const char* key)
 // English comes last, for a text that the language does not have.
 std::string languagesOf(const std::string& language)
 {
-    static const std::regex withScript("([a-z]+)_[A-Z][a-z]{3}(_.+)?");
-    std::smatch parts;
-    const std::string bare
-        = std::regex_match(language, parts, withScript) ? ":" + parts.str(1) + parts.str(2) : "";
-    return (language.empty() ? "" : language + bare + ":") + "en";
+    const size_t scriptSize = 4;
+    std::string bare = language;
+    const size_t script = std::min(language.find('_'), language.size());
+    if (std::min(language.find('_', script + 1), language.size()) == script + 1 + scriptSize)
+        bare.erase(script, 1 + scriptSize);
+    return (language.empty() ? "" : language + ":") + (bare == language ? "" : bare + ":") + "en";
 }
 
 // gettext goes by LANGUAGE in any locale but "C", so the machine needs no locales of its own.
