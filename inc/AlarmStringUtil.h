@@ -10,14 +10,14 @@
  * without state, each reading the settings anew. Main loop only.
  *
  * Translations are of the text domain "alarm-merid", in the language of the
- * process. Texts are UTF-8; one that does not fit its limit, in which the byte
- * that ends it has its place, ends with its last whole character.
+ * process. Texts are UTF-8; one that is longer than its limit ends with its last
+ * whole character. A limit does not count the byte that ends the text.
  */
 class AlarmStringUtil {
 public:
     /**
-     * Upper case of s in its place, which has room for 256 bytes. A text that is not UTF-8 stays as
-     * it is.
+     * Upper case of s, at most 256 bytes of it, in its place, which has room for them and the end
+     * of the text. What is not UTF-8 has no upper case, and stays as it is.
      */
     static void changeStringToUpper(char* s);
 
@@ -38,7 +38,7 @@ public:
      */
     static void getAlertTimeOffset(AlarmDbData alarm, int& days, int& hours, int& minutes);
 
-    /** "Alarm set for ... from now" in at most 256 bytes, without the parts that are 0. */
+    /** "Alarm set for ... from now" in at most 255 bytes, without the parts that are 0. */
     static void generateAlertOffsetToastPopupText(
         int days, int hours, int minutes, std::string& out);
 

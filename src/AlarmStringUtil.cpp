@@ -50,8 +50,8 @@ std::string cutText(const std::string& text, size_t size)
     return text.substr(0, size);
 }
 
-// What a buffer of size bytes holds of the text, before the byte that ends it.
-std::string bufferedText(const std::string& text, size_t size) { return cutText(text, size - 1); }
+// What a print into size bytes leaves of the text, before the byte that ends it.
+std::string printedText(const std::string& text, size_t size) { return cutText(text, size - 1); }
 
 bool beginsWith(const std::string& text, const char* beginning)
 {
@@ -228,7 +228,7 @@ std::string countText(const char* message, int count)
     std::string text = dngettext(kTextDomain, message, message, static_cast<unsigned long>(count));
     if (!AlarmStringUtil::_checkNumberFormat(text.c_str(), "%d"))
         return text;
-    const std::string printed = bufferedText(filled(text, 'd', "-1"), kCountSize);
+    const std::string printed = printedText(filled(text, 'd', "-1"), kCountSize);
     return AlarmStringUtil::replaceString(printed, "-1", regionDigits(count));
 }
 
@@ -300,7 +300,7 @@ void AlarmStringUtil::changeStringToUpper(char* s)
 {
     if (!s || !g_utf8_validate(s, -1, nullptr))
         return;
-    const std::string upper = bufferedText(takenText(g_utf8_strup(s, -1)), kUpperSize);
+    const std::string upper = cutText(takenText(g_utf8_strup(s, -1)), kUpperSize);
     memcpy(s, upper.c_str(), upper.size() + 1);
 }
 
@@ -385,7 +385,7 @@ void AlarmStringUtil::generateAlertOffsetToastPopupText(
         LOG_CRITICAL("day & hour & min[%s]", phrase.c_str());
     }
     const std::string wrapper = dgettext(kTextDomain, "WDS_ALM_TPOP_ALARM_SET_FOR_PS_FROM_NOW_ABB");
-    out = bufferedText(filled(wrapper, 's', phrase), kToastSize);
+    out = printedText(filled(wrapper, 's', phrase), kToastSize);
     LOG_CRITICAL("text in = %s", out.c_str());
 }
 
@@ -403,7 +403,7 @@ void AlarmStringUtil::getAlarmTimeString(AlarmDbData alarm, std::string& out)
     AlarmIcuDataModel::getFormattedDateString(
         time, formatted.data(), kWorkingSize, nullptr, twelveHours ? "hhmm" : "HHmm", zoneId);
     if (!twelveHours) {
-        out = bufferedText(withRatio(formatted.data(), region), kTimeSize);
+        out = cutText(withRatio(formatted.data(), region), kTimeSize);
         return;
     }
 
@@ -414,7 +414,7 @@ void AlarmStringUtil::getAlarmTimeString(AlarmDbData alarm, std::string& out)
         = replaceString(replaceString(formatted.data(), marker.data(), ""), " ", "");
     const std::string shown = withRatio(bare, region);
     out = markerFirst ? marker.data() + (" " + shown) : shown + " " + marker.data();
-    out = bufferedText(out, kTimeSize);
+    out = cutText(out, kTimeSize);
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
@@ -428,7 +428,7 @@ void AlarmStringUtil::getAlarmDateRepeatString(AlarmDbData alarm, std::string& o
     out = rowSizeTag(takenText(AlarmIcuDataModel::getCurrentRegionFormat()));
     for (int position = 0; position < kDaysOfWeek; ++position)
         out += takenText(_setAlarmRepeatPartText(alarm, position, markup));
-    out = bufferedText(out, kRepeatSize);
+    out = cutText(out, kRepeatSize);
 }
 
 char* AlarmStringUtil::_setAlarmRepeatPartText(const AlarmDbData& alarm, int position, bool markup)

@@ -80,36 +80,47 @@ TEST_F(AlarmStringUtilTest, UpperCaseOfNothingIsNothing)
     EXPECT_STREQ("", text);
 }
 
+TEST_F(AlarmStringUtilTest, UpperCaseEndsAt256Bytes)
+{
+    for (const size_t size : { 255, 256, 257, 300 }) {
+        std::array<char, 301> text = {};
+        std::fill_n(text.begin(), size, 'x');
+
+        AlarmStringUtil::changeStringToUpper(text.data());
+
+        EXPECT_EQ(std::string(std::min<size_t>(size, 256), 'X'), text.data()) << size;
+    }
+}
+
 TEST_F(AlarmStringUtilTest, UpperCaseEndsWithAWholeCharacterInside256Bytes)
 {
     std::array<char, 300> text = {};
-    std::string lower(100, 'x');
+    std::string lower(101, 'x');
     for (int i = 0; i < 95; ++i)
-        lower += "\u00FC"; // one of them takes the 255th and the 256th byte
+        lower += "\u00FC"; // one of them takes the 256th and the 257th byte
     ASSERT_LT(lower.size(), text.size() - 1);
     std::copy(lower.begin(), lower.end(), text.begin());
     text.back() = '#';
 
     AlarmStringUtil::changeStringToUpper(text.data());
 
-    EXPECT_EQ(254u, strlen(text.data()));
-    EXPECT_STREQ("\u00DC", text.data() + 252);
+    EXPECT_EQ(255u, strlen(text.data()));
+    EXPECT_STREQ("\u00DC", text.data() + 253);
     EXPECT_EQ('#', text.back());
 }
 
-TEST_F(AlarmStringUtilTest, UpperCaseLeavesRoomForTheEndOfTheText)
+TEST_F(AlarmStringUtilTest, UpperCaseMayBeLongerThanTheText)
 {
-    std::array<char, 256> text = {};
-    std::fill_n(text.begin(), 255, 'x');
-    AlarmStringUtil::changeStringToUpper(text.data());
-    EXPECT_EQ(std::string(255, 'X'), text.data());
+    std::array<char, 257> text = {};
+    std::string upper;
+    for (size_t i = 0; i < 50; ++i) {
+        std::copy_n("\u0390", 2, text.begin() + 2 * i);
+        upper += "\u0399\u0308\u0301"; // six bytes
+    }
 
-    std::fill_n(text.begin(), 254, '\xC3');
-    for (size_t i = 1; i < 254; i += 2)
-        text[i] = '\x9F'; // it becomes two letters of a byte each
-    text[254] = 'x';
     AlarmStringUtil::changeStringToUpper(text.data());
-    EXPECT_EQ(std::string(254, 'S') + 'X', text.data());
+
+    EXPECT_EQ(upper.substr(0, 256), text.data());
 }
 
 TEST_F(AlarmStringUtilTest, WhatIsNoTextKeepsItsCase)
@@ -328,7 +339,7 @@ TEST_F(AlarmStringUtilTest, ACountsTextEndsWithAWholeCharacterInside256Bytes)
         filler += "\u00E4";
     gettextDouble().texts[kWrapper] = "%s";
 
-    // "-1", of which the number is one byte, and what ends the text take three of the 256.
+    // "-1", of which the number is one byte, and the end of the text take three of the 256.
     gettextDouble().plurals[kDays][2] = "%dx" + filler + "\u00E4";
     EXPECT_EQ("2x" + filler, toast(2, 0, 0));
 

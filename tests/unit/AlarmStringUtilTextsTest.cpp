@@ -426,6 +426,9 @@ TEST_F(AlarmTextsTest, WeekdayRowEndsWithAWholeCharacterInside1024Bytes)
         whole += "<color=#623a9eff>" + letter + "</color> ";
     whole += "<color=#623a9eff>" + letter;
 
-    // 36 letters of the sixth day would be 1024 bytes without the one that ends the text.
-    EXPECT_EQ(whole.substr(0, 1021), row);
+    EXPECT_EQ(whole.substr(0, 1024), row);
+
+    // A byte less before it: the last letter has two of its three.
+    gettextDouble().texts["WDS_ALM_BUTTON_S_M_SUNDAY_ABB"] = letter.substr(3) + "xx";
+    EXPECT_EQ(1023u, dateText(true).size());
 }
