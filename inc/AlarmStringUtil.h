@@ -22,8 +22,8 @@ public:
     static void changeStringToUpper(char* s);
 
     /**
-     * n in the digits of the region format; release it with g_free(). Null when
-     * there is no region format.
+     * n in the digits of the region format, of which 19 UTF-16 units count, empty when it
+     * has more than 20; release it with g_free(). Null when there is no region format.
      */
     static char* changeNumberToString(int n);
 

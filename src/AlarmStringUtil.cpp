@@ -53,6 +53,9 @@ std::string cutText(const std::string& text, size_t size)
 // What a print into size bytes leaves of the text, before the byte that ends it.
 std::string printedText(const std::string& text, size_t size) { return cutText(text, size - 1); }
 
+// Of a character of two UTF-16 units.
+bool isFirstHalf(i18n_uchar unit) { return (unit & 0xFC00U) == 0xD800; }
+
 bool beginsWith(const std::string& text, const char* beginning)
 {
     return text.compare(0, strlen(beginning), beginning) == 0;
@@ -307,6 +310,7 @@ void AlarmStringUtil::changeStringToUpper(char* s)
 char* AlarmStringUtil::changeNumberToString(int n)
 {
     const int32_t numberUnits = 20;
+    const size_t lastUnit = numberUnits - 2; // before the end of the text
     const size_t longestUnit = 3; // bytes
 
     const HeapText setting(vconf_get_str(kRegionFormatKey));
@@ -321,10 +325,14 @@ char* AlarmStringUtil::changeNumberToString(int n)
         LOG_CRITICAL("Failed to perform i18n_unumber_create()");
     }
     std::array<i18n_uchar, numberUnits> number = {};
-    if (i18n_unumber_format(format.get(), n, number.data(), numberUnits, nullptr) <= 0)
+    const int32_t length
+        = i18n_unumber_format(format.get(), n, number.data(), numberUnits, nullptr);
+    if (length <= 0 || length > numberUnits)
         LOG_CRITICAL("Failed to perform i18n_unumber_format()");
 
     number.back() = 0;
+    if (isFirstHalf(number[lastUnit]))
+        number[lastUnit] = 0;
     std::array<char, numberUnits* longestUnit> text = {};
     i18n_ustring_copy_au_n(text.data(), number.data(), text.size() - 1);
     return g_strdup(text.data());

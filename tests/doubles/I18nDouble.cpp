@@ -22,15 +22,23 @@ std::string utf8Of(const i18n_uchar* text, int32_t limit)
     return result;
 }
 
-// As ICU: what fits is written, and terminated when there is room.
-int32_t write(const std::string& text, i18n_uchar* out, int32_t capacity)
+std::basic_string<i18n_uchar> unitsOf(const std::string& text)
 {
     glong length = 0;
-    gunichar2* units = g_utf8_to_utf16(text.c_str(), -1, nullptr, &length, nullptr);
-    for (glong i = 0; i <= length && i < capacity; ++i)
-        out[i] = units[i];
-    g_free(units);
-    return static_cast<int32_t>(length);
+    gunichar2* made = g_utf8_to_utf16(text.c_str(), -1, nullptr, &length, nullptr);
+    std::basic_string<i18n_uchar> units(made, static_cast<size_t>(length));
+    g_free(made);
+    return units;
+}
+
+// As the platform: nothing of a text that does not fit, and its end when there is room.
+int32_t write(const std::string& text, i18n_uchar* out, int32_t capacity)
+{
+    const std::basic_string<i18n_uchar> units = unitsOf(text);
+    const auto length = static_cast<int32_t>(units.size());
+    if (length <= capacity)
+        std::copy_n(units.c_str(), std::min(length + 1, capacity), out);
+    return length;
 }
 
 int make(int code, const I18nHandle& handle, void** out)
@@ -112,7 +120,8 @@ int i18n_ulocale_get_default(const char** locale)
 
 i18n_uchar* i18n_ustring_copy_ua_n(i18n_uchar* dest, const char* src, int32_t n)
 {
-    write(src, dest, n);
+    const std::basic_string<i18n_uchar> units = unitsOf(src);
+    std::copy_n(units.c_str(), std::min(static_cast<int32_t>(units.size()) + 1, n), dest);
     return dest;
 }
 
@@ -199,9 +208,13 @@ int i18n_udatepg_get_best_pattern(i18n_udatepg_h dtpg, const i18n_uchar* skeleto
         return I18N_ERROR_INVALID_PARAMETER;
     const std::string asked = utf8Of(skeleton, len);
     i18nDouble().skeletons.push_back(asked);
-    if (i18nDouble().bestPatternCode == I18N_ERROR_NONE)
-        *best_pattern_len = write(answerOf(i18nDouble().patterns, asked), best_pattern, capacity);
-    return i18nDouble().bestPatternCode;
+    if (i18nDouble().bestPatternCode != I18N_ERROR_NONE)
+        return i18nDouble().bestPatternCode;
+    const int32_t length = write(answerOf(i18nDouble().patterns, asked), best_pattern, capacity);
+    if (length > capacity)
+        return I18N_ERROR_BUFFER_OVERFLOW;
+    *best_pattern_len = length;
+    return I18N_ERROR_NONE;
 }
 
 int i18n_udate_create(i18n_udate_format_style_e time_style, i18n_udate_format_style_e date_style,

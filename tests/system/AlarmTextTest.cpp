@@ -187,6 +187,19 @@ TEST_F(AlarmTextTest, TextsAreAsTheirReadersKnowThem)
     EXPECT_EQ("07\u223630", timeText(alarmAt(1715664600)));
 }
 
+// Its digits are of two units each, and a number has room for 19.
+TEST_F(AlarmTextTest, ANumberOfManyUnitsEndsWithAWholeDigit)
+{
+    setLocale("ccp_BD");
+    EXPECT_EQ(
+        direct::number("ccp_BD", 12345678), taken(AlarmStringUtil::changeNumberToString(12345678)));
+
+    const std::string twentyUnits = direct::number("ccp_BD", -12345678);
+    EXPECT_EQ(twentyUnits.substr(0, twentyUnits.size() - 4),
+        taken(AlarmStringUtil::changeNumberToString(-12345678)));
+    EXPECT_EQ("", taken(AlarmStringUtil::changeNumberToString(2147483647)));
+}
+
 TEST_F(AlarmTextTest, FirstWeekdayIsSundayMondayOrSaturday)
 {
     for (const auto& [locale, day] :

@@ -148,12 +148,34 @@ TEST_F(AlarmStringUtilTest, NumbersAreInTheRegionsDigits)
 TEST_F(AlarmStringUtilTest, NumbersHaveAtMost19Units)
 {
     std::string digits;
-    for (int i = 0; i < 30; ++i)
+    for (int i = 0; i < 20; ++i)
         digits += "\u0967";
     i18nDouble().numbers["1"] = digits;
+    EXPECT_EQ(digits.substr(0, 19UL * 3), number(1));
 
+    i18nDouble().numbers["1"] = digits.substr(0, 19UL * 3);
     EXPECT_EQ(digits.substr(0, 19UL * 3), number(1));
     EXPECT_THAT(dlogDouble().lines, IsEmpty());
+}
+
+TEST_F(AlarmStringUtilTest, ANumberDoesNotEndInsideADigit)
+{
+    std::string digits;
+    for (int i = 0; i < 10; ++i)
+        digits += "\U00011137"; // two units each, of which the 19th is half a digit
+    i18nDouble().numbers["1"] = digits;
+
+    EXPECT_EQ(digits.substr(0, 9UL * 4), number(1));
+    EXPECT_THAT(dlogDouble().lines, IsEmpty());
+}
+
+TEST_F(AlarmStringUtilTest, ANumberOfMoreUnitsThanItsBufferIsLoggedAndEmpty)
+{
+    i18nDouble().numbers["1"] = std::string(21, '1');
+
+    EXPECT_EQ("", number(1));
+
+    EXPECT_THAT(dlogDouble().criticals(), ElementsAre("Failed to perform i18n_unumber_format()"));
 }
 
 TEST_F(AlarmStringUtilTest, NumbersTake32BytesOfTheRegion)
