@@ -17,6 +17,7 @@
 
 namespace {
 const char* const kOffset = "getAlertTimeOffset";
+const char* const kNumber = "changeNumberToString";
 const char* const kTextDomain = "alarm-merid";
 const char* const kTimeFormatKey = "db/menu_widget/regionformat_time1224";
 const char* const kRatio = "\xE2\x88\xB6";
@@ -203,10 +204,38 @@ void correctForStandardTime(const AlarmDbData& alarm, time_t now, Offset& offset
     }
 }
 
+std::string numberText(const std::string& locale, int n)
+{
+    const int32_t numberUnits = 20;
+    const size_t lastUnit = numberUnits - 2; // before the end of the text
+    const size_t longestUnit = 3; // bytes
+
+    NumberFormat format;
+    if (i18n_unumber_create(
+            I18N_UNUMBER_DECIMAL, nullptr, -1, locale.c_str(), nullptr, format.out())
+        != I18N_ERROR_NONE) {
+        LOG_CRITICAL_OF(kNumber, "Failed to perform i18n_unumber_create()");
+    }
+    std::array<i18n_uchar, numberUnits> number = {};
+    const int32_t length
+        = i18n_unumber_format(format.get(), n, number.data(), numberUnits, nullptr);
+    if (length <= 0 || length > numberUnits)
+        LOG_CRITICAL_OF(kNumber, "Failed to perform i18n_unumber_format()");
+
+    number.back() = 0;
+    if (isFirstHalf(number[lastUnit]))
+        number[lastUnit] = 0;
+    std::array<char, numberUnits* longestUnit> text = {};
+    i18n_ustring_copy_au_n(text.data(), number.data(), text.size() - 1);
+    return text.data();
+}
+
 std::string regionDigits(int count)
 {
     const GlibText digits(AlarmStringUtil::changeNumberToString(count));
-    return digits.get() ? digits.get() : std::to_string(count);
+    if (digits.get())
+        return digits.get();
+    return numberText(takenText(AlarmIcuDataModel::getCurrentRegionFormat()), count);
 }
 
 // What printf makes of a translation that has the text for each such conversion: "%%" is a percent
@@ -309,33 +338,10 @@ void AlarmStringUtil::changeStringToUpper(char* s)
 
 char* AlarmStringUtil::changeNumberToString(int n)
 {
-    const int32_t numberUnits = 20;
-    const size_t lastUnit = numberUnits - 2; // before the end of the text
-    const size_t longestUnit = 3; // bytes
-
     const HeapText setting(vconf_get_str(kRegionFormatKey));
     if (!setting.get())
         return nullptr;
-    const std::string region = localeOfRegionFormat(setting.get(), kNumberRegionSize);
-
-    NumberFormat format;
-    if (i18n_unumber_create(
-            I18N_UNUMBER_DECIMAL, nullptr, -1, region.c_str(), nullptr, format.out())
-        != I18N_ERROR_NONE) {
-        LOG_CRITICAL("Failed to perform i18n_unumber_create()");
-    }
-    std::array<i18n_uchar, numberUnits> number = {};
-    const int32_t length
-        = i18n_unumber_format(format.get(), n, number.data(), numberUnits, nullptr);
-    if (length <= 0 || length > numberUnits)
-        LOG_CRITICAL("Failed to perform i18n_unumber_format()");
-
-    number.back() = 0;
-    if (isFirstHalf(number[lastUnit]))
-        number[lastUnit] = 0;
-    std::array<char, numberUnits* longestUnit> text = {};
-    i18n_ustring_copy_au_n(text.data(), number.data(), text.size() - 1);
-    return g_strdup(text.data());
+    return g_strdup(numberText(localeOfRegionFormat(setting.get(), kNumberRegionSize), n).c_str());
 }
 
 std::string AlarmStringUtil::replaceString(

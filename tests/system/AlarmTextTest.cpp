@@ -200,6 +200,17 @@ TEST_F(AlarmTextTest, ANumberOfManyUnitsEndsWithAWholeDigit)
     EXPECT_EQ("", taken(AlarmStringUtil::changeNumberToString(2147483647)));
 }
 
+TEST_F(AlarmTextTest, ACountWithoutARegionIsWrittenAsInTheUnitedStates)
+{
+    setLocale("de_DE");
+    ASSERT_EQ(0, runCommand({ "hostctl", "key", "unset", "db/menu_widget/regionformat" }).status);
+
+    std::string toast;
+    AlarmStringUtil::generateAlertOffsetToastPopupText(1000, 0, 0, toast);
+
+    EXPECT_EQ("Der Wecker klingelt in 1,000 Tagen.", toast);
+}
+
 TEST_F(AlarmTextTest, FirstWeekdayIsSundayMondayOrSaturday)
 {
     for (const auto& [locale, day] :

@@ -291,11 +291,18 @@ TEST_F(AlarmStringUtilTest, ToastCountsInTheRegionsDigits)
     EXPECT_EQ("Set for \u0662 hrs from now", toast(0, 2, 0));
 }
 
-TEST_F(AlarmStringUtilTest, ToastCountsInPlainDigitsWithoutARegion)
+TEST_F(AlarmStringUtilTest, ToastCountsAsTheUnitedStatesWithoutARegion)
 {
     vconfDouble().texts.clear();
+    gettextDouble().plurals[kDays][1000] = "%d days";
+    i18nDouble().numbers["1000"] = "1,000";
 
-    EXPECT_EQ("Set for 2 hrs from now", toast(0, 2, 0));
+    EXPECT_EQ("Set for 1,000 days from now", toast(1000, 0, 0));
+
+    EXPECT_EQ("en_US", i18nDouble().lastOf(Kind::Number)->locale);
+    EXPECT_THAT(dlogDouble().criticals(),
+        ElementsAre("vconf_get_str() failed : region format", "day[1,000 days]",
+            "text in = Set for 1,000 days from now"));
 }
 
 TEST_F(AlarmStringUtilTest, ATranslationMayPutTheNumberAnywhereOrTwice)
