@@ -261,7 +261,8 @@ std::string countText(const char* message, int count)
     if (!AlarmStringUtil::_checkNumberFormat(text.c_str(), "%d"))
         return text;
     const std::string printed = printedText(filled(text, 'd', "-1"), kCountSize);
-    return AlarmStringUtil::replaceString(printed, "-1", regionDigits(count));
+    const std::string format = AlarmStringUtil::replaceString(printed, "-1", "%s");
+    return filled(format, 's', regionDigits(count));
 }
 
 std::string withRatio(const std::string& time, const std::string& region)
@@ -383,8 +384,10 @@ void AlarmStringUtil::generateAlertOffsetToastPopupText(
     int days, int hours, int minutes, std::string& out)
 {
     std::string phrase;
-    const auto add = [&phrase](const char* message, int count) {
-        phrase += (phrase.empty() ? "" : " ") + countText(message, count);
+    bool isFirst = true;
+    const auto add = [&](const char* message, int count) {
+        phrase += (isFirst ? "" : " ") + countText(message, count);
+        isFirst = false;
     };
     if (days > 0) {
         add("PLURAL_ZERO_ALM_TPOP_PD_DAYS", days);

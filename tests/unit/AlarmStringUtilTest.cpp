@@ -314,25 +314,44 @@ TEST_F(AlarmStringUtilTest, ATranslationMayPutTheNumberAnywhereOrTwice)
     EXPECT_EQ("Set for 2 (2) from now", toast(2, 0, 0));
 }
 
-TEST_F(AlarmStringUtilTest, ATranslationIsNoFormat)
+TEST_F(AlarmStringUtilTest, EveryMinusOneOfATranslationIsTheNumber)
 {
-    gettextDouble().plurals[kDays][2] = "%d days 100% %n %s";
+    gettextDouble().plurals[kDays][2] = "%d days (-1, -12)";
+
+    EXPECT_EQ("Set for 2 days (2, 22) from now", toast(2, 0, 0));
+}
+
+TEST_F(AlarmStringUtilTest, APieceWithoutATextHasItsPlace)
+{
+    gettextDouble().plurals[kHours][2] = "";
+    EXPECT_EQ("Set for 2 days  2 mins from now", toast(2, 2, 2));
+
+    gettextDouble().plurals[kDays][2] = "";
+    EXPECT_EQ("Set for   2 mins from now", toast(2, 2, 2));
+    EXPECT_EQ("Set for  2 mins from now", toast(2, 0, 2));
+}
+
+TEST_F(AlarmStringUtilTest, OtherConversionsOfATranslationStayAsTheyAre)
+{
+    gettextDouble().plurals[kDays][2] = "%d days 100% %n";
     gettextDouble().texts[kWrapper] = "50% of %s %d";
-    EXPECT_EQ("50% of 2 days 100% %n %s %d", toast(2, 0, 0));
+    EXPECT_EQ("50% of 2 days 100% %n %d", toast(2, 0, 0));
     gettextDouble().texts[kWrapper] = "50% of %s";
 
     gettextDouble().plurals[kDays][2] = "%n%n";
     EXPECT_EQ("50% of %n%n", toast(2, 0, 0));
 }
 
-TEST_F(AlarmStringUtilTest, TwoPercentSignsOfATranslationAreOne)
+// A number's text is printed with a number first, and then with its digits.
+TEST_F(AlarmStringUtilTest, TwoPercentSignsAreOneInEachPrint)
 {
-    gettextDouble().plurals[kDays][2] = "%d days at 100%%, %%d, %%s";
     gettextDouble().texts[kWrapper] = "50%% of %s, %%s%%";
-    EXPECT_EQ("50% of 2 days at 100%, %d, %s, %s%", toast(2, 0, 0));
+    gettextDouble().plurals[kDays][2] = "%d days at 100%%, %%d";
+    EXPECT_EQ("50% of 2 days at 100%, %d, %s%", toast(2, 0, 0));
 
     gettextDouble().texts[kWrapper] = "%s %";
-    EXPECT_EQ("2 days at 100%, %d, %s %", toast(2, 0, 0));
+    gettextDouble().plurals[kDays][2] = "%d %%%%";
+    EXPECT_EQ("2 % %", toast(2, 0, 0));
 }
 
 TEST_F(AlarmStringUtilTest, ATranslationWithoutANumberIsShownAsItIs)
