@@ -9,6 +9,8 @@
 struct ClockDouble {
     /// What gettimeofday and time answer.
     std::optional<timeval> now;
+    /// How often time was asked.
+    int timesAsked = 0;
     /// The sleeps asked for, in microseconds.
     std::vector<unsigned int> sleeps;
     /// Takes the place of a sleep.

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
+#include <utils_i18n.h>
 #include <vconf.h>
 
 namespace {
@@ -38,6 +39,24 @@ int hourAt(time_t instant)
     tzset();
     localtime_r(&instant, &local);
     return local.tm_hour;
+}
+
+// HH:mm of the instant in ICU's default zone; the locale makes no difference to it.
+std::string icuTime(const char* locale, time_t instant)
+{
+    const i18n_uchar pattern[] = { 'H', 'H', ':', 'm', 'm', 0 };
+    i18n_udate_format_h format = nullptr;
+    EXPECT_EQ(I18N_ERROR_NONE,
+        i18n_udate_create(
+            I18N_UDATE_PATTERN, I18N_UDATE_PATTERN, locale, nullptr, 0, pattern, -1, &format));
+    i18n_uchar wide[16] = {};
+    char text[16] = {};
+    int32_t length = 0;
+    EXPECT_EQ(I18N_ERROR_NONE,
+        i18n_udate_format_date(
+            format, static_cast<double>(instant) * 1000, wide, 16, nullptr, &length));
+    i18n_udate_destroy(format);
+    return i18n_ustring_copy_au_n(text, wide, 16);
 }
 
 // Expects one clear line, wrong usage, and nothing changed.
@@ -281,6 +300,26 @@ TEST_F(RegionTest, IcusDefaultZoneIsTheSessions)
     EXPECT_EQ("21:46", probe({ "icu-time", "1000000000" }));
     EXPECT_EQ("10:46", probe({ "icu-time", "1000000000" }, { { "TZ", "Asia/Seoul" } }));
     EXPECT_EQ("21:46", probe({ "icu-time", "1000000000" }, { { "TZ", std::nullopt } }));
+}
+
+TEST_F(RegionTest, IcusDefaultZoneStaysThatOfItsFirstUseInTheProcess)
+{
+    const time_t instant = 1000000000;
+    const std::string first = icuTime("en_GB", instant);
+
+    run({ "hostctl", "zone", "Asia/Seoul" });
+    EXPECT_EQ(10, hourAt(instant)); // the C library follows
+    EXPECT_EQ(first, icuTime("en_GB", instant));
+    EXPECT_EQ(first, icuTime("de_DE", instant));
+    run({ "hostctl", "zone", "America/New_York" });
+    EXPECT_EQ(21, hourAt(instant));
+    EXPECT_EQ(first, icuTime("fr_FR", instant));
+
+    setenv("TZ", "Asia/Kolkata", 1);
+    EXPECT_EQ(7, hourAt(instant));
+    EXPECT_EQ(first, icuTime("pl_PL", instant));
+    unsetenv("TZ");
+    EXPECT_EQ(first, icuTime("ru_RU", instant));
 }
 
 TEST_F(RegionTest, AnApplicationSpeaksTheDevicesLanguage)

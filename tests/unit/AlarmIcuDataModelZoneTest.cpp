@@ -45,6 +45,22 @@ protected:
     }
 
     static bool isZoneVariableSet() { return getenv("TZ") != nullptr; }
+
+    // The offset of the C library's zone as it was last read.
+    static long offsetInForce()
+    {
+        const time_t instant = 0;
+        tm local = {};
+        localtime_r(&instant, &local);
+        return local.tm_gmtoff;
+    }
+
+    static void expectTheMachinesZoneInForce()
+    {
+        const long inForce = offsetInForce();
+        tzset();
+        EXPECT_EQ(offsetInForce(), inForce);
+    }
 };
 } // namespace
 
@@ -357,6 +373,25 @@ TEST_F(AlarmIcuDataModelZoneTest, InstantByTheCLibraryFindsDaylightSavingTimeIts
 
     EXPECT_EQ(7, in.tm_hour);
     EXPECT_EQ(1, in.tm_isdst);
+}
+
+// Of two zones, one at least is not the machine's.
+TEST_F(AlarmIcuDataModelZoneTest, TheProcesssZoneIsTheMachinesAfterwards)
+{
+    for (const char* name : { "Asia/Seoul", "Pacific/Marquesas" }) {
+        SCOPED_TRACE(name);
+        setZone("America/New_York");
+        linkTarget = std::string("/usr/share/zoneinfo/") + name;
+        tm in = {};
+        in.tm_year = 120;
+        in.tm_mday = 1;
+        AlarmIcuDataModel::getTimeTFromTm(&in);
+        expectTheMachinesZoneInForce();
+
+        setZone("America/New_York");
+        AlarmIcuDataModel::verifyExistingTimeForDst(alarmAt(7, 30, 0, name));
+        expectTheMachinesZoneInForce();
+    }
 }
 
 TEST_F(AlarmIcuDataModelZoneTest, AnUnknownZoneIsUtcForTheCLibrary)

@@ -178,7 +178,11 @@ TEST_F(AlertOffsetTest, TheClockIsReadOnceAndTheZoneIsLeftAlone)
 {
     setNow("Asia/Seoul", 1715659200);
 
-    offsetOf(alarmAt(7, 30, 0, 1715664600));
+    for (const int days : { 0, 127, 1 }) {
+        clockDouble().timesAsked = 0;
+        offsetOf(alarmAt(7, 30, days, 1715664600));
+        EXPECT_EQ(1, clockDouble().timesAsked) << days;
+    }
 
     EXPECT_STREQ("Asia/Seoul", getenv("TZ"));
 }
