@@ -171,6 +171,19 @@ TEST(I18nDateTest, NoLocaleIsTheDefaultOneOfTheMoment)
     i18n_ulocale_set_default(before.c_str());
 }
 
+// ICU then has the default one's.
+TEST(I18nDateTest, ALocaleThatIcuDoesNotHaveFollowsTheDefaultOne)
+{
+    const std::string before = uloc_getDefault();
+    for (const char* locale : { "ko_KR", "en_GB", "ar_EG", "ko_KR" }) {
+        ASSERT_EQ(I18N_ERROR_NONE, i18n_ulocale_set_default(locale));
+        EXPECT_EQ(icuPattern("zz_ZZ", u"EMdyyyy"), Generator("zz_ZZ").best(u"EMdyyyy"));
+        EXPECT_EQ(icuText("zz_ZZ", u"UTC", u"EEEE a", 1e12),
+            Format("zz_ZZ", u"UTC", u"EEEE a").text(1e12));
+    }
+    i18n_ulocale_set_default(before.c_str());
+}
+
 TEST(I18nDateTest, NoZoneIsIcusDefaultOneOfTheMoment)
 {
     (void)Format("en_US", nullptr, u"HH:mm");

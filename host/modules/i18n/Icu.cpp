@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
 #include <unicode/uloc.h>
 
 namespace i18n {
@@ -38,6 +39,15 @@ static bool detectDefaultZone()
 }
 
 std::string localeName(const char* locale) { return locale ? locale : uloc_getDefault(); }
+
+std::u16string localeKey(const std::string& locale)
+{
+    std::u16string key(locale.begin(), locale.end());
+    const std::string_view byDefault = uloc_getDefault();
+    if (byDefault != locale)
+        key.append(1, u'\0').append(byDefault.begin(), byDefault.end());
+    return key;
+}
 
 bool isLocaleName(const char* locale)
 {

@@ -40,6 +40,10 @@ int guarded(Work work) noexcept
 /// The name of the locale, or of the default one for null.
 std::string localeName(const char* locale);
 
+/// The locale in the key of a cache, with the default one when that is another: ICU takes it for a
+/// locale that it does not have.
+std::u16string localeKey(const std::string& locale);
+
 /// False for a name that ICU does not survive in all of its calls.
 bool isLocaleName(const char* locale);
 

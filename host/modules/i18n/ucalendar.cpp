@@ -9,7 +9,7 @@ std::shared_ptr<UCalendar> calendarOf(const i18n::Zone& zone, const std::string&
 {
     static i18n::Cache<UCalendar> cache;
     std::u16string key(zone.id);
-    key.append({ u'\0', static_cast<char16_t>(type) }).append(locale.begin(), locale.end());
+    key.append({ u'\0', static_cast<char16_t>(type) }).append(i18n::localeKey(locale));
     return cache.get(key, [&]() -> std::shared_ptr<UCalendar> {
         if (!i18n::isLocaleName(locale.c_str())) {
             status = U_ILLEGAL_ARGUMENT_ERROR;

@@ -22,7 +22,7 @@ std::shared_ptr<UDateFormat> formatOf(i18n_udate_format_style_e time,
 {
     static i18n::Cache<UDateFormat> cache;
     std::u16string key(pattern);
-    key.append(1, u'\0').append(zone.id).append(1, u'\0').append(locale.begin(), locale.end());
+    key.append(1, u'\0').append(zone.id).append(1, u'\0').append(i18n::localeKey(locale));
     key.append({ u'\0', static_cast<char16_t>(time), static_cast<char16_t>(date) });
     return cache.get(key, [&]() -> std::shared_ptr<UDateFormat> {
         if (!i18n::isLocaleName(locale.c_str())) {

@@ -38,15 +38,14 @@ using Handle = std::shared_ptr<Patterns>;
 std::shared_ptr<Patterns> patternsOf(const std::string& locale, UErrorCode& status)
 {
     static i18n::Cache<Patterns> cache;
-    return cache.get(
-        std::u16string(locale.begin(), locale.end()), [&]() -> std::shared_ptr<Patterns> {
-            if (!i18n::isLocaleName(locale.c_str())) {
-                status = U_ILLEGAL_ARGUMENT_ERROR;
-                return nullptr;
-            }
-            Generator generator(udatpg_open(locale.c_str(), &status));
-            return U_SUCCESS(status) ? std::make_shared<Patterns>(std::move(generator)) : nullptr;
-        });
+    return cache.get(i18n::localeKey(locale), [&]() -> std::shared_ptr<Patterns> {
+        if (!i18n::isLocaleName(locale.c_str())) {
+            status = U_ILLEGAL_ARGUMENT_ERROR;
+            return nullptr;
+        }
+        Generator generator(udatpg_open(locale.c_str(), &status));
+        return U_SUCCESS(status) ? std::make_shared<Patterns>(std::move(generator)) : nullptr;
+    });
 }
 
 } // namespace

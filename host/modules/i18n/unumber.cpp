@@ -13,7 +13,7 @@ std::shared_ptr<UNumberFormat> formatOf(i18n_unumber_format_style_e style,
 {
     static i18n::Cache<UNumberFormat> cache;
     std::u16string key(pattern);
-    key.append({ u'\0', static_cast<char16_t>(style) }).append(locale.begin(), locale.end());
+    key.append({ u'\0', static_cast<char16_t>(style) }).append(i18n::localeKey(locale));
     return cache.get(key, [&]() -> std::shared_ptr<UNumberFormat> {
         if (!i18n::isLocaleName(locale.c_str())) {
             status = U_ILLEGAL_ARGUMENT_ERROR;
