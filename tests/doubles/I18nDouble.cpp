@@ -17,7 +17,7 @@ int32_t lengthOf(const i18n_uchar* text, int32_t limit)
 std::string utf8Of(const i18n_uchar* text, int32_t limit)
 {
     char* made = g_utf16_to_utf8(text, lengthOf(text, limit), nullptr, nullptr, nullptr);
-    const std::string result = made ? made : "";
+    std::string result = made ? made : "";
     g_free(made);
     return result;
 }
