@@ -104,7 +104,7 @@ void AlarmAlert::resume()
 {
     const int id = app::ringingAlarm();
     AlarmDbData alarm;
-    if (isRinging() || id < 0 || app::findAlarm(id, alarm) != app::Found::Yes || !alarm.enable)
+    if (id < 0 || app::findAlarm(id, alarm) != app::Found::Yes || !alarm.enable)
         return;
     dlog_print(DLOG_INFO, kTag, "alarm %d rings on", id);
     _rings.push_back({ alarm, app::ringingInstant(alarm, time(nullptr)) });
@@ -151,16 +151,18 @@ AlarmAlert::Answer AlarmAlert::snooze()
 {
     if (!isRinging())
         return { -1, kNothingRings };
+    // At once, by what is known: the store may have to be waited for, and may yet say no.
+    if (refusal(_rings.back().alarm).empty())
+        _sound.stop();
     _readUnknown();
     const Ring ring = _rings.back();
     const int id = ring.alarm.id;
     AlarmDbData alarm;
-    if (app::findAlarm(id, alarm) == app::Found::Yes) {
-        const std::string reason = refusal(alarm);
-        if (!reason.empty())
-            return { id, reason };
-    }
-    _sound.stop(); // at once: a save may take its time
+    const bool isRead = app::findAlarm(id, alarm) == app::Found::Yes;
+    const std::string reason = refusal(isRead ? alarm : ring.alarm);
+    if (!reason.empty())
+        return { id, reason };
+    _sound.stop();
     const app::Saved saved = app::changeAlarm(
         id,
         [&ring](
@@ -195,13 +197,18 @@ AlarmAlert::Answer AlarmAlert::dismiss()
 void AlarmAlert::endChanged()
 {
     _readUnknown();
-    const std::vector<Ring> rings = _rings;
-    for (const Ring& ring : rings) {
+    std::vector<int> over;
+    for (Ring& ring : _rings) {
         AlarmDbData alarm;
         const app::Found found = app::findRegisteredAlarm(ring.alarm.alarm_mgr_id, alarm);
-        if (found == app::Found::No || (found == app::Found::Yes && !alarm.enable))
-            _end(ring.alarm.alarm_mgr_id);
+        if (found == app::Found::No || (found == app::Found::Yes && !alarm.enable)) {
+            over.push_back(ring.alarm.alarm_mgr_id);
+        } else if (found == app::Found::Yes) {
+            ring.alarm = alarm;
+        }
     }
+    for (const int alarmMgrId : over)
+        _end(alarmMgrId);
 }
 
 void AlarmAlert::sound()

@@ -29,18 +29,19 @@ public:
 
     bool isRinging() const { return !_rings.empty(); }
 
-    /// Takes over the alarm that an alert before this one left ringing when it was killed.
+    /// Takes over the alarm that an alert before this one left ringing when it was killed. To be
+    /// called while nothing rings.
     void resume();
 
     /// Lets the alarm ring that the platform has registered as alarmMgrId; began is the time.
     /// Blocks for some seconds when the alarm cannot be read.
     void ring(int alarmMgrId, const timespec& began);
 
-    /// The alarm is silent, and rings again when its snooze is over. It goes on ringing when it
-    /// cannot be snoozed.
+    /// The alarm is silent at once, and rings again when its snooze is over. It goes on ringing
+    /// when it cannot be snoozed: sound() lets it be heard again when only the store knew that.
     Answer snooze();
 
-    /// The alarm is silent and over, also when that cannot be saved.
+    /// The alarm is silent at once and over, also when that cannot be saved.
     Answer dismiss();
 
     /// Lets the sound get ready, for an alarm that will ring in a moment.
@@ -50,7 +51,8 @@ public:
     /// that neither the alert nor the user waits for the sound to begin.
     void sound();
 
-    /// Lets those end whose alarms were changed. Called when the store has changed.
+    /// Lets those end whose alarms were switched off, deleted or registered anew, and knows the
+    /// others as they are now. Called when the store has changed.
     void endChanged();
 
 private:

@@ -76,9 +76,12 @@ void appControlCb(app_control_h request, void* data)
     const Text alarm = alarmOf(request);
     if (alarm)
         alert.prepareSound();
-    app::makeStore();
-    (void)preference_set_changed_cb(kChangedKey, storeChangedCb, data);
-    alert.resume();
+    // Not later, when an answer to what rings would have to wait for the store.
+    if (!alert.isRinging()) {
+        app::makeStore();
+        (void)preference_set_changed_cb(kChangedKey, storeChangedCb, data);
+        alert.resume();
+    }
     const Text operation = operationOf(request);
     if (alarm) {
         alert.ring(static_cast<int>(strtol(alarm.get(), nullptr, 10)), began);

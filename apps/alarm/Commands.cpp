@@ -260,11 +260,13 @@ const Command& findCommand(const std::string& name)
 
 void runCommand(const CommandLine& line)
 {
-    app::makeStore();
-    const std::string fault = app::storeFault();
-    // What rings can be ended even so: the alert knows it.
+    // What rings is ended at once, also when the alarms cannot be read: the alert knows it.
     const bool isOfAlert = line.command->run == snooze || line.command->run == dismiss;
-    if (!fault.empty() && !isOfAlert)
-        throw Failure(Failure::kFailed, "the alarms cannot be read: " + fault);
+    if (!isOfAlert) {
+        app::makeStore();
+        const std::string fault = app::storeFault();
+        if (!fault.empty())
+            throw Failure(Failure::kFailed, "the alarms cannot be read: " + fault);
+    }
     line.command->run(line);
 }

@@ -1,15 +1,12 @@
+#include "CommandStory.h"
 #include "common/Alert.h"
 #include "Listener.h"
-#include "RingStory.h"
 
 #include <app_alarm.h>
-#include <app_common.h>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <memory>
 
 namespace {
 
@@ -58,15 +55,29 @@ public:
     ~HiddenStore() { std::filesystem::rename(_hidden, _path); }
 
 private:
-    static std::string _storePath()
-    {
-        const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
-        return std::string(folder.get()) + ".alarm.db";
-    }
-
-    const std::string _path = _storePath();
+    const std::string _path = storePath();
     const std::string _hidden = _path + ".hidden";
 };
+
+/// The alarms' file, from which everybody is kept for a while.
+class HeldStore {
+public:
+    HeldStore() { _store.query("BEGIN EXCLUSIVE"); }
+    HeldStore(const HeldStore&) = delete;
+    HeldStore& operator=(const HeldStore&) = delete;
+    ~HeldStore() { _store.query("COMMIT"); }
+
+private:
+    StoreView _store;
+};
+
+/// Until the last sound, in seconds.
+double soundingTime(const Samples& samples)
+{
+    const auto last = std::find_if(samples.rbegin(), samples.rend(),
+        [](std::int16_t sample) { return std::abs(sample) >= kAudible; });
+    return static_cast<double>(samples.rend() - last) / kRate;
+}
 
 size_t countOf(const std::string& text, const std::string& part)
 {
@@ -216,6 +227,72 @@ TEST_F(RingSoundTest, AnAlarmThatCouldNotBeReadIsDismissedWhenItCan)
     EXPECT_EQ("alarm " + std::to_string(id) + " dismissed\n", dismissed.out) << dismissed.err;
     EXPECT_EQ(0, storedAlarm(id).enable);
     EXPECT_THAT(session.alarms(), testing::IsEmpty());
+}
+
+/// An answer to what rings, while another process keeps everybody from the alarms' file.
+class RingAnswerTest : public RingSoundTest {
+protected:
+    /// Answers what is heard, and expects silence within 200 ms.
+    CommandResult answerWhileTheStoreIsHeld(const std::string& command)
+    {
+        auto held = std::make_unique<HeldStore>();
+        listener.take();
+        BackgroundCommand answer({ "alarm", command });
+        const Samples heard = listener.listen(3);
+        held.reset();
+
+        EXPECT_LT(soundingTime(heard), 0.2);
+        return answer.finish();
+    }
+};
+
+TEST_F(RingAnswerTest, DismissalIsSilentAtOnceAndStoredWhenItCanBe)
+{
+    const int id = addAlarmInASecond(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+
+    const CommandResult dismissed = answerWhileTheStoreIsHeld("dismiss");
+
+    EXPECT_EQ("alarm " + std::to_string(id) + " dismissed\n", dismissed.out) << dismissed.err;
+    EXPECT_EQ(0, storedAlarm(id).enable);
+    EXPECT_THAT(session.alarms(), testing::IsEmpty());
+}
+
+TEST_F(RingAnswerTest, SnoozeIsSilentAtOnceAndStoredWhenItCanBe)
+{
+    const int id = addAlarmInASecond(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+
+    const CommandResult snoozed = answerWhileTheStoreIsHeld("snooze");
+
+    EXPECT_EQ(0, snoozed.status) << snoozed.err;
+    EXPECT_EQ(1, storedAlarm(id).count);
+    EXPECT_TRUE(registration(id));
+}
+
+TEST_F(RingAnswerTest, SnoozeThatWasForbiddenMeanwhileIsNoSilence)
+{
+    const int id = addAlarmInASecond(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    ASSERT_EQ(0, runCommand({ "alarm", "edit", std::to_string(id), "--snooze", "0" }).status);
+    listener.take();
+
+    EXPECT_EQ(1, runCommand({ "alarm", "snooze" }).status);
+
+    EXPECT_LT(longestSilence(listener.take(), kAudible), 0.05);
+}
+
+TEST_F(RingAnswerTest, SoundsAgainAfterASnoozeThatOnlyTheStoreRefuses)
+{
+    const int id = addAlarmInASecond(steadyTone());
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    StoreView().query("UPDATE alarm SET snooze_enable = 0");
+
+    EXPECT_EQ(1, runCommand({ "alarm", "snooze" }).status);
+
+    listener.take();
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_EQ(id, ringing());
 }
 
 /// The process that plays the session's sounds; 0 when it is not the session's own.
