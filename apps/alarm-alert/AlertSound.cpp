@@ -111,7 +111,8 @@ void AlertSound::stop()
 {
     if (!_player)
         return;
-    // A sound server that hangs holds up the player's end, which would end the vibration too.
+    // Waits for nobody. A sound server that hangs holds up the player's end, which would end the
+    // vibration too.
     (void)feedback_stop();
     // The player's end is silent at once, while its stop() waits for the main loop. Only then the
     // volume, which may be much louder than the tone.

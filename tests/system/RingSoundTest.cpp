@@ -332,4 +332,20 @@ TEST_F(RingSoundTest, ADismissedAlarmIsStillThoughTheSoundServerHangs)
     EXPECT_EQ(0, dismissal.finish().status);
 }
 
+TEST_F(RingSoundTest, ADismissedAlarmIsSilentThoughTheDaemonHangs)
+{
+    addAlarmInASecond(steadyTone(), "3");
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    const pid_t daemon = session.daemonPid();
+    listener.take();
+
+    kill(daemon, SIGSTOP);
+    BackgroundCommand dismissal({ "alarm", "dismiss" });
+    const Samples heard = listener.listen(1);
+    kill(daemon, SIGCONT);
+
+    EXPECT_LT(soundingTime(heard), 0.2);
+    EXPECT_EQ(0, dismissal.finish().status);
+}
+
 } // namespace
