@@ -1,12 +1,14 @@
 #include "AlertSound.h"
 
 #include <AlarmDbData.h>
+#include <algorithm>
 #include <app_preference.h>
 #include <ClockSoundPlayer.h>
 #include <dlog.h>
 #include <Ecore_File.h>
 #include <feedback.h>
 #include <sound_manager.h>
+#include <system_info.h>
 
 namespace {
 
@@ -14,6 +16,13 @@ namespace {
 const char* const kVolumeKey = "alarmVolumeBefore";
 
 const char* const kTag = "alarm-alert";
+
+const char* const kSpeakerFeature = "http://developer.velmora.com/tizen/feature/speaker";
+
+// Before the first trial of a tone, so that the alarm itself is not heard later for it. It doubles
+// with each that fails.
+const double kTrialDelay = 0.3; // seconds
+const int kMostDoublings = 4;
 
 const int kRising = 1;
 const int kFromTheStart = 0;
@@ -38,6 +47,13 @@ bool hasMelody(const AlarmDbData& alarm)
 {
     const auto type = static_cast<ClockSoundType>(alarm.type);
     return type == ClockSoundType::Melody || type == ClockSoundType::MelodyAndVibration;
+}
+
+bool hasSpeaker()
+{
+    bool speaker = true; // where the device does not say
+    (void)system_info_get_custom_bool(kSpeakerFeature, &speaker);
+    return speaker;
 }
 
 } // namespace
@@ -76,35 +92,37 @@ void AlertSound::_begin(const AlarmDbData& alarm)
     _player->initialize(alarm.tone.c_str(), AlarmDbData().tone.c_str(),
         static_cast<ClockSoundType>(alarm.type), alarm.vibration_type, alarm.volume, kRising,
         kFromTheStart, kNotIntoARecording, SOUND_STREAM_TYPE_ALARM);
-    if (!hasMelody(alarm))
+    if (!hasMelody(alarm) || !hasSpeaker())
         return;
     AlarmDbData played = alarm;
     if (!ecore_file_exists(alarm.tone.c_str()))
         played.tone = AlarmDbData().tone; // the player's own choice
-    _try(played, false);
+    _try(played, 0);
 }
 
 // Finds out whether the tone of the alarm that rings is heard. The default one has no replacement:
 // it is tried until it can be played, as a file system or the sound may come back.
-void AlertSound::_try(const AlarmDbData& alarm, bool isSilent)
+void AlertSound::_try(const AlarmDbData& alarm, int failures)
 {
-    _trial = std::make_unique<ToneTrial>(alarm.tone, [this, alarm, isSilent](bool isPlayable) {
-        _trial.reset();
-        if (isPlayable) {
-            if (isSilent)
-                _begin(alarm);
-            return;
-        }
-        if (!isSilent)
-            dlog_print(DLOG_WARN, kTag, "alarm %d has a tone that cannot be played", alarm.id);
-        if (alarm.tone == AlarmDbData().tone) {
-            _try(alarm, true);
-        } else {
-            AlarmDbData replaced = alarm;
-            replaced.tone = AlarmDbData().tone;
-            _begin(replaced);
-        }
-    });
+    const double delay = kTrialDelay * (1 << std::min(failures, kMostDoublings));
+    _trial = std::make_unique<ToneTrial>(
+        alarm.tone, delay, [this, alarm, failures](bool isPlayable) {
+            _trial.reset();
+            if (isPlayable) {
+                if (failures > 0)
+                    _begin(alarm);
+                return;
+            }
+            if (failures == 0)
+                dlog_print(DLOG_WARN, kTag, "alarm %d has a tone that cannot be played", alarm.id);
+            if (alarm.tone == AlarmDbData().tone) {
+                _try(alarm, failures + 1);
+            } else {
+                AlarmDbData replaced = alarm;
+                replaced.tone = AlarmDbData().tone;
+                _begin(replaced);
+            }
+        });
 }
 
 void AlertSound::stop()

@@ -35,7 +35,7 @@ public:
 
 private:
     void _begin(const AlarmDbData& alarm);
-    void _try(const AlarmDbData& alarm, bool isSilent);
+    void _try(const AlarmDbData& alarm, int failures);
 
     std::unique_ptr<ClockSoundPlayer> _player;
     std::unique_ptr<ToneTrial> _trial; ///< of the tone that plays

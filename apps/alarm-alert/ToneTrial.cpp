@@ -2,17 +2,16 @@
 
 namespace {
 
-// Not at once, so that the alarm itself is not heard later for it.
-const double kPeriod = 0.3;
+const double kPeriod = 0.3; // seconds
 
 void ignoreCb(void*) {}
 
 } // namespace
 
-ToneTrial::ToneTrial(const std::string& tone, std::function<void(bool)> done)
+ToneTrial::ToneTrial(const std::string& tone, double delay, std::function<void(bool)> done)
     : _tone(tone)
     , _done(std::move(done))
-    , _timer(app_assist::WUiTimer::create(kPeriod, _tickCb, this))
+    , _timer(app_assist::WUiTimer::create(delay, _beginCb, this))
 {
 }
 
@@ -24,11 +23,18 @@ ToneTrial::~ToneTrial()
         player_destroy(_player);
 }
 
-bool ToneTrial::_tickCb(void* data)
+bool ToneTrial::_beginCb(void* data)
 {
     ToneTrial& self = *static_cast<ToneTrial*>(data);
-    if (!self._player)
-        self._isUnplayable = !self._begin();
+    if (!self._begin())
+        self._isUnplayable = true;
+    self._timer = app_assist::WUiTimer::create(kPeriod, _lookCb, data);
+    return false;
+}
+
+bool ToneTrial::_lookCb(void* data)
+{
+    ToneTrial& self = *static_cast<ToneTrial*>(data);
     const bool isUnplayable = self._isUnplayable;
     if (!isUnplayable && !self._isReady())
         return true;

@@ -13,14 +13,16 @@
  */
 class ToneTrial {
 public:
-    /// Calls done once, when the tone has turned out to be playable or not. It may end the trial.
-    ToneTrial(const std::string& tone, std::function<void(bool isPlayable)> done);
+    /// Begins after the delay, in seconds, and calls done once, when the tone has turned out to be
+    /// playable or not. It may end the trial.
+    ToneTrial(const std::string& tone, double delay, std::function<void(bool isPlayable)> done);
     ToneTrial(const ToneTrial&) = delete;
     ToneTrial& operator=(const ToneTrial&) = delete;
     ~ToneTrial();
 
 private:
-    static bool _tickCb(void* data);
+    static bool _beginCb(void* data);
+    static bool _lookCb(void* data);
     static void _errorCb(int error, void* data);
 
     bool _begin();

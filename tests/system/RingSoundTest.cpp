@@ -180,6 +180,38 @@ TEST_F(RingSoundTest, ADefaultToneIsHeardAsSoonAsItCanBePlayed)
     EXPECT_EQ(id, ringing());
 }
 
+TEST_F(RingSoundTest, ADefaultToneThatCannotBePlayedIsTriedLessAndLessOften)
+{
+    const Ringtones ringtones;
+    spoil(ringtones.defaultTone());
+    addAlarm({ "--in", "1s", "--type", "1" });
+    ASSERT_TRUE(waitForLog("has a tone that cannot be played"));
+
+    // A trial that fails logs one line or two, of which one may still come of the first.
+    const auto lines = [this] { return countOf(session.logText(), "A tone failed"); };
+    const size_t wanted = lines() + 6;
+    const auto before = std::chrono::steady_clock::now();
+    ASSERT_TRUE(session.waitFor([&] { return lines() >= wanted; }, 30));
+
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - before;
+    EXPECT_GT(elapsed.count(), 0.6 + 1.2 + 2.4);
+}
+
+TEST_F(RingSoundTest, ToneThatCannotBePlayedIsNoMatterWithoutASpeaker)
+{
+    hostctl({ "device", "--no-speaker" });
+    BackgroundCommand vibration({ "hostctl", "vibration", "--watch" });
+    const std::string tone = dir.file("tone.wav");
+    spoil(tone);
+    addAlarmInASecond(tone, "3");
+
+    // Three seconds, longer than a trial would take.
+    ASSERT_TRUE(session.waitFor([&] { return countOf(vibration.output(), "buzzed") >= 4; }, 10));
+
+    EXPECT_EQ(1U, countOf(vibration.output(), "started")) << vibration.output();
+    EXPECT_EQ(std::string::npos, session.logText().find("cannot be played"));
+}
+
 TEST_F(RingSoundTest, AnAlarmGoesOnWhenTheOneAfterItEndsAndTheStoreCannotBeRead)
 {
     const std::string tone = steadyTone();
