@@ -87,7 +87,7 @@ private:
     void _destroyStreamInfo();
 
     void _playSound();
-    bool _createPlayerAsync(const std::string& path);
+    bool _createPlayerAsync(std::string path);
     void _destroyPlayer();
     bool _createPipe();
     void _deletePipe();

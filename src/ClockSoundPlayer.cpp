@@ -234,7 +234,8 @@ void ClockSoundPlayer::_playSound()
         LOG_CRITICAL("Failed to create player with default uri");
 }
 
-bool ClockSoundPlayer::_createPlayerAsync(const std::string& path)
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
+bool ClockSoundPlayer::_createPlayerAsync(std::string path)
 {
     if (!ecore_file_exists(path.c_str())) {
         LOG_CRITICAL("Invalid tone file path. Return false");
