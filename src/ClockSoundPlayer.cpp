@@ -199,7 +199,7 @@ void ClockSoundPlayer::_createStreamInfo(sound_stream_type_e streamType)
 {
     LOG_CRITICAL("streamType [%d]", streamType);
     if (_streamInfo && _player) {
-        // The player borrows it until its end. Without its focus nobody calls back for it.
+        // The player borrows it until its end. Nobody hears from it any more.
         _releaseFocus();
         _formerStreamInfos.push_back(_streamInfo);
         _streamInfo = nullptr;
@@ -599,12 +599,16 @@ void ClockSoundPlayer::_seekPlayPositionCompleteCb(void* data)
     self.start();
 }
 
-void ClockSoundPlayer::_audioFocusedCb(sound_stream_info_s* /*streamInfo*/,
+void ClockSoundPlayer::_audioFocusedCb(sound_stream_info_s* streamInfo,
     sound_stream_focus_mask_e /*mask*/, sound_stream_focus_state_e state,
     sound_stream_focus_change_reason_e /*reason*/, int behavior, const char* /*additionalInfo*/,
     void* data)
 {
     ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
+    // One of an earlier initialize() may get back the focus that it had lost before.
+    const bool isFormer = streamInfo && streamInfo != self._streamInfo;
+    if (isFormer)
+        return;
     if (state == SOUND_STREAM_FOCUS_STATE_ACQUIRED) {
         self.resume();
     } else if (behavior == SOUND_BEHAVIOR_NO_RESUME || !self._pauseOnFocusLoss) {

@@ -12,7 +12,6 @@ const int kMaxVolume = 15;
 
 // Guards what is held, which other streams change on threads of their own, and who is told of it.
 std::mutex mutex;
-sound_stream_info_s stream;
 
 std::optional<int> told(const std::string& name)
 {
@@ -30,15 +29,17 @@ std::string arguments(sound_stream_focus_mask_e mask, int behavior, const char* 
 
 void change(int held, sound_stream_focus_state_e state, int behavior)
 {
+    sound_stream_info_h stream = nullptr;
     sound_stream_focus_state_changed_cb callback = nullptr;
     void* userData = nullptr;
     {
         const std::lock_guard<std::mutex> lock(mutex);
         soundManagerDouble().held = held;
+        stream = soundManagerDouble().streams.back().get();
         callback = soundManagerDouble().focusCb;
         userData = soundManagerDouble().userData;
     }
-    callback(&stream, SOUND_STREAM_FOCUS_FOR_BOTH, state, SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA,
+    callback(stream, SOUND_STREAM_FOCUS_FOR_BOTH, state, SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA,
         behavior, nullptr, userData);
 }
 } // namespace
@@ -59,6 +60,12 @@ void SoundManagerDouble::giveFocusBack(int behavior)
     change(SOUND_STREAM_FOCUS_FOR_BOTH, SOUND_STREAM_FOCUS_STATE_ACQUIRED, behavior);
 }
 
+void SoundManagerDouble::tell(size_t stream, sound_stream_focus_state_e state)
+{
+    focusCb(streams.at(stream).get(), SOUND_STREAM_FOCUS_FOR_BOTH, state,
+        SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA, SOUND_BEHAVIOR_NONE, nullptr, userData);
+}
+
 int sound_manager_create_stream_information(sound_stream_type_e stream_type,
     sound_stream_focus_state_changed_cb callback, void* user_data, sound_stream_info_h* stream_info)
 {
@@ -72,7 +79,8 @@ int sound_manager_create_stream_information(sound_stream_type_e stream_type,
     state.held = 0;
     state.focusCb = callback;
     state.userData = user_data;
-    *stream_info = &stream;
+    state.streams.push_back(std::make_shared<sound_stream_info_s>());
+    *stream_info = state.streams.back().get();
     return SOUND_MANAGER_ERROR_NONE;
 }
 

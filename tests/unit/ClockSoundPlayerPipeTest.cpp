@@ -704,6 +704,26 @@ TEST_F(ClockSoundPlayerPipeTest, PausesWithoutACallerWhenTheFocusIsLost)
     EXPECT_EQ(PLAYER_STATE_PAUSED, playerDouble().state);
 }
 
+TEST_F(ClockSoundPlayerPipeTest, IsNotConcernedByTheFocusOfAnEarlierInitialization)
+{
+    play(ClockSoundType::MelodyAndVibration);
+    soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NONE);
+    handleMessages();
+    initialize(ClockSoundType::MelodyAndVibration);
+    handleMessages();
+    forget();
+    const size_t before = written().size();
+
+    soundManagerDouble().tell(0, SOUND_STREAM_FOCUS_STATE_ACQUIRED);
+    soundManagerDouble().tell(0, SOUND_STREAM_FOCUS_STATE_RELEASED);
+
+    EXPECT_EQ(before, written().size());
+    EXPECT_THAT(calls(), IsEmpty());
+    soundManagerDouble().tell(1, SOUND_STREAM_FOCUS_STATE_ACQUIRED);
+    EXPECT_EQ(kResumeMessage, written().back());
+    EXPECT_THAT(calls(), ElementsAre("feedback_stop", "feedback_play_type(2, 168)"));
+}
+
 TEST_F(ClockSoundPlayerPipeTest, ResumesWhenTheFocusComesBack)
 {
     play(ClockSoundType::MelodyAndVibration);
