@@ -691,7 +691,9 @@ INSTANTIATE_TEST_SUITE_P(Table, ClockSoundPlayerFocusTest,
         LossCase{ "AlarmFading", 1, SOUND_BEHAVIOR_FADING, false },
         LossCase{ "AlarmBoth", 1, SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING, false },
         LossCase{ "UnknownOrdinary", 2, SOUND_BEHAVIOR_NONE, false },
-        LossCase{ "UnknownNoResume", 2, SOUND_BEHAVIOR_NO_RESUME, true }),
+        LossCase{ "UnknownNoResume", 2, SOUND_BEHAVIOR_NO_RESUME, true },
+        LossCase{ "UnknownFading", 2, SOUND_BEHAVIOR_FADING, false },
+        LossCase{ "UnknownBoth", 2, SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING, false }),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(ClockSoundPlayerPipeTest, PausesWithoutACallerWhenTheFocusIsLost)

@@ -199,6 +199,19 @@ INSTANTIATE_TEST_SUITE_P(Table, ClockSoundPlayerFailureTest,
         Failure{ "Prepare", "player_prepare_async", "Failed to prepare", 2 }),
     [](const auto& row) { return row.param.name; });
 
+TEST_F(ClockSoundPlayerTest, PlaysThoughThePlayerRefusesTheStream)
+{
+    playerDouble().results["player_set_sound_stream_info"] = PLAYER_ERROR_INVALID_OPERATION;
+
+    initialize(ClockSoundType::Melody);
+    playerDouble().prepared();
+    handleMessages();
+
+    EXPECT_EQ("/proc/self/status", playerDouble().uri);
+    EXPECT_EQ(PLAYER_STATE_PLAYING, playerDouble().state);
+    EXPECT_THAT(criticals(), ElementsAre("isSupportSpeaker = 1", "streamType [2]"));
+}
+
 TEST_F(ClockSoundPlayerTest, KeepsTheSourceOfAPlayerThatIsPrepared)
 {
     initialize(ClockSoundType::Melody);
@@ -318,19 +331,6 @@ TEST_F(ClockSoundPlayerTest, GoesOnWithoutAPipe)
     forget();
     playerDouble().prepared();
     EXPECT_THAT(criticals(), ElementsAre("pipe is not ready"));
-}
-
-TEST_F(ClockSoundPlayerTest, CannotSeekWithoutAPipe)
-{
-    ecorePipeProbe().refusesPipe = true;
-    Alarm alarm;
-    alarm.playPosition = 5000;
-    initialize(alarm);
-    forget();
-
-    playerDouble().prepared();
-
-    EXPECT_THAT(criticals(), ElementsAre("Pipe is not ready. Return"));
 }
 
 TEST_F(ClockSoundPlayerTest, ReportsAnErrorOfThePlayer)
@@ -531,6 +531,18 @@ TEST_F(ClockSoundPlayerRampTest, ClimbsFromOneToTheTarget)
     EXPECT_THAT(calls("sound_manager_set_volume"),
         ElementsAre("sound_manager_set_volume(2, 1)", "sound_manager_set_volume(2, 2)",
             "sound_manager_set_volume(2, 3)"));
+}
+
+TEST_F(ClockSoundPlayerRampTest, ClimbsBesideAVibrationToo)
+{
+    ramp.type = ClockSoundType::MelodyAndVibration;
+
+    initialize(ramp);
+    EXPECT_EQ(1, alarmVolume());
+    EXPECT_EQ(3, player->getVolume());
+    timer().tick();
+
+    EXPECT_EQ(2, alarmVolume());
 }
 
 TEST_F(ClockSoundPlayerRampTest, EndsWhenTheUserIsLouder)
