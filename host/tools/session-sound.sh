@@ -1,13 +1,16 @@
 # Part of host-session: the session's sound. Reads $session. To be sourced while XDG_RUNTIME_DIR is
 # still the user's.
 #
-# A session in reach of a sound server uses that one. Any other starts its own: a sink "watch" that
-# nobody hears but through its monitor, and a silent microphone.
+# A session in reach of a sound server that answers uses that one. Any other starts its own: a sink
+# "watch" that nobody hears but through its monitor, and a silent microphone.
 
 # shellcheck disable=SC2154 # $session is host-session's
 sound='' # process id of the session's own server
-if [ -z "${PULSE_SERVER:-}" ] && [ -S "${XDG_RUNTIME_DIR:-/nonexistent}/pulse/native" ]; then
-    export PULSE_SERVER=unix:$XDG_RUNTIME_DIR/pulse/native
+users=${XDG_RUNTIME_DIR:-/nonexistent}/pulse/native
+# A server that has ended may have left its socket.
+if [ -z "${PULSE_SERVER:-}" ] && [ -S "$users" ] \
+    && PULSE_SERVER=unix:$users timeout 2 pactl info >/dev/null 2>&1; then
+    export PULSE_SERVER=unix:$users
 fi
 
 # start_sound OUTPUT: returns when there is a server that listens. OUTPUT takes what it prints.
