@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <Ecore.h>
 #include <feedback.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -33,7 +34,8 @@ public:
     ~Vibrator() { unregisterProxy(); }
 
     std::vector<std::string> changes;
-    int buzzes = 0;
+    std::vector<int> buzzes; ///< how long, in milliseconds
+    std::vector<double> instants; ///< when each began, in seconds
 
 private:
     void onStarted(const std::int32_t& number) override
@@ -42,8 +44,8 @@ private:
     }
     void onBuzzed(const std::int32_t&, const std::int32_t& milliseconds) override
     {
-        EXPECT_GT(milliseconds, 0);
-        ++buzzes;
+        buzzes.push_back(milliseconds);
+        instants.push_back(ecore_time_get());
     }
     void onStopped(const std::int32_t& number) override
     {
@@ -119,21 +121,50 @@ TEST_F(FeedbackTest, BadArgumentsAreRefused)
     EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
 }
 
-TEST_F(FeedbackTest, EveryPatternRepeatsUntilItIsStopped)
-{
-    feedback_initialize();
-    EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(FEEDBACK_PATTERN_ALARM_VIB1_SHORT));
-    EXPECT_TRUE(session.waitFor([&] { return vibrator.buzzes == 3; }));
-    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
-    EXPECT_TRUE(waitFor({ "started 168", "stopped 168" }));
+struct PatternCase {
+    const char* name;
+    int pattern;
+    int number;
+    std::vector<int> buzzes; ///< milliseconds
+    double period; ///< seconds until it repeats
+};
 
-    for (int number = 169; number <= 177; ++number) {
-        vibrator.buzzes = 0;
-        EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(number));
-        EXPECT_TRUE(session.waitFor([&] { return vibrator.buzzes == 1; }));
-    }
+class FeedbackPatternTest : public FeedbackTest, public testing::WithParamInterface<PatternCase> {};
+
+TEST_P(FeedbackPatternTest, RepeatsUntilItIsStopped)
+{
+    const PatternCase& row = GetParam();
+    EXPECT_EQ(row.number, row.pattern);
+    std::vector<int> twice = row.buzzes;
+    twice.insert(twice.end(), row.buzzes.begin(), row.buzzes.end());
+    feedback_initialize();
+
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(row.pattern));
+    ASSERT_TRUE(session.waitFor([&] { return vibrator.buzzes.size() >= twice.size(); }));
     EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+
+    const std::string number = std::to_string(row.number);
+    EXPECT_TRUE(waitFor({ "started " + number, "stopped " + number }));
+    EXPECT_EQ(twice, vibrator.buzzes);
+    EXPECT_NEAR(row.period, vibrator.instants[row.buzzes.size()] - vibrator.instants[0], 0.25);
 }
+
+INSTANTIATE_TEST_SUITE_P(Table, FeedbackPatternTest,
+    testing::Values(
+        PatternCase{ "FirstShort", FEEDBACK_PATTERN_ALARM_VIB1_SHORT, 168, { 400 }, 1.0 },
+        PatternCase{ "FirstLong", FEEDBACK_PATTERN_ALARM_VIB1_LONG, 169, { 1000 }, 2.0 },
+        PatternCase{ "SecondShort", FEEDBACK_PATTERN_ALARM_VIB2_SHORT, 170, { 200, 200 }, 1.2 },
+        PatternCase{ "SecondLong", FEEDBACK_PATTERN_ALARM_VIB2_LONG, 171, { 500, 500 }, 2.2 },
+        PatternCase{
+            "ThirdShort", FEEDBACK_PATTERN_ALARM_VIB3_SHORT, 172, { 150, 150, 150 }, 1.35 },
+        PatternCase{ "ThirdLong", FEEDBACK_PATTERN_ALARM_VIB3_LONG, 173, { 400, 400, 400 }, 2.5 },
+        PatternCase{ "FourthShort", FEEDBACK_PATTERN_ALARM_VIB4_SHORT, 174, { 100, 400 }, 1.2 },
+        PatternCase{ "FourthLong", FEEDBACK_PATTERN_ALARM_VIB4_LONG, 175, { 200, 1000 }, 2.4 },
+        PatternCase{
+            "FifthShort", FEEDBACK_PATTERN_ALARM_VIB5_SHORT, 176, { 100, 100, 100, 100 }, 1.3 },
+        PatternCase{
+            "FifthLong", FEEDBACK_PATTERN_ALARM_VIB5_LONG, 177, { 250, 250, 250, 250 }, 2.35 }),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(FeedbackTest, ANewPatternReplacesTheRunningOne)
 {
