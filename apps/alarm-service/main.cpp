@@ -1,12 +1,10 @@
 // The background service: follows the alarms, knows which one rings next, and speaks to the phone.
 #include "common/AlarmList.h"
 #include "common/AlarmTime.h"
-#include "common/PhoneLink.h"
 #include "common/StoreFile.h"
 #include "PhoneEnd.h"
 #include "PhoneRinging.h"
 
-#include <algorithm>
 #include <app_preference.h>
 #include <dlog.h>
 #include <service_app.h>
@@ -19,18 +17,6 @@ const char* const kChangedKeys[] = { ".alarmDbChanged", ".alarmDbChangedWidget" 
 const char* const kSettingKeys[]
     = { VCONFKEY_VAP_CONNECTIVITY_TYPE, VCONFKEY_WMS_WMANAGER_CONNECTED,
           "db/wms/host_status/vendor", "db/alarm/host_alarm_notification_enabled" };
-
-// Not those of the phone that are on, but stay silent here, or wait for their week.
-std::vector<AlarmDbData> ringingAlarms()
-{
-    std::vector<AlarmDbData> alarms = app::allAlarms();
-    alarms.erase(std::remove_if(alarms.begin(), alarms.end(),
-                     [](const AlarmDbData& alarm) {
-                         return alarm.deviceType == app::kPhoneDevice && alarm.alarm_mgr_id <= 0;
-                     }),
-        alarms.end());
-    return alarms;
-}
 
 std::string describe(const std::optional<AlarmDbData>& alarm, time_t now)
 {
@@ -53,7 +39,7 @@ public:
             return;
         }
         const time_t now = time(nullptr);
-        const std::string description = describe(app::upcomingAlarm(ringingAlarms(), now), now);
+        const std::string description = describe(app::upcomingAlarm(app::allAlarms(), now), now);
         if (description == _description)
             return;
         _description = description;

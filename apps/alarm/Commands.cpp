@@ -195,7 +195,7 @@ void next(const CommandLine& line)
     if (alarm) {
         printResult(line, *alarm, alarmForecast(*alarm, now));
     } else {
-        print(line.json ? "null\n" : "no alarm is on\n");
+        print(line.json ? "null\n" : "no alarm will ring\n");
     }
 }
 
@@ -218,20 +218,23 @@ const Command kCommands[] = {
     { "list", false, false, list,
         "alarm list [--json|--plain]: all alarms by time of day, in a table that cuts long names,\n"
         "or as a JSON array. Times and days are as the device's language and region have them;\n"
-        "with --plain they are the same everywhere. The table says which are the phone's\n" },
+        "with --plain they are the same everywhere. The table says which are the phone's; of "
+        "those\n"
+        "that are on, the ones that will not ring on the watch are silent\n" },
     { "show", true, false, show, "alarm show ID [--json]: everything about an alarm\n" },
     { "edit", true, true, edit,
         "alarm edit ID [TIME] [OPTION...]: changes what is given, and registers the alarm\n"
         "anew when that is its time or days and it is on; alarm on switches it on. The phone is\n"
         "told of what becomes of its alarms\n" },
     { "on", true, false, switchOn,
-        "alarm on ID [--json]: switches an alarm on; it is registered anew\n" },
+        "alarm on ID [--json]: switches an alarm on; it is registered anew. Says why when one of\n"
+        "the phone stays silent\n" },
     { "off", true, false, switchOff,
         "alarm off ID [--json]: switches an alarm off; it stays in the list\n" },
     { "remove", true, false, remove,
         "alarm remove ID [--json]: deletes an alarm and prints it a last time\n" },
     { "next", false, false, next,
-        "alarm next [--json]: the alarm that rings next; null when none is on\n" },
+        "alarm next [--json]: the alarm that rings next; null when none will\n" },
     { "snooze", false, false, snooze,
         "alarm snooze [--json]: the ringing alarm rings again in 5 minutes; exit status 1 when\n"
         "nothing rings or it cannot be snoozed (again)\n" },

@@ -1,5 +1,6 @@
 #include "Presentation.h"
 
+#include "common/AlarmList.h"
 #include "common/AlarmTime.h"
 #include "common/Alert.h"
 #include "common/PhoneLink.h"
@@ -7,6 +8,7 @@
 #include "common/Values.h"
 #include "LocalText.h"
 
+#include <AlarmSyncUtil.h>
 #include <algorithm>
 #include <array>
 #include <iomanip>
@@ -48,12 +50,26 @@ std::string stateOf(const AlarmDbData& alarm, time_t now)
         return "off";
     if (isRinging(alarm, now))
         return "ringing";
+    if (app::isSilent(alarm, now))
+        return "silent";
     return alarm.count > 0 ? "snoozed" : "on";
+}
+
+// Of one that is silent.
+std::string silenceReason(const AlarmDbData& alarm)
+{
+    if (!AlarmSyncUtil::_isConnectedWithOurCompany())
+        return "the phone is not of the watch's make";
+    if (!AlarmSyncUtil::_isNotificationStateEnabled())
+        return "the phone's alarms are off in the watch's settings";
+    if (alarm.repeat_once && alarm.mobileAlertTime != 0)
+        return "its time is over";
+    return "it is not registered";
 }
 
 bool willRing(const AlarmDbData& alarm, time_t now)
 {
-    return alarm.enable && !isRinging(alarm, now);
+    return alarm.enable && !isRinging(alarm, now) && !app::isSilent(alarm, now);
 }
 
 std::string nextText(const AlarmDbData& alarm, time_t now, bool plain = true)
@@ -151,6 +167,8 @@ std::string alarmForecast(const AlarmDbData& alarm, time_t now)
         return subject + " is off";
     if (isRinging(alarm, now))
         return subject + " is ringing";
+    if (app::isSilent(alarm, now))
+        return subject + " is on, but stays silent: " + silenceReason(alarm);
     const time_t instant = app::upcomingInstant(alarm, now);
     return subject + " rings " + instantText(instant) + ", in " + durationText(instant - now);
 }
@@ -199,7 +217,8 @@ std::string alarmDetails(const AlarmDbData& alarm, time_t now)
         { "time", clockText(alarm.hour, alarm.min) },
         { "days", daysOf(alarm) },
         { "name", printable(alarm.name) },
-        { "state", stateOf(alarm, now) },
+        { "state",
+            stateOf(alarm, now) + (app::isSilent(alarm, now) ? ": " + silenceReason(alarm) : "") },
         { "next", nextText(alarm, now) },
         { "tone", printable(alarm.tone) },
         { "volume", std::to_string(alarm.volume) },

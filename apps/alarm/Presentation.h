@@ -15,10 +15,11 @@ std::string alarmsJson(const std::vector<AlarmDbData>& alarms, time_t now);
 std::string alarmLine(const AlarmDbData& alarm, time_t now);
 
 /// "alarm 3: Alarm set for 9 hours 12 minutes from now." in the device's language; the forecast
-/// when it is off or ringing.
+/// when it will not ring or is ringing.
 std::string alarmSetText(const AlarmDbData& alarm, time_t now);
 
-/// "alarm 3 rings Tue 22 Nov 07:30, in 9 h 12 min", "alarm 3 is ringing" or "alarm 3 is off"
+/// "alarm 3 rings Tue 22 Nov 07:30, in 9 h 12 min", "alarm 3 is ringing", "alarm 3 is off", or that
+/// and why it stays silent
 std::string alarmForecast(const AlarmDbData& alarm, time_t now);
 
 /// A table of lines with their ends, for a terminal of so many columns; names are cut to fit.

@@ -1,6 +1,7 @@
 #include "common/AlarmList.h"
 
 #include "common/AlarmTime.h"
+#include "common/PhoneLink.h"
 #include "common/StoreFile.h"
 
 #include <AlarmDbModel.h>
@@ -47,11 +48,18 @@ Found findRegisteredAlarm(int alarmMgrId, AlarmDbData& alarm)
     return foundOrNot(result, alarm);
 }
 
+bool isSilent(const AlarmDbData& alarm, time_t now)
+{
+    if (!alarm.enable || alarm.deviceType != kPhoneDevice || alarm.alarm_mgr_id > 0)
+        return false;
+    return !awaitedInstant(alarm, now) || !phoneAlarmsRing();
+}
+
 std::optional<AlarmDbData> upcomingAlarm(const std::vector<AlarmDbData>& alarms, time_t now)
 {
     const AlarmDbData* upcoming = nullptr;
     for (const AlarmDbData& alarm : alarms) {
-        if (!alarm.enable)
+        if (!alarm.enable || isSilent(alarm, now))
             continue;
         if (!upcoming || upcomingInstant(alarm, now) < upcomingInstant(*upcoming, now))
             upcoming = &alarm;

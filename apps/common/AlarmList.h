@@ -17,6 +17,10 @@ enum class Found { Yes, No, Unreadable };
 Found findAlarm(int id, AlarmDbData& alarm);
 Found findRegisteredAlarm(int alarmMgrId, AlarmDbData& alarm);
 
+/// Whether an alarm that is on does not ring here: one of the phone that is not registered, unless
+/// it waits for its instant and the phone's alarms are to ring.
+bool isSilent(const AlarmDbData& alarm, time_t now);
+
 /// The alarm that rings next after now.
 std::optional<AlarmDbData> upcomingAlarm(const std::vector<AlarmDbData>& alarms, time_t now);
 

@@ -1,5 +1,7 @@
 #include "common/AlarmTime.h"
 
+#include "common/PhoneLink.h"
+
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
 #include <algorithm>
@@ -118,8 +120,18 @@ time_t dueInstant(const AlarmDbData& alarm)
     return alarm.stime + minute * alarm.count * alarm.snooze_min;
 }
 
+std::optional<time_t> awaitedInstant(const AlarmDbData& alarm, time_t now)
+{
+    const auto instant = static_cast<time_t>(alarm.mobileAlertTime / 1000);
+    const bool isWaiting = alarm.deviceType == kPhoneDevice && alarm.alarm_mgr_id <= 0
+        && alarm.repeat_once && now < instant;
+    return isWaiting ? std::optional<time_t>(instant) : std::nullopt;
+}
+
 time_t upcomingInstant(const AlarmDbData& alarm, time_t now)
 {
+    if (const std::optional<time_t> awaited = awaitedInstant(alarm, now))
+        return *awaited;
     if (alarm.count == 0)
         return nextInstant(now, registeredTime(alarm), alarm.repeatWeekly);
     const time_t due = dueInstant(alarm);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ctime>
+#include <optional>
 #include <string>
 
 struct AlarmDbData;
@@ -41,6 +42,10 @@ bool isNamedByWallTime(time_t instant);
 
 /// When a registration of the alarm made before then rings: stime, later by the snoozes taken.
 time_t dueInstant(const AlarmDbData& alarm);
+
+/// The instant after now for which a one-shot of the phone waits unregistered: a registration knows
+/// weekdays only. None for any other alarm.
+std::optional<time_t> awaitedInstant(const AlarmDbData& alarm, time_t now);
 
 /// When the alarm, being on, rings next after now.
 time_t upcomingInstant(const AlarmDbData& alarm, time_t now);

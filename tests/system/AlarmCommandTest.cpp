@@ -2,6 +2,7 @@
 
 #include <ctime>
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -63,7 +64,19 @@ std::string dateOf(const tm& day)
 
 } // namespace
 
-class AlarmCommandTest : public CommandStory {};
+const char* const kVendorKey = "db/wms/host_status/vendor";
+
+class AlarmCommandTest : public CommandStory {
+protected:
+    /// An alarm of the phone that is on and not registered, for an instant in milliseconds.
+    void addPhoneAlarm(const std::string& instant)
+    {
+        alarmOutput({ "add", "07:30", "--off" });
+        store->query("UPDATE alarm SET deviceType = 1, enable = 1, stime = ?1 / 1000,"
+                     " mobileAlertTime = ?1",
+            instant);
+    }
+};
 
 TEST_F(AlarmCommandTest, AddStoresAndRegisters)
 {
@@ -250,13 +263,74 @@ TEST_F(AlarmCommandTest, RemoveForgetsAndCancels)
 
 TEST_F(AlarmCommandTest, NextIsTheEarliestThatIsOn)
 {
-    EXPECT_EQ("no alarm is on\n", alarmOutput({ "next" }));
+    EXPECT_EQ("no alarm will ring\n", alarmOutput({ "next" }));
     EXPECT_EQ("null\n", alarmOutput({ "next", "--json" }));
     alarmOutput({ "add", "--in", "3h" });
     alarmOutput({ "add", "--in", "2h" });
     alarmOutput({ "add", "--in", "1h", "--off" });
 
     EXPECT_EQ("2", member(alarmOutput({ "next", "--json" }), "$.id"));
+}
+
+TEST_F(AlarmCommandTest, PhoneAlarmThatDoesNotRingHereIsSilent)
+{
+    session.setKey(kVendorKey, std::string("another"));
+    addPhoneAlarm("0");
+
+    EXPECT_EQ("alarm 1 is on, but stays silent: the phone is not of the watch's make\n",
+        alarmOutput({ "on", "1" }));
+    EXPECT_EQ("no alarm will ring\n", alarmOutput({ "next" }));
+    EXPECT_EQ("null\n", alarmOutput({ "next", "--json" }));
+    EXPECT_EQ(
+        linesOf(alarmOutput({ "list", "--plain" }))[1], "1   07:30  once  silent  -     phone");
+    EXPECT_THAT(alarmOutput({ "show", "1" }),
+        AllOf(HasSubstr("\nstate      silent: the phone is not of the watch's make\n"),
+            HasSubstr("\nnext       -\n")));
+    const std::string json = alarmOutput({ "show", "1", "--json" });
+    EXPECT_EQ("1", member(json, "$.enabled"));
+    EXPECT_EQ("silent", member(json, "$.state"));
+    EXPECT_EQ("null", member(json, "$.next"));
+
+    alarmOutput({ "add", "--in", "100h" });
+    EXPECT_EQ("2", member(alarmOutput({ "next", "--json" }), "$.id"));
+}
+
+TEST_F(AlarmCommandTest, PhoneAlarmThatTheSettingsKeepSilentIsSilent)
+{
+    session.setKey(kVendorKey, std::string("velmora"));
+    session.setKey("db/alarm/host_alarm_notification_enabled", false);
+    addPhoneAlarm("0");
+
+    EXPECT_EQ(
+        "alarm 1 is on, but stays silent: the phone's alarms are off in the watch's settings\n",
+        alarmOutput({ "on", "1" }));
+}
+
+TEST_F(AlarmCommandTest, PhoneAlarmWhoseInstantIsOverIsSilent)
+{
+    session.setKey(kVendorKey, std::string("velmora"));
+    addPhoneAlarm(std::to_string(time(nullptr) - 60) + "000");
+
+    EXPECT_EQ("silent", member(alarmOutput({ "show", "1", "--json" }), "$.state"));
+    EXPECT_EQ("alarm 1 is on, but stays silent: its time is over\n",
+        alarmOutput({ "edit", "1", "--name", "Late" }));
+    EXPECT_EQ("no alarm will ring\n", alarmOutput({ "next" }));
+}
+
+TEST_F(AlarmCommandTest, PhoneAlarmOfALaterWeekRingsOnItsDay)
+{
+    const time_t instant = time(nullptr) + 30L * 24 * 60 * 60;
+    session.setKey(kVendorKey, std::string("velmora"));
+    addPhoneAlarm(std::to_string(instant) + "000");
+
+    const std::string json = alarmOutput({ "next", "--json" });
+    EXPECT_EQ("on", member(json, "$.state"));
+    EXPECT_EQ(
+        std::to_string(instant), store->query("SELECT strftime('%s', ?)", member(json, "$.next")));
+    EXPECT_THAT(alarmOutput({ "next" }), HasSubstr(", in 30 d 0 h"));
+
+    session.setKey(kVendorKey, std::string("another"));
+    EXPECT_EQ("null\n", alarmOutput({ "next", "--json" }));
 }
 
 TEST_F(AlarmCommandTest, NameOfAPhoneAlarmIsNoLongerThanThePhoneTakes)
@@ -427,7 +501,7 @@ TEST_P(AlarmBadInputTest, IsRefusedInOneLine)
     EXPECT_EQ(2, result.status);
     EXPECT_EQ("", result.out);
     EXPECT_THAT(linesOf(result.err),
-        ElementsAre(testing::AllOf(StartsWith("alarm: "), HasSubstr(GetParam().reason))));
+        ElementsAre(AllOf(StartsWith("alarm: "), HasSubstr(GetParam().reason))));
     EXPECT_EQ(version, store->version());
     ASSERT_THAT(session.alarms(), SizeIs(1));
     EXPECT_EQ(registered[0].id, session.alarms()[0].id);
