@@ -35,28 +35,48 @@ bool isSame(const AlarmDbData& left, const AlarmDbData& right)
     return fields(left) == fields(right);
 }
 
-bool isStored(const AlarmDbData& alarm)
+/// What was read of a write.
+enum class Written { Yes, No, Unknown };
+
+// Reads the row, which has the id -1 when there is none.
+Written readBack(int id, const std::function<bool(const AlarmDbData& stored)>& isDone)
 {
     AlarmDbData stored;
-    return findAlarm(alarm.id, stored) == Found::Yes && isSame(stored, alarm);
+    if (findAlarm(id, stored) == Found::Unreadable)
+        return Written::Unknown;
+    return isDone(stored) ? Written::Yes : Written::No;
+}
+
+Written isStored(const AlarmDbData& alarm)
+{
+    return readBack(
+        alarm.id, [&alarm](const AlarmDbData& stored) { return isSame(stored, alarm); });
+}
+
+// By what no other alarm has, as somebody may have changed it since.
+Written isInserted(const AlarmDbData& alarm)
+{
+    if (alarm.id <= 0)
+        return Written::No;
+    return readBack(
+        alarm.id, [&alarm](const AlarmDbData& stored) { return stored.modTime == alarm.modTime; });
 }
 
 bool isOfPhone(const AlarmDbData& alarm) { return alarm.deviceType == kPhoneDevice; }
 
 // Whether the row is gone; a phone alarm's stays, hidden, with the time of its removal, until the
 // phone has heard.
-bool isRemoved(const AlarmDbData& alarm)
+Written isRemoved(const AlarmDbData& alarm)
 {
-    AlarmDbData stored;
-    if (findAlarm(alarm.id, stored) != Found::No)
-        return false;
-    if (!isOfPhone(alarm))
-        return true;
-    std::vector<AlarmDbData> unsynced;
-    AlarmDbModel().getAllUnsyncedAlarmList(unsynced);
-    return std::any_of(unsynced.begin(), unsynced.end(), [&alarm](const AlarmDbData& each) {
-        return each.id == alarm.id && each.isDeleted
-            && each.mobileModifiedTime == alarm.mobileModifiedTime;
+    return readBack(alarm.id, [&alarm](const AlarmDbData& stored) {
+        if (stored.id != -1 || !isOfPhone(alarm))
+            return stored.id == -1;
+        std::vector<AlarmDbData> unsynced;
+        AlarmDbModel().getAllUnsyncedAlarmList(unsynced);
+        return std::any_of(unsynced.begin(), unsynced.end(), [&alarm](const AlarmDbData& each) {
+            return each.id == alarm.id && each.isDeleted
+                && each.mobileModifiedTime == alarm.mobileModifiedTime;
+        });
     });
 }
 
@@ -81,22 +101,26 @@ bool isNewToPhone(const AlarmDbData& before, const AlarmDbData& after)
     return shown(before) != shown(after) || (hasInstant && before.stime != after.stime);
 }
 
-// Writes until check, which reads with a connection of its own, finds it done.
-bool writeAndCheck(
-    const std::function<void(AlarmDbModel&)>& write, const std::function<bool()>& check)
+// Writes until check, which reads with a connection of its own, finds it done. Only what was read
+// not to be there is written again: an insert would make a second row.
+Written writeAndCheck(
+    const std::function<void(AlarmDbModel&)>& write, const std::function<Written()>& check)
 {
+    Written written = Written::No;
     for (int i = 0; i < kWriteTries; ++i) {
-        {
+        if (written == Written::No) {
             AlarmDbModel store;
             write(store);
         } // announced here
-        if (check())
-            return true;
+        written = check();
+        if (written == Written::Yes)
+            return written;
         usleep(kWritePause << i);
-        if (check())
-            return true;
+        written = check();
+        if (written == Written::Yes)
+            return written;
     }
-    return false;
+    return written;
 }
 
 Saved notFound(Found found) { return found == Found::No ? Saved::NoSuchAlarm : Saved::Unreadable; }
@@ -171,6 +195,8 @@ const char* textOf(Saved result)
         return "the alarm could not be stored";
     case Saved::StillRegistered:
         return "the alarm could not be stored, nor its registration be taken back";
+    case Saved::Unknown:
+        return "the store cannot be read back, so it is not known whether that is saved";
     case Saved::NotRemoved:
         return "the alarm could not be removed";
     default:
@@ -188,9 +214,14 @@ Saved addAlarm(AlarmDbData& alarm, const Edit& edit)
         return Saved::NotRegistered;
 
     const auto insert = [&alarm](AlarmDbModel& store) { store.insertAlarmData(alarm, true, true); };
-    if (writeAndCheck(insert, [&alarm] { return isStored(alarm); }))
+    switch (writeAndCheck(insert, [&alarm] { return isInserted(alarm); })) {
+    case Written::Yes:
         return Saved::Yes;
-    return giveUp(alarm);
+    case Written::No:
+        return giveUp(alarm);
+    default:
+        return Saved::Unknown; // what rings without a row ends by itself, a row has to ring
+    }
 }
 
 Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm)
@@ -217,16 +248,17 @@ Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm)
         if (isOfPhone(alarm))
             store._updateMobileTime(alarm);
     };
-    if (writeAndCheck(update, [&alarm] { return isStored(alarm); })) {
+    const Written written = writeAndCheck(update, [&alarm] { return isStored(alarm); });
+    if (written == Written::Yes) {
         if (alarm.alarm_mgr_id != before.alarm_mgr_id)
             (void)cancel(before);
         return Saved::Yes;
     }
     // Where the row cannot be read, both stay: the alert rings for the one that the row names.
     AlarmDbData stored;
-    const bool isRead = findAlarm(id, stored) == Found::Yes;
-    const bool isForNothing = isRead && stored.alarm_mgr_id != alarm.alarm_mgr_id;
-    return isForNothing ? giveUp(alarm) : Saved::NotStored;
+    if (written == Written::Unknown || findAlarm(id, stored) == Found::Unreadable)
+        return Saved::Unknown;
+    return stored.alarm_mgr_id == alarm.alarm_mgr_id ? Saved::NotStored : giveUp(alarm);
 }
 
 Saved removeAlarm(int id, AlarmDbData& alarm)
@@ -245,8 +277,9 @@ Saved removeAlarm(int id, AlarmDbData& alarm)
             store._updateMobileTime(removed);
         store.removeAlarmData(removed, true, true, true, true);
     };
-    if (!writeAndCheck(remove, [&removed] { return isRemoved(removed); }))
-        return Saved::NotRemoved;
+    const Written written = writeAndCheck(remove, [&removed] { return isRemoved(removed); });
+    if (written != Written::Yes)
+        return written == Written::No ? Saved::NotRemoved : Saved::Unknown;
     (void)cancel(alarm);
     return Saved::Yes;
 }

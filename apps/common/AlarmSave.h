@@ -8,9 +8,10 @@
  * Saving alarms so that none is lost. The library does not wait for a store that another process
  * writes, and answers success for a write that was attempted. So every process waits on a busy
  * store, and every save takes turns with the others, reads back what it wrote, and writes again
- * when it is not there. Registration and row change together: when a save gives up, the alarm rings
- * as it did before. Each change is announced. Those of a phone alarm that the phone would see are
- * marked for the phone, which is told when it is near, and have a time later than what they change.
+ * when it read that it is not there. Registration and row change together: when a save gives up,
+ * the alarm rings as it did before; where it cannot read what is stored, as whatever is. Each
+ * change is announced. Those of a phone alarm that the phone would see are marked for the phone,
+ * which is told when it is near, and have a time later than what they change.
  * Main loop only; a save may block for some seconds.
  */
 namespace app {
@@ -23,6 +24,7 @@ enum class Saved {
     NotStored,
     StillRegistered, ///< not stored, and the alarm service did not forget it either
     NotRemoved,
+    Unknown, ///< tried, and the store cannot be read since; what was registered stays
 };
 
 /// One line for the user about a save that was not done.

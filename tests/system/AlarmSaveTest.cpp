@@ -1,9 +1,14 @@
+#include "common/AlarmSave.h"
+
 #include "CommandStory.h"
+#include "common/AlarmTime.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -306,4 +311,131 @@ TEST_F(AlarmSaveTest, LockedStoreIsNoEmptyList)
     EXPECT_EQ(1, result.status);
     EXPECT_EQ("", result.out);
     EXPECT_EQ("alarm: the alarms cannot be read: database is locked\n", result.err);
+}
+
+namespace {
+
+std::function<void()> whenStoreIsOpened;
+
+int noteConnection(sqlite3* connection, char**, const void*)
+{
+    const char* const path = sqlite3_db_filename(connection, nullptr);
+    if (whenStoreIsOpened && path && strstr(path, "/.alarm.db"))
+        whenStoreIsOpened();
+    return SQLITE_OK;
+}
+
+bool ringDaily(AlarmDbData& alarm, time_t now)
+{
+    alarm.enable = 1;
+    alarm.hour = (app::wallTime(now).hour + 2) % 24;
+    alarm.repeat_once = 0;
+    alarm.repeatWeekly = kEveryDay;
+    app::setNextRing(alarm, now);
+    return true;
+}
+
+} // namespace
+
+// Saves of this process, which cannot read what they have written: another one has the file then.
+class UnreadableSaveTest : public AlarmSaveTest {
+protected:
+    UnreadableSaveTest()
+    {
+        AlarmDbModel::_maxRetryTimeout = AlarmDbModel::_initialRetryTimeout; // no wait
+        sqlite3_auto_extension(reinterpret_cast<void (*)()>(noteConnection));
+    }
+
+    ~UnreadableSaveTest() override
+    {
+        whenStoreIsOpened = nullptr;
+        sqlite3_cancel_auto_extension(reinterpret_cast<void (*)()>(noteConnection));
+    }
+
+    /// Takes the file from the first who opens it after the query has rows, until so many have.
+    void holdStoreAfter(const std::string& query, int visitors)
+    {
+        whenStoreIsOpened = [this, query, visitors, come = 0]() mutable {
+            if (come == 0 && store->query(query).empty())
+                return;
+            ++come;
+            if (come == 1)
+                store->query("BEGIN EXCLUSIVE");
+            if (come == visitors)
+                releaseStore();
+        };
+    }
+
+    void releaseStore()
+    {
+        whenStoreIsOpened = nullptr;
+        store->query("COMMIT");
+    }
+};
+
+TEST_F(UnreadableSaveTest, AlarmIsNotStoredTwice)
+{
+    AlarmDbData alarm;
+    holdStoreAfter("SELECT 1 FROM alarm", 3);
+
+    EXPECT_EQ(app::Saved::Yes, app::addAlarm(alarm, ringDaily));
+
+    EXPECT_EQ("1", store->query("SELECT id FROM alarm"));
+    expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(UnreadableSaveTest, AlarmThatMayBeStoredKeepsItsRegistration)
+{
+    AlarmDbData alarm;
+    holdStoreAfter("SELECT 1 FROM alarm", 1000);
+
+    const app::Saved saved = app::addAlarm(alarm, ringDaily);
+    releaseStore();
+
+    EXPECT_EQ(app::Saved::Unknown, saved);
+    EXPECT_STREQ("the store cannot be read back, so it is not known whether that is saved",
+        app::textOf(saved));
+    EXPECT_EQ("1", store->query("SELECT id FROM alarm"));
+    expectRowsAndRegistrationsMatch();
+}
+
+TEST_F(UnreadableSaveTest, AlarmThatMayBeChangedKeepsBothRegistrations)
+{
+    alarmOutput({ "add", "--in", "1h" });
+    AlarmDbData alarm;
+    holdStoreAfter("SELECT 1 FROM alarm WHERE repeat_once = 0", 1000);
+
+    const app::Saved saved = app::changeAlarm(1, ringDaily, alarm);
+    releaseStore();
+
+    EXPECT_EQ(app::Saved::Unknown, saved);
+    EXPECT_THAT(session.alarms(), SizeIs(2));
+    EXPECT_EQ(std::to_string(alarm.alarm_mgr_id), store->query("SELECT alarm_mgr_id FROM alarm"));
+}
+
+TEST_F(UnreadableSaveTest, AlarmThatMayBeRemovedIsNotCalledRemoved)
+{
+    alarmOutput({ "add", "--in", "1h" });
+    AlarmDbData alarm;
+    holdStoreAfter("SELECT 1 WHERE NOT EXISTS (SELECT 1 FROM alarm)", 1000);
+
+    const app::Saved saved = app::removeAlarm(1, alarm);
+    releaseStore();
+
+    EXPECT_EQ(app::Saved::Unknown, saved);
+    EXPECT_EQ("", store->query("SELECT id FROM alarm"));
+}
+
+// Nothing was stored then, so nothing has to be read.
+TEST_F(UnreadableSaveTest, AlarmThatWasNotStoredIsTakenBack)
+{
+    AlarmDbData alarm;
+    holdStoreAfter("SELECT 1", 1000);
+
+    const app::Saved saved = app::addAlarm(alarm, ringDaily);
+    releaseStore();
+
+    EXPECT_EQ(app::Saved::NotStored, saved);
+    EXPECT_EQ("", store->query("SELECT id FROM alarm"));
+    EXPECT_THAT(session.alarms(), IsEmpty());
 }
