@@ -1,4 +1,5 @@
 #include "AlarmAlert.h"
+#include "common/AlarmList.h"
 #include "common/Alert.h"
 #include "common/StoreFile.h"
 
@@ -14,7 +15,6 @@
 namespace {
 
 const char* const kTag = "alarm-alert";
-const char* const kChangedKey = ".alarmDbChanged";
 
 using Text = std::unique_ptr<char, void (*)(void*)>;
 
@@ -79,7 +79,8 @@ void appControlCb(app_control_h request, void* data)
     // Not later, when an answer to what rings would have to wait for the store.
     if (!alert.isRinging()) {
         app::makeStore();
-        (void)preference_set_changed_cb(kChangedKey, storeChangedCb, data);
+        for (const char* key : app::kChangedKeys)
+            (void)preference_set_changed_cb(key, storeChangedCb, data);
         alert.resume();
     }
     const Text operation = operationOf(request);
@@ -99,7 +100,8 @@ void appControlCb(app_control_h request, void* data)
 // The last moment with a main loop, of which the sound has timers.
 void terminateCb(void* data)
 {
-    (void)preference_unset_changed_cb(kChangedKey);
+    for (const char* key : app::kChangedKeys)
+        (void)preference_unset_changed_cb(key);
     static_cast<std::unique_ptr<AlarmAlert>*>(data)->reset();
 }
 

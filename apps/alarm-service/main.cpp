@@ -13,7 +13,6 @@
 namespace {
 
 const char* const kTag = "alarm-service";
-const char* const kChangedKeys[] = { ".alarmDbChanged", ".alarmDbChangedWidget" };
 const char* const kSettingKeys[]
     = { VCONFKEY_VAP_CONNECTIVITY_TYPE, VCONFKEY_WMS_WMANAGER_CONNECTED,
           "db/wms/host_status/vendor", "db/alarm/host_alarm_notification_enabled" };
@@ -76,7 +75,7 @@ bool createCb(void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
     app::makeStore();
-    for (const char* key : kChangedKeys) {
+    for (const char* key : app::kChangedKeys) {
         if (preference_set_changed_cb(key, alarmsChangedCb, data) != PREFERENCE_ERROR_NONE)
             dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
     }
@@ -93,7 +92,7 @@ bool createCb(void* data) noexcept
 void terminateCb(void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
-    for (const char* key : kChangedKeys)
+    for (const char* key : app::kChangedKeys)
         (void)preference_unset_changed_cb(key);
     for (const char* key : kSettingKeys)
         (void)vconf_ignore_key_changed(key, settingChangedCb);

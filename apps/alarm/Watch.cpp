@@ -15,8 +15,6 @@
 
 namespace {
 
-const char* const kChangedKey = ".alarmDbChanged";
-
 using AlarmsById = std::map<int, AlarmDbData>;
 
 AlarmsById readAlarms()
@@ -151,11 +149,13 @@ void watchAlarms(bool json)
 {
     ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, endLoop, nullptr);
     Watch watch(json);
-    listen(kChangedKey, Watch::alarmsChangedCb, watch);
+    for (const char* key : app::kChangedKeys)
+        listen(key, Watch::alarmsChangedCb, watch);
     listen(app::kRingingKey, Watch::ringingChangedCb, watch);
     watch.start();
     if (!ferror(stdout))
         ecore_main_loop_begin();
-    (void)preference_unset_changed_cb(kChangedKey);
+    for (const char* key : app::kChangedKeys)
+        (void)preference_unset_changed_cb(key);
     (void)preference_unset_changed_cb(app::kRingingKey);
 }

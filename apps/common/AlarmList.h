@@ -5,8 +5,12 @@
 #include <optional>
 #include <vector>
 
-/** Reading the store with an answer that tells "none" from "cannot be read". */
+/** Following and reading the store, with an answer that tells "none" from "cannot be read". */
 namespace app {
+
+/// The preferences that tell of changes in the store. A change is announced for applications, for
+/// widgets, or for both.
+inline const char* const kChangedKeys[] = { ".alarmDbChanged", ".alarmDbChangedWidget" };
 
 /// Every alarm, the phone's too, by time of day. Deleted ones are left out.
 std::vector<AlarmDbData> allAlarms();

@@ -175,6 +175,19 @@ TEST_F(AlarmAlertTest, AlarmSwitchedOffWhileRingingIsOver)
     EXPECT_TRUE(waitUntilAlertEnds());
 }
 
+TEST_F(AlarmAlertTest, AlarmSwitchedOffWhileRingingIsOverThoughOnlyWidgetsAreTold)
+{
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(1));
+
+    AlarmDbData alarm = storedAlarm(1);
+    alarm.enable = 0;
+    AlarmDbModel().updateAlarmData(alarm, false, true, false, false);
+
+    EXPECT_TRUE(waitUntilRinging(-1));
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
 TEST_F(AlarmAlertTest, AlarmRenamedWhileRingingRingsOn)
 {
     alarmOutput({ "add", "--in", "1s" });

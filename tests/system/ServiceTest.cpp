@@ -80,3 +80,24 @@ TEST_F(ServiceTest, WatchPrintsEveryAnnouncedChange)
     dismiss();
     waitForLine("quiet");
 }
+
+TEST_F(ServiceTest, WatchPrintsAChangeOnceThatIsForTheWidgetsToo)
+{
+    BackgroundCommand watch({ "alarm", "watch" });
+    const auto hasLine = [&](const std::string& line) {
+        return session.waitFor([&] { return watch.output().find(line) != std::string::npos; });
+    };
+    ASSERT_TRUE(hasLine("watching"));
+
+    AlarmDbData alarm;
+    AlarmDbModel().insertAlarmData(alarm, false, true);
+    EXPECT_TRUE(hasLine("added     1"));
+    AlarmDbModel().insertAlarmData(alarm, true, true);
+    EXPECT_TRUE(hasLine("added     2"));
+    AlarmDbModel().removeAlarmData(alarm, true, false, false, false);
+    EXPECT_TRUE(hasLine("removed   2"));
+
+    EXPECT_EQ("watching  0 alarms\nadded     1  06:00  once  off\nadded     2  06:00  once  off\n"
+              "removed   2  06:00  once  off\n",
+        watch.output());
+}
