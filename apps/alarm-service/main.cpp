@@ -32,13 +32,13 @@ public:
     /// Looks for the alarm that rings next and logs it when it is another, or at another time.
     void follow()
     {
-        const std::string fault = app::storeFault();
-        if (!fault.empty()) {
-            dlog_print(DLOG_WARN, kTag, "the alarms cannot be read: %s", fault.c_str());
+        const auto alarms = app::allAlarms();
+        if (!alarms) {
+            dlog_print(DLOG_WARN, kTag, "the alarms cannot be read: %s", app::storeFault().c_str());
             return;
         }
         const time_t now = time(nullptr);
-        const std::string description = describe(app::upcomingAlarm(app::allAlarms(), now), now);
+        const std::string description = describe(app::upcomingAlarm(*alarms, now), now);
         if (description == _description)
             return;
         _description = description;

@@ -49,6 +49,14 @@ void check(app::Saved result, int id)
         throw Failure(Failure::kFailed, app::textOf(result));
 }
 
+std::vector<AlarmDbData> storedAlarms()
+{
+    std::optional<std::vector<AlarmDbData>> alarms = app::allAlarms();
+    if (!alarms)
+        throw Failure(Failure::kFailed, app::textOf(app::Saved::Unreadable));
+    return *alarms;
+}
+
 AlarmDbData storedAlarm(int id)
 {
     AlarmDbData alarm;
@@ -175,7 +183,7 @@ void remove(const CommandLine& line)
 
 void list(const CommandLine& line)
 {
-    const std::vector<AlarmDbData> alarms = app::allAlarms();
+    const std::vector<AlarmDbData> alarms = storedAlarms();
     const time_t now = time(nullptr);
     print(line.json ? alarmsJson(alarms, now) + '\n'
                     : alarmTable(alarms, now, terminalColumns(), line.plain));
@@ -191,7 +199,7 @@ void show(const CommandLine& line)
 void next(const CommandLine& line)
 {
     const time_t now = time(nullptr);
-    const std::optional<AlarmDbData> alarm = app::upcomingAlarm(app::allAlarms(), now);
+    const std::optional<AlarmDbData> alarm = app::upcomingAlarm(storedAlarms(), now);
     if (alarm) {
         printResult(line, *alarm, alarmForecast(*alarm, now));
     } else {

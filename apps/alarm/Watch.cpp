@@ -1,9 +1,9 @@
 #include "Watch.h"
 
 #include "common/AlarmList.h"
+#include "common/AlarmSave.h"
 #include "common/Alert.h"
 #include "common/Failure.h"
-#include "common/StoreFile.h"
 #include "common/Text.h"
 #include "Presentation.h"
 
@@ -12,15 +12,23 @@
 #include <cstdio>
 #include <Ecore.h>
 #include <map>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace {
 
+const double kTryAgain = 0.5; // seconds
+
 using AlarmsById = std::map<int, AlarmDbData>;
 
-AlarmsById readAlarms()
+std::optional<AlarmsById> readAlarms()
 {
+    std::optional<std::vector<AlarmDbData>> alarms = app::allAlarms();
+    if (!alarms)
+        return std::nullopt;
     AlarmsById byId;
-    for (AlarmDbData& alarm : app::allAlarms()) {
+    for (AlarmDbData& alarm : *alarms) {
         const int id = alarm.id;
         byId.emplace(id, std::move(alarm));
     }
@@ -47,11 +55,17 @@ public:
         : _json(json)
     {
     }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+    ~Watch() { _stopTrying(); }
 
     /// What comes after this is heard, so the callbacks are there by now.
     void start()
     {
-        _alarms = readAlarms();
+        std::optional<AlarmsById> alarms = readAlarms();
+        if (!alarms)
+            throw Failure(Failure::kFailed, app::textOf(app::Saved::Unreadable));
+        _alarms = std::move(*alarms);
         _ringing = app::ringingAlarm();
         if (_json) {
             printf("{\"event\":\"watching\",\"alarms\":%zu}\n", _alarms.size());
@@ -76,10 +90,13 @@ public:
 private:
     void _compareAlarms()
     {
-        if (!app::storeFault().empty())
+        _stopTrying();
+        std::optional<AlarmsById> alarms = readAlarms();
+        if (!alarms) {
+            _timer = ecore_timer_add(kTryAgain, _tryAgainCb, this);
             return;
-        const AlarmsById before = std::move(_alarms);
-        _alarms = readAlarms();
+        }
+        const AlarmsById before = std::exchange(_alarms, std::move(*alarms));
         for (const auto& [id, alarm] : before) {
             if (_alarms.count(id) == 0)
                 _print("removed", alarm);
@@ -93,6 +110,21 @@ private:
             }
         }
         flush();
+    }
+
+    void _stopTrying()
+    {
+        if (_timer)
+            ecore_timer_del(_timer);
+        _timer = nullptr;
+    }
+
+    static Eina_Bool _tryAgainCb(void* data)
+    {
+        auto* self = static_cast<Watch*>(data);
+        self->_timer = nullptr;
+        self->_compareAlarms();
+        return ECORE_CALLBACK_CANCEL;
     }
 
     void _compareRinging()
@@ -129,6 +161,7 @@ private:
     bool _json;
     AlarmsById _alarms;
     int _ringing = -1;
+    Ecore_Timer* _timer = nullptr; ///< while the alarms cannot be read
 };
 
 Eina_Bool endLoop(void*, int, void*)

@@ -21,12 +21,17 @@ Found foundOrNot(int result, const AlarmDbData& alarm)
 
 } // namespace
 
-std::vector<AlarmDbData> allAlarms()
+std::optional<std::vector<AlarmDbData>> allAlarms()
 {
+    // The library waits much longer for who locks the file, so it is asked only when nobody does.
+    if (!storeFault().empty())
+        return std::nullopt;
+    StoreReading store;
+    if (!store.isOpen())
+        return std::nullopt;
     std::vector<AlarmDbData> alarms;
-    AlarmDbModel store;
-    store.getAllAlarmList(alarms);
-    store.getAllMobileAlarmList(alarms);
+    store.model().getAllAlarmList(alarms);
+    store.model().getAllMobileAlarmList(alarms);
     alarms.erase(std::remove_if(alarms.begin(), alarms.end(),
                      [](const AlarmDbData& alarm) { return alarm.isDeleted; }),
         alarms.end());

@@ -12,8 +12,9 @@ namespace app {
 /// widgets, or for both.
 inline const char* const kChangedKeys[] = { ".alarmDbChanged", ".alarmDbChangedWidget" };
 
-/// Every alarm, the phone's too, by time of day. Deleted ones are left out.
-std::vector<AlarmDbData> allAlarms();
+/// Every alarm, the phone's too, by time of day. Deleted ones are left out. None when the store
+/// cannot be read. Needs waitOnBusyStore().
+std::optional<std::vector<AlarmDbData>> allAlarms();
 
 enum class Found { Yes, No, Unreadable };
 

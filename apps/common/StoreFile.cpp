@@ -44,6 +44,18 @@ int prepareConnection(sqlite3* connection, char**, const void*)
     return sqlite3_busy_timeout(connection, kBusyTimeout);
 }
 
+std::unique_ptr<AlarmDbModel> openModel()
+{
+    lastOpened = nullptr;
+    return std::make_unique<AlarmDbModel>();
+}
+
+bool run(sqlite3* connection, const char* statement)
+{
+    return connection
+        && sqlite3_exec(connection, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
 // Opens a file that is there; sqlite3_errcode() tells whether it could be.
 Store openFile(const std::string& path)
 {
@@ -152,17 +164,27 @@ std::string storeFault()
     return text;
 }
 
-StoreTransaction::StoreTransaction()
-    : _model((lastOpened = nullptr, std::make_unique<AlarmDbModel>()))
+// The first read begins the moment. It goes through the whole table, and so finds what is broken.
+StoreReading::StoreReading()
+    : _model(openModel())
     , _connection(lastOpened)
-    , _isOpen(_run("BEGIN IMMEDIATE"))
+    , _isOpen(run(_connection, "BEGIN") && run(_connection, "SELECT count(*) FROM alarm"))
+{
+}
+
+StoreReading::~StoreReading() { run(_connection, "ROLLBACK"); }
+
+StoreTransaction::StoreTransaction()
+    : _model(openModel())
+    , _connection(lastOpened)
+    , _isOpen(run(_connection, "BEGIN IMMEDIATE"))
 {
 }
 
 StoreTransaction::~StoreTransaction()
 {
     if (_isOpen)
-        _run("ROLLBACK");
+        run(_connection, "ROLLBACK");
 }
 
 void StoreTransaction::updateRegistration(const AlarmDbData& alarm)
@@ -173,21 +195,15 @@ void StoreTransaction::updateRegistration(const AlarmDbData& alarm)
             alarm.alarm_mgr_id, alarm.stime, alarm.timezone.c_str(), alarm.count,
             alarm.repeatWeekly, alarm.id),
         sqlite3_free);
-    _run(statement.get());
+    run(_connection, statement.get());
 }
 
 bool StoreTransaction::commit()
 {
-    if (!_isOpen || !_run("COMMIT"))
+    if (!_isOpen || !run(_connection, "COMMIT"))
         return false;
     _isOpen = false;
     return true;
-}
-
-bool StoreTransaction::_run(const char* statement)
-{
-    return _connection
-        && sqlite3_exec(_connection, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
 } // namespace app

@@ -25,6 +25,28 @@ void makeStore();
 std::string storeFault();
 
 /**
+ * Reads of one moment, which nobody who locks the file can part. Needs waitOnBusyStore(). Others
+ * wait to write, so it is to be short.
+ */
+class StoreReading {
+public:
+    StoreReading();
+    StoreReading(const StoreReading&) = delete;
+    StoreReading& operator=(const StoreReading&) = delete;
+    ~StoreReading();
+
+    /// Whether the alarms can be read; the library's lists do not tell.
+    bool isOpen() const { return _isOpen; }
+
+    AlarmDbModel& model() { return *_model; }
+
+private:
+    std::unique_ptr<AlarmDbModel> _model;
+    sqlite3* _connection; ///< of the model
+    bool _isOpen;
+};
+
+/**
  * Writes that are stored together, or not at all: one wait for the disk instead of one for each.
  * Needs waitOnBusyStore(). Others read what was there before, and wait to write; so it is to be
  * short, and no other connection of the process may write meanwhile.
@@ -51,8 +73,6 @@ public:
     bool commit();
 
 private:
-    bool _run(const char* statement);
-
     std::unique_ptr<AlarmDbModel> _model;
     sqlite3* _connection; ///< of the model
     bool _isOpen;

@@ -1,5 +1,6 @@
 #include "CommandStory.h"
 
+#include <app_preference.h>
 #include <csignal>
 
 using testing::ContainsRegex;
@@ -243,4 +244,24 @@ TEST_F(AlarmAlertTest, WatchPrintsWhatRingsAsJsonLines)
         store->query("SELECT min(json_valid(value)) FROM"
                      " json_each('[' || replace(trim(?1, char(10)), char(10), ',') || ']')",
             result.out));
+}
+
+TEST_F(AlarmAlertTest, WatchTellsOfChangesWhenTheAlarmsCanBeReadAgain)
+{
+    alarmOutput({ "add", "07:30", "--days", "daily", "--off" });
+    BackgroundCommand watch({ "alarm", "watch" });
+    const auto hasLine = [this, &watch](const std::string& line) {
+        return session.waitFor([&] { return watch.output().find(line) != std::string::npos; });
+    };
+    ASSERT_TRUE(hasLine("watching  1 alarms\n"));
+    store->query("BEGIN EXCLUSIVE");
+    store->query("UPDATE alarm SET name = 'New'");
+    preference_set_int(".alarmDbChanged", 2);
+    // Longer than a reader waits.
+    (void)session.waitFor([] { return false; }, 3);
+    EXPECT_EQ("watching  1 alarms\n", watch.output());
+    store->query("COMMIT");
+
+    EXPECT_TRUE(hasLine("changed   1  07:30  daily  off  New\n"));
+    EXPECT_EQ("watching  1 alarms\nchanged   1  07:30  daily  off  New\n", watch.output());
 }

@@ -1,7 +1,9 @@
 #include "common/AlarmSave.h"
 
 #include "CommandStory.h"
+#include "common/AlarmList.h"
 #include "common/AlarmTime.h"
+#include "common/StoreFile.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -322,7 +324,7 @@ int noteConnection(sqlite3* connection, char**, const void*)
     const char* const path = sqlite3_db_filename(connection, nullptr);
     if (whenStoreIsOpened && path && strstr(path, "/.alarm.db"))
         whenStoreIsOpened();
-    return SQLITE_OK;
+    return sqlite3_busy_timeout(connection, 0); // no wait
 }
 
 bool ringDaily(AlarmDbData& alarm, time_t now)
@@ -337,12 +339,13 @@ bool ringDaily(AlarmDbData& alarm, time_t now)
 
 } // namespace
 
-// Saves of this process, which cannot read what they have written: another one has the file then.
+// Saves and reads of this process, which another one keeps from the file in between.
 class UnreadableSaveTest : public AlarmSaveTest {
 protected:
     UnreadableSaveTest()
     {
-        AlarmDbModel::_maxRetryTimeout = AlarmDbModel::_initialRetryTimeout; // no wait
+        app::waitOnBusyStore();
+        AlarmDbModel::_maxRetryTimeout = AlarmDbModel::_initialRetryTimeout; // nor here
         sqlite3_auto_extension(reinterpret_cast<void (*)()>(noteConnection));
     }
 
@@ -438,4 +441,20 @@ TEST_F(UnreadableSaveTest, AlarmThatWasNotStoredIsTakenBack)
     EXPECT_EQ(app::Saved::NotStored, saved);
     EXPECT_EQ("", store->query("SELECT id FROM alarm"));
     EXPECT_THAT(session.alarms(), IsEmpty());
+}
+
+TEST_F(UnreadableSaveTest, ListThatCannotBeReadIsNoEmptyOne)
+{
+    alarmOutput({ "add", "07:30", "--off" });
+    EXPECT_THAT(app::allAlarms(), testing::Optional(SizeIs(1)));
+
+    int visitors = 0;
+    whenStoreIsOpened = [&] {
+        // The first finds that nothing is wrong.
+        if (++visitors == 2)
+            store->query("BEGIN EXCLUSIVE");
+    };
+    EXPECT_FALSE(app::allAlarms());
+    EXPECT_GE(visitors, 2);
+    releaseStore();
 }

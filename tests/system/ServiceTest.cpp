@@ -94,7 +94,7 @@ TEST_F(ServiceTest, WatchPrintsAChangeOnceThatIsForTheWidgetsToo)
     EXPECT_TRUE(hasLine("added     1"));
     AlarmDbModel().insertAlarmData(alarm, true, true);
     EXPECT_TRUE(hasLine("added     2"));
-    AlarmDbModel().removeAlarmData(alarm, true, false, false, false);
+    output({ "alarm", "remove", "2" });
     EXPECT_TRUE(hasLine("removed   2"));
 
     EXPECT_EQ("watching  0 alarms\nadded     1  06:00  once  off\nadded     2  06:00  once  off\n"
