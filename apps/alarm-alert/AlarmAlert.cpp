@@ -97,17 +97,18 @@ bool finish(AlarmDbData& alarm, time_t now)
 AlarmAlert::~AlarmAlert()
 {
     if (isRinging())
-        app::setRingingAlarm(-1);
+        app::setRingingAlarms({});
 }
 
 void AlarmAlert::resume()
 {
-    const int id = app::ringingAlarm();
-    AlarmDbData alarm;
-    if (id < 0 || app::findAlarm(id, alarm) != app::Found::Yes || !alarm.enable)
-        return;
-    dlog_print(DLOG_INFO, kTag, "alarm %d rings on", id);
-    _rings.push_back({ alarm, app::ringingInstant(alarm, time(nullptr)) });
+    for (const int id : app::ringingAlarms()) {
+        AlarmDbData alarm;
+        if (app::findAlarm(id, alarm) != app::Found::Yes || !alarm.enable)
+            continue;
+        dlog_print(DLOG_INFO, kTag, "alarm %d rings on", id);
+        _rings.insert(_rings.begin(), { alarm, app::ringingInstant(alarm, time(nullptr)) });
+    }
 }
 
 void AlarmAlert::ring(int alarmMgrId, const timespec& began)
@@ -144,7 +145,7 @@ void AlarmAlert::ring(int alarmMgrId, const timespec& began)
         dlog_print(DLOG_ERROR, kTag, "the registration %d rings without its record: %s", alarmMgrId,
             app::storeFault().c_str());
     }
-    app::setRingingAlarm(alarm.id);
+    _tell();
 }
 
 AlarmAlert::Answer AlarmAlert::snooze()
@@ -227,7 +228,7 @@ void AlarmAlert::_readUnknown()
             continue;
         ring.instant = app::ringingInstant(alarm, ring.instant);
         ring.alarm = alarm;
-        app::setRingingAlarm(_rings.back().alarm.id);
+        _tell();
     }
 }
 
@@ -239,5 +240,15 @@ void AlarmAlert::_end(int alarmMgrId)
         std::remove_if(_rings.begin(), _rings.end(),
             [alarmMgrId](const Ring& ring) { return ring.alarm.alarm_mgr_id == alarmMgrId; }),
         _rings.end());
-    app::setRingingAlarm(isRinging() ? _rings.back().alarm.id : -1);
+    _tell();
+}
+
+void AlarmAlert::_tell() const
+{
+    std::vector<int> ids;
+    for (auto ring = _rings.rbegin(); ring != _rings.rend(); ++ring) {
+        if (ids.empty() || ring->alarm.id >= 0)
+            ids.push_back(ring->alarm.id);
+    }
+    app::setRingingAlarms(ids);
 }

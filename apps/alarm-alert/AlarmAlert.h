@@ -29,7 +29,7 @@ public:
 
     bool isRinging() const { return !_rings.empty(); }
 
-    /// Takes over the alarm that an alert before this one left ringing when it was killed. To be
+    /// Takes over the alarms that an alert before this one left ringing when it was killed. To be
     /// called while nothing rings.
     void resume();
 
@@ -63,6 +63,7 @@ private:
 
     void _readUnknown();
     void _end(int alarmMgrId);
+    void _tell() const; ///< others what rings
 
     std::vector<Ring> _rings; ///< the newest last
     AlertSound _sound;

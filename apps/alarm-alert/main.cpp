@@ -51,7 +51,7 @@ void endWhenQuiet(const AlarmAlert& alert)
     if (alert.isRinging())
         return;
     // An alert that was killed may have left an alarm there that is off or gone now.
-    app::setRingingAlarm(-1);
+    app::setRingingAlarms({});
     ui_app_exit();
 }
 

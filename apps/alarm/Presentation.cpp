@@ -36,12 +36,13 @@ std::string instantText(time_t instant)
     return formatted(instant, instant % 60 == 0 ? "%a %e %b %H:%M" : "%a %e %b %H:%M:%S");
 }
 
-// While one alarm rings, so do those due before it that ring once and have not been answered.
+// One that was just set to a later time is not, though the alert may not have heard of it.
 bool isRinging(const AlarmDbData& alarm, time_t now)
 {
-    const int ringing = app::ringingAlarm();
-    return alarm.enable && app::dueInstant(alarm) <= now
-        && (ringing == alarm.id || (ringing >= 0 && alarm.repeat_once));
+    if (!alarm.enable || now < app::dueInstant(alarm))
+        return false;
+    const std::vector<int> ringing = app::ringingAlarms();
+    return std::find(ringing.begin(), ringing.end(), alarm.id) != ringing.end();
 }
 
 std::string stateOf(const AlarmDbData& alarm, time_t now)

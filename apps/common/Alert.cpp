@@ -1,6 +1,8 @@
 #include "common/Alert.h"
 
+#include <algorithm>
 #include <app_preference.h>
+#include <string>
 
 namespace app {
 
@@ -11,19 +13,47 @@ const char* const kAlarmExtra = "alarm_id";
 const char* const kReasonExtra = "reason";
 const char* const kRingingKey = "alarmRinging";
 
-int ringingAlarm()
+namespace {
+
+// Of the alarm after which so many began to ring.
+std::string keyOf(size_t place)
+{
+    return place == 0 ? kRingingKey : kRingingKey + std::to_string(place + 1);
+}
+
+int ringingAlarmAt(size_t place)
 {
     int id = -1;
-    (void)preference_get_int(kRingingKey, &id);
+    (void)preference_get_int(keyOf(place).c_str(), &id);
     return id;
 }
 
-void setRingingAlarm(int id)
+} // namespace
+
+int ringingAlarm() { return ringingAlarmAt(0); }
+
+std::vector<int> ringingAlarms()
 {
-    int before = -1;
-    if (preference_get_int(kRingingKey, &before) == PREFERENCE_ERROR_NONE && before == id)
-        return;
-    (void)preference_set_int(kRingingKey, id);
+    std::vector<int> ids;
+    const int newest = ringingAlarm();
+    if (newest >= 0)
+        ids.push_back(newest);
+    size_t place = 1;
+    for (int id = ringingAlarmAt(place); id >= 0; id = ringingAlarmAt(++place))
+        ids.push_back(id);
+    return ids;
+}
+
+void setRingingAlarms(const std::vector<int>& ids)
+{
+    size_t places = std::max<size_t>(ids.size(), 1);
+    while (ringingAlarmAt(places) >= 0)
+        ++places;
+    while (places-- > 0) {
+        const int id = places < ids.size() ? ids[places] : -1;
+        if (ringingAlarmAt(places) != id)
+            (void)preference_set_int(keyOf(places).c_str(), id);
+    }
 }
 
 } // namespace app

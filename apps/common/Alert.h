@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 /** How the applications reach the alert, and how it tells them what rings. */
 namespace app {
 
@@ -13,13 +15,17 @@ extern const char* const kDismissOperation;
 extern const char* const kAlarmExtra; ///< the alarm's row id; absent when nothing rings
 extern const char* const kReasonExtra; ///< of a failed result: one line for the user
 
-/// The package's preference with the row id of the alarm that rings, -1 when none does.
+/// The package's preference with the row id of the alarm that began to ring last, -1 when none
+/// rings. Others that ring have preferences of their own, written before it.
 extern const char* const kRingingKey;
 
 /// What the preference says; -1 when there is none.
 int ringingAlarm();
 
-/// Writes the preference when it says otherwise.
-void setRingingAlarm(int id);
+/// The row ids of all that ring, the newest first.
+std::vector<int> ringingAlarms();
+
+/// Writes the preferences that say otherwise. The newest may have no row id yet: -1.
+void setRingingAlarms(const std::vector<int>& ids);
 
 } // namespace app

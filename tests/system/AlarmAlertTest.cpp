@@ -165,6 +165,43 @@ TEST_F(AlarmAlertTest, NewestOfSeveralIsAnsweredFirst)
     EXPECT_EQ(-1, ringing());
 }
 
+TEST_F(AlarmAlertTest, EachThatRingsIsShownAsRingingAndNoOther)
+{
+    alarmOutput({ "add", "--in", "2h" });
+    store->query("UPDATE alarm SET stime = stime - 24 * 60 * 60");
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(2));
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(3));
+
+    const auto stateOf = [this](const char* id) {
+        return member(alarmOutput({ "show", id, "--json" }), "$.state");
+    };
+    EXPECT_EQ("on", stateOf("1"));
+    EXPECT_EQ("ringing", stateOf("2"));
+    EXPECT_EQ("ringing", stateOf("3"));
+    alarmOutput({ "off", "2" });
+    ASSERT_TRUE(session.waitFor(
+        [this] { return session.preference("alarmRinging2") == host::SettingValue(-1); }));
+    alarmOutput({ "dismiss" });
+    EXPECT_EQ("on", stateOf("1"));
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
+TEST_F(AlarmAlertTest, AllThatAKilledAlertLeftRingingCanBeAnswered)
+{
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(1));
+    alarmOutput({ "add", "--in", "1s" });
+    ASSERT_TRUE(waitUntilRinging(2));
+    kill(session.pidOf("com.velmora.alarm-alert"), SIGKILL);
+    ASSERT_TRUE(waitUntilAlertEnds());
+
+    EXPECT_EQ("alarm 2 dismissed\n", alarmOutput({ "dismiss" }));
+    EXPECT_EQ("alarm 1 dismissed\n", alarmOutput({ "dismiss" }));
+    EXPECT_TRUE(waitUntilRinging(-1));
+}
+
 TEST_F(AlarmAlertTest, AlarmSwitchedOffWhileRingingIsOver)
 {
     alarmOutput({ "add", "--in", "1s" });
