@@ -58,7 +58,7 @@ bool isCleanText(const std::string& text)
 {
     for (size_t at = 0; at < text.size();) {
         const Character character = characterAt(text, at);
-        if (!character.isValid || isControl(character.code))
+        if (!character.isValid || disturbsTheLine(character.code))
             return false;
         at += character.size;
     }

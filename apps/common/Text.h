@@ -4,7 +4,7 @@
 
 /** Texts of unknown origin on a terminal and in JSON. */
 
-/// Whether text is UTF-8 without control characters.
+/// Whether text is UTF-8 without characters that would break or turn the line it stands in.
 bool isCleanText(const std::string& text);
 
 /// The text with U+FFFD for every character that would break or turn the line it stands in, and for

@@ -427,32 +427,23 @@ TEST_F(AlarmCommandTest, ResultThatCannotBeWrittenIsAFailure)
     }
 }
 
-TEST_F(AlarmCommandTest, NameCannotTurnOrBreakItsLine)
+TEST_F(AlarmCommandTest, MessageCannotBeTurnedOrBroken)
 {
     // Overrides, isolates, the separators of lines and paragraphs.
-    const std::string name = "a\u202A\u202Eb\u2066\u2069c\u2028d\u2029e";
-    const std::string shown = "a��b��c�d�e";
-    alarmOutput({ "add", "07:30", "--off", "--name", name });
-
-    EXPECT_EQ(name, store->query("SELECT name FROM alarm"));
-    EXPECT_EQ(name, member(alarmOutput({ "show", "1", "--json" }), "$.name"));
-    EXPECT_THAT(linesOf(alarmOutput({ "list" }))[1], testing::EndsWith("  " + shown));
-    EXPECT_THAT(alarmOutput({ "show", "1" }), HasSubstr("\nname       " + shown + "\n"));
-    EXPECT_THAT(
-        alarm({ "add", name }).err, StartsWith("alarm: \"" + shown + "\" is not a time of day"));
+    EXPECT_THAT(alarm({ "add", "a\u202A\u202Eb\u2066\u2069c\u2028d\u2029e" }).err,
+        StartsWith("alarm: \"a��b��c�d�e\" is not a time of day"));
 }
 
-TEST_F(AlarmCommandTest, NameOfAnotherWriterCannotBreakItsLine)
+TEST_F(AlarmCommandTest, NameOfAnotherWriterCannotTurnOrBreakItsLine)
 {
+    const std::string name = "a\nb\u0085c\u202A\u202Ed\u2066\u2069e\u2028f\u2029g";
+    const std::string shown = "a�b�c��d��e�f�g";
     alarmOutput({ "add", "07:30", "--off" });
-    store->query("UPDATE alarm SET name = ?",
-        "a\nb\xC2\x85"
-        "c");
+    store->query("UPDATE alarm SET name = ?", name);
 
-    EXPECT_THAT(linesOf(alarmOutput({ "list" }))[1], testing::EndsWith("  a�b�c"));
-    EXPECT_EQ("a\nb\xC2\x85"
-              "c",
-        member(alarmOutput({ "show", "1", "--json" }), "$.name"));
+    EXPECT_THAT(linesOf(alarmOutput({ "list" }))[1], testing::EndsWith("  " + shown));
+    EXPECT_THAT(alarmOutput({ "show", "1" }), HasSubstr("\nname       " + shown + "\n"));
+    EXPECT_EQ(name, member(alarmOutput({ "show", "1", "--json" }), "$.name"));
 }
 
 struct NameCase {
@@ -539,6 +530,12 @@ INSTANTIATE_TEST_SUITE_P(Table, AlarmBadInputTest,
         BadCase{ "NameNotUtf8", { "add", "07:00", "--name", "a\xFF" }, "UTF-8" },
         BadCase{ "NameSurrogate", { "add", "07:00", "--name", "\xED\xA0\x80" }, "UTF-8" },
         BadCase{ "NameC1", { "add", "07:00", "--name", "\xC2\x85" }, "control characters" },
+        BadCase{ "NameLineSeparator", { "add", "07:00", "--name", "a\u2028b" }, "one line" },
+        BadCase{ "NameParagraph", { "add", "07:00", "--name", "a\u2029b" }, "one line" },
+        BadCase{ "NameOverride", { "edit", "1", "--name", "a\u202Eb" }, "marks that turn it" },
+        BadCase{ "NameEmbedding", { "add", "07:00", "--name", "a\u202Ab" }, "marks that turn it" },
+        BadCase{ "NameIsolate", { "add", "07:00", "--name", "a\u2066b" }, "marks that turn it" },
+        BadCase{ "NameIsolateEnd", { "add", "07:00", "--name", "\u2069" }, "marks that turn it" },
         BadCase{ "ShowUnknown", { "show", "9" }, "no alarm 9" },
         BadCase{ "EditUnknown", { "edit", "9", "07:00" }, "no alarm 9" },
         BadCase{ "OnUnknown", { "on", "9" }, "no alarm 9" },
