@@ -5,8 +5,10 @@
 #include "host/common/Wire.h"
 
 #include <app_control.h>
+#include <chrono>
 #include <com.velmora.host.Application-adaptor.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <glib.h>
 #include <map>
 #include <random>
@@ -15,9 +17,16 @@
 
 namespace host {
 
+namespace fs = std::filesystem;
+
 namespace {
 
 const char* const kInterface = "com.velmora.host.Application";
+
+// Much longer than anybody sends a request again.
+const std::chrono::hours kLongestTrace(24);
+
+std::string traces() { return runtimePath() + "handled/"; }
 
 // A file for each text that was handled: a store would cost the alert more time than all else that
 // is done for it here.
@@ -25,7 +34,17 @@ std::string traceOf(const std::string& once)
 {
     const std::unique_ptr<char, void (*)(void*)> name(
         g_compute_checksum_for_string(G_CHECKSUM_SHA256, once.c_str(), -1), g_free);
-    return runtimePath() + "handled/" + name.get();
+    return traces() + name.get();
+}
+
+void removeOldTraces()
+{
+    const auto oldest = fs::file_time_type::clock::now() - kLongestTrace;
+    std::error_code error;
+    for (const fs::directory_entry& trace : fs::directory_iterator(traces())) {
+        if (trace.last_write_time(error) < oldest)
+            fs::remove(trace.path(), error);
+    }
 }
 
 } // namespace
@@ -134,12 +153,14 @@ void ApplicationPort::finish(const Request& request)
 try {
     // Where no trace can be left, an alert that may come twice is better than none.
     if (!request.once.empty()) {
-        makeDirectory(runtimePath() + "handled/");
+        makeDirectory(traces());
         const int trace = creat(traceOf(request.once).c_str(), 0600);
         if (trace >= 0)
             ::close(trace);
     }
     request.handled.returnResults();
+    if (!request.once.empty())
+        removeOldTraces();
 } catch (const std::exception& error) {
     logWarning(std::string("That a request was handled cannot be told: ") + error.what());
 }

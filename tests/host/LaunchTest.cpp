@@ -5,9 +5,13 @@
 
 #include <app_common.h>
 #include <app_control.h>
+#include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -309,6 +313,29 @@ TEST_F(LaunchTest, ANewProcessKnowsWhatWasDeliveredToTheLast)
 
     expectRequests(echo, { "first", "ends", "last" });
     expectLines(echo, "create", 2);
+}
+
+TEST_F(LaunchTest, WhatWasDeliveredLongAgoIsForgotten)
+{
+    const auto traces = [] {
+        std::vector<fs::path> found;
+        for (const auto& entry : fs::directory_iterator(host::runtimePath() + "handled/"))
+            found.push_back(entry.path());
+        return found;
+    };
+    launchOnce("first", onceText("alarm:8:100:"));
+    launchOnce("second", onceText("alarm:8:200:"));
+    for (const fs::path& trace : traces())
+        fs::last_write_time(trace, fs::file_time_type::clock::now() - std::chrono::hours(25));
+
+    launchOnce("third", onceText("alarm:8:300:"));
+    launch(kEcho, "ends", {});
+    expectRequests(echo, { "first", "second", "third", "ends" });
+    EXPECT_EQ(1U, traces().size());
+
+    launchOnce("again", onceText("alarm:8:300:"));
+    launchOnce("last", "");
+    expectRequests(echo, { "first", "second", "third", "ends", "last" });
 }
 
 TEST_F(LaunchTest, ARequestThatKilledItsReceiverIsHandledByTheNextProcess)
