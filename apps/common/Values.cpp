@@ -115,9 +115,10 @@ int parseId(const std::string& text)
 
 std::string parseName(const std::string& text)
 {
-    if (!isCleanText(text))
+    if (!isCleanText(text)) {
         throw badInput(
             "a name is UTF-8 text on one line, without control characters or marks that turn it");
+    }
     return text;
 }
 
@@ -129,10 +130,11 @@ std::string parseTone(const std::string& text)
         throw badInput("there is no tone file " + quoted(text));
     if (!S_ISREG(status.st_mode) || access(path.get(), R_OK) != 0)
         throw badInput("the tone " + quoted(text) + " is not a file that can be read");
-    if (!isCleanText(path.get()))
+    if (!isCleanText(path.get())) {
         throw badInput(
             "the path of a tone is UTF-8 text on one line, without control characters or marks"
             " that turn it");
+    }
     return path.get();
 }
 
