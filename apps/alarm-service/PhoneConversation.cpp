@@ -48,7 +48,7 @@ void checkStored(bool isStored)
 void PhoneConversation::take(const std::string& text)
 {
     try {
-        _take(readPhoneMessage(text));
+        _read(text);
     } catch (const Failure& failure) {
         if (failure.status() == Failure::kBadInput) {
             refuse(failure.what());
@@ -71,23 +71,28 @@ void PhoneConversation::sendChanges()
         _sendUnsynced(AlarmMessage::WatchUpdateInd, Awaited::UpdateAck);
 }
 
-void PhoneConversation::_take(const PhoneMessage& message)
+void PhoneConversation::_read(const std::string& text)
 {
-    if (!_isAwaited(message)) {
-        std::string name;
-        AlarmMessage::getId(message.type, name);
-        dlog_print(
-            DLOG_WARN, kTag, "a phone message is refused: %s was not expected", name.c_str());
+    const PhoneMessage message = readPhoneMessage(text);
+    if (_isAwaited(message)) {
+        _take(message, readPhoneAlarms(text, message));
         return;
     }
+    std::string name;
+    AlarmMessage::getId(message.type, name);
+    dlog_print(DLOG_WARN, kTag, "a phone message is refused: %s was not expected", name.c_str());
+}
+
+void PhoneConversation::_take(const PhoneMessage& message, const std::vector<AlarmDbData>& alarms)
+{
     switch (message.type) {
     case AlarmMessage::FirstConnectionReq:
     case AlarmMessage::SequenceReq:
         return _hello(message);
     case AlarmMessage::AlarmListRsp:
-        return _list(message);
+        return _list(message, alarms);
     case AlarmMessage::MobileUpdateInd:
-        return _update(message);
+        return _update(message, alarms);
     default:
         return _settled(message);
     }
@@ -110,9 +115,9 @@ void PhoneConversation::_hello(const PhoneMessage& message)
     _begin();
 }
 
-void PhoneConversation::_list(const PhoneMessage& message)
+void PhoneConversation::_list(const PhoneMessage& message, const std::vector<AlarmDbData>& alarms)
 {
-    checkStored(mirror::takeAll(message.alarms));
+    checkStored(mirror::takeAll(alarms));
     note(kSequenceKey, message.sequence);
     _phoneSequence = message.sequence;
     _goOn();
@@ -128,11 +133,11 @@ void PhoneConversation::_settled(const PhoneMessage& message)
 }
 
 // One that comes again, or late, tells nothing new.
-void PhoneConversation::_update(const PhoneMessage& message)
+void PhoneConversation::_update(const PhoneMessage& message, const std::vector<AlarmDbData>& alarms)
 {
     const int last = noted(kSequenceKey);
     if (message.sequence > last) {
-        checkStored(mirror::take(message.alarms));
+        checkStored(mirror::take(alarms));
         _phoneSequence = std::max(_phoneSequence, message.sequence);
         if (message.sequence == last + 1)
             note(kSequenceKey, message.sequence);

@@ -38,12 +38,13 @@ public:
 private:
     enum class Awaited { Hello, Nothing, ChangeRsp, List, UpdateAck };
 
-    void _take(const PhoneMessage& message);
+    void _read(const std::string& text);
+    void _take(const PhoneMessage& message, const std::vector<AlarmDbData>& alarms);
     void _stopWaiting();
     void _hello(const PhoneMessage& message);
-    void _list(const PhoneMessage& message);
+    void _list(const PhoneMessage& message, const std::vector<AlarmDbData>& alarms);
     void _settled(const PhoneMessage& message);
-    void _update(const PhoneMessage& message);
+    void _update(const PhoneMessage& message, const std::vector<AlarmDbData>& alarms);
 
     bool _isAwaited(const PhoneMessage& message) const;
     void _meet(int phone);

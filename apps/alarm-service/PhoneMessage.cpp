@@ -49,8 +49,9 @@ using Parser = std::unique_ptr<JsonParser, void (*)(void*)>;
 Parser parse(const std::string& text)
 {
     Parser parser(json_parser_new(), g_object_unref);
-    (void)json_parser_load_from_data(
-        parser.get(), text.data(), static_cast<gssize>(text.size()), nullptr);
+    if (!json_parser_load_from_data(
+            parser.get(), text.data(), static_cast<gssize>(text.size()), nullptr))
+        throw badInput("it is not JSON");
     return parser;
 }
 
@@ -174,29 +175,12 @@ const Kind& kindOf(JsonObject* message)
     return *kind;
 }
 
-void takeAlarms(AlarmJsonParser& parser, size_t count, PhoneMessage& message)
-{
-    parser.getAlarmList(message.alarms);
-    if (message.alarms.size() != count)
-        throw badInput("list was not read");
-    for (AlarmDbData& alarm : message.alarms) {
-        alarm.deviceType = app::kPhoneDevice;
-        // It never rings, which to be on would deny.
-        if (!alarm.repeat_once && alarm.repeatWeekly == 0)
-            alarm.enable = 0;
-    }
-}
-
 } // namespace
 
 PhoneMessage readPhoneMessage(const std::string& text)
 {
     if (!g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr))
         throw badInput("it is not UTF-8");
-    // First, as it refuses what JSON-GLib could not bear.
-    AlarmJsonParser alarms(text);
-    if (alarms.getMessageType() == AlarmJsonParser().getMessageType())
-        throw badInput("it is not JSON, or nested too deep");
     checkStrictJson(text);
     const Parser parser = parse(text);
     JsonObject* object = objectOf(parser.get());
@@ -210,6 +194,23 @@ PhoneMessage readPhoneMessage(const std::string& text)
         message.number = requiredNumber(object, "number", 1, kHighest);
     message.sequence = requiredNumber(object, "sequence", 0, kHighest);
     if (kind.hasList)
-        takeAlarms(alarms, checkList(object), message);
+        message.listed = checkList(object);
     return message;
+}
+
+std::vector<AlarmDbData> readPhoneAlarms(const std::string& text, const PhoneMessage& message)
+{
+    std::vector<AlarmDbData> alarms;
+    if (message.listed == 0)
+        return alarms;
+    AlarmJsonParser(text).getAlarmList(alarms);
+    if (alarms.size() != message.listed)
+        throw badInput("list was not read");
+    for (AlarmDbData& alarm : alarms) {
+        alarm.deviceType = app::kPhoneDevice;
+        // It never rings, which to be on would deny.
+        if (!alarm.repeat_once && alarm.repeatWeekly == 0)
+            alarm.enable = 0;
+    }
+    return alarms;
 }

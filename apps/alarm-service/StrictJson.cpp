@@ -9,9 +9,12 @@
 namespace {
 
 const std::string_view kSpace = " \t\r\n";
-const std::string_view kOfTokens = "{}[]:,+-.eEtrufalsn";
+const std::string_view kOfTokens = "{}[]:,truefalsn"; // other than texts and numbers
+const std::string_view kBehindNumber = ",]} \t\r\n";
 const std::string_view kEscaped = R"("\/bfnrt)";
 const size_t kTooManyDigits = 20; ///< 64 bits hold any number of one less
+const int kDeepest = 512; ///< as the library reads it
+const unsigned char kFirstPrintable = ' ';
 
 bool isOneOf(std::string_view all, char c) { return all.find(c) != std::string_view::npos; }
 
@@ -34,8 +37,8 @@ public:
                 throw badInput("it is not one JSON object");
             if (c == '"') {
                 _passText();
-            } else if (isDigit(c)) {
-                _passDigits();
+            } else if (c == '-' || isDigit(c)) {
+                _passNumber();
             } else {
                 _passOther(c);
             }
@@ -47,16 +50,23 @@ private:
     {
         if (count > _rest.size())
             throw badInput("it is not JSON");
-        _last = _rest[count - 1];
         _rest.remove_prefix(count);
+    }
+
+    bool _passIf(std::string_view any)
+    {
+        const bool isThere = !_rest.empty() && isOneOf(any, _rest.front());
+        if (isThere)
+            _pass(1);
+        return isThere;
     }
 
     void _passOther(char c)
     {
         if (!isOneOf(kSpace, c) && !isOneOf(kOfTokens, c))
             throw badInput("it is not JSON");
-        if (c == '{' || c == '[')
-            ++_depth;
+        if ((c == '{' || c == '[') && ++_depth > kDeepest)
+            throw badInput("it is nested too deep");
         if (c == '}' || c == ']')
             _isOver = --_depth <= 0;
         _pass(1);
@@ -66,7 +76,10 @@ private:
     {
         _pass(1);
         while (!_rest.empty() && _rest.front() != '"') {
-            if (_rest.front() == '\\') {
+            const char c = _rest.front();
+            if (static_cast<unsigned char>(c) < kFirstPrintable)
+                throw badInput("it is not JSON");
+            if (c == '\\') {
                 _passEscape();
             } else {
                 _pass(1);
@@ -90,21 +103,32 @@ private:
         }
     }
 
-    void _passDigits()
+    void _passNumber()
     {
-        const bool isFraction = _last == '.';
+        _passIf("-");
+        if (!_passIf("0") && _passDigits() >= kTooManyDigits)
+            throw badInput("a number is out of range");
+        if (_passIf("."))
+            _passDigits();
+        if (_passIf("eE")) {
+            _passIf("+-");
+            _passDigits();
+        }
+        if (!_rest.empty() && !isOneOf(kBehindNumber, _rest.front()))
+            throw badInput("it is not JSON");
+    }
+
+    size_t _passDigits()
+    {
         const auto end = std::find_if_not(_rest.begin(), _rest.end(), isDigit);
         const auto count = static_cast<size_t>(end - _rest.begin());
-        if (count >= kTooManyDigits && !isFraction)
-            throw badInput("a number is out of range");
-        const bool isBegin = isOneOf(kSpace, _last) || isOneOf("{[:,", _last);
-        if (isBegin && count > 1 && _rest.front() == '0')
+        if (count == 0)
             throw badInput("it is not JSON");
         _pass(count);
+        return count;
     }
 
     std::string_view _rest;
-    char _last = ' ';
     int _depth = 0;
     bool _isOver = false; ///< the array or object that is the whole
 };

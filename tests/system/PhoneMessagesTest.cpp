@@ -62,21 +62,37 @@ TEST_F(PhoneMessagesTest, WhatIsNoMessageIsRefused)
         std::string text;
         const char* reason;
     } rows[] = {
-        { "garbage", "it is not JSON, or nested too deep" },
-        { R"({"msgId":"alarm-sequence-req")", "it is not JSON, or nested too deep" },
+        { "garbage", "it is not JSON" },
+        { "false", "it is not one JSON object" },
+        { "talse", "it is not JSON" },
+        { R"({"msgId":"alarm-sequence-req")", "it is not JSON" },
         { R"({} {})", "it is not one JSON object" },
-        { R"({"msgId":"alarm-sequence-req"},)", "it is not JSON, or nested too deep" },
+        { R"({"msgId":"alarm-sequence-req"},)", "it is not one JSON object" },
         { R"({} /* } */)", "it is not one JSON object" },
         { R"({"msgId":'alarm-sequence-req'})", "it is not JSON" },
         { R"({/*"*/"msgId":"x"/*"*/})", "it is not JSON" },
         { R"({"msgId":"\q"})", "it is not JSON" },
-        { std::string(100000, '['), "it is not JSON, or nested too deep" },
-        { R"({"a":)" + std::string(600, '[') + std::string(600, ']') + "}",
-            "it is not JSON, or nested too deep" },
-        { "", "it is not JSON, or nested too deep" },
+        { "{\"msgId\":\"a\tb\"}", "it is not JSON" },
+        { std::string(R"({"msgId":"a)") + '\0' + R"("})", "it is not UTF-8" },
+        { R"({"a":- 5})", "it is not JSON" },
+        { R"({"a":-})", "it is not JSON" },
+        { R"({"a":+5})", "it is not JSON" },
+        { R"({"a":-01})", "it is not JSON" },
+        { R"({"a":00})", "it is not JSON" },
+        { R"({"a":1.})", "it is not JSON" },
+        { R"({"a":.5})", "it is not JSON" },
+        { R"({"a":1e})", "it is not JSON" },
+        { R"({"a":1e+})", "it is not JSON" },
+        { R"({"a":1true})", "it is not JSON" },
+        { R"({"a":[0,-0,-5,1.50,-0.5e-3,1E+5,2e10 ]})", "there is no msgId" },
+        { std::string(100000, '['), "it is nested too deep" },
+        { R"({"a":)" + std::string(512, '[') + std::string(512, ']') + "}",
+            "it is nested too deep" },
+        { R"({"a":)" + std::string(511, '[') + std::string(511, ']') + "}", "there is no msgId" },
+        { "", "it is not one JSON object" },
         { "[1,2]", "it is not one JSON object" },
         { "7", "it is not one JSON object" },
-        { R"({},{})", "it is not JSON, or nested too deep" },
+        { R"({},{})", "it is not one JSON object" },
         { "\xff\xfe", "it is not UTF-8" },
         { R"({"list":[]})", "there is no msgId" },
         { R"({"msgId":5})", "msgId is of another type" },
@@ -178,6 +194,31 @@ TEST_F(PhoneMessagesTest, ListsAndLinesThatAreTooLongAreRefused)
     expectRefused(many + "}", "it is longer than 8388608 bytes");
     EXPECT_EQ("Work u1 730", stored());
     EXPECT_EQ(before, service());
+}
+
+TEST_F(PhoneMessagesTest, LongListIsRefusedInOneLine)
+{
+    meet(1, { kWork });
+    const auto countLines = [this] { return count(session.logText(), "\n"); };
+    const size_t before = countLines();
+    expectSilence();
+    const size_t ofSilence = countLines() - before;
+    std::string list = R"("sequence":2,"list":[{})";
+    for (int i = 1; i < 100000; ++i)
+        list += ",{}";
+    const std::string most = R"("sequence":2,"list":[)" + kWork.json() + "," + kLate.json() + "]}";
+    const std::pair<std::string, std::string> rows[] = {
+        { R"({"msgId":"alarm-mobile-update-ind",)" + list + "]}",
+            "list has more than 1000 alarms" },
+        { R"({"msgId":"alarm-sequence-req",)" + list + "]}", "there is no phone" },
+        { R"({"msgId":"alarm-list-rsp","number":9,)" + most, "alarm-list-rsp was not expected" },
+        { list, "it is not JSON" },
+    };
+    for (const auto& [line, reason] : rows) {
+        const size_t so = countLines();
+        expectRefused(line, reason);
+        EXPECT_EQ(so + 1 + ofSilence, countLines()) << reason;
+    }
 }
 
 TEST_F(PhoneMessagesTest, ListBehindWhichMoreFollowsRemovesNothing)
