@@ -199,16 +199,19 @@ void PhoneConversation::_sendUnsynced(AlarmMessage::Type type, Awaited answer)
 {
     _sent = mirror::unsynced();
     if (!_sent.empty())
-        _ask(type, answer);
+        _ask(type, answer, _sent);
 }
 
-void PhoneConversation::_ask(AlarmMessage::Type type, Awaited answer)
+void PhoneConversation::_ask(
+    AlarmMessage::Type type, Awaited answer, const std::vector<AlarmDbData>& alarms)
 {
     AlarmJsonBuilder builder;
     builder.setMessageType(type);
     builder.addIntegerMember("number", ++_number);
-    if (!_sent.empty())
-        builder.addAlarmList(_sent);
+    if (!alarms.empty()) {
+        std::vector<AlarmDbData> list = alarms;
+        builder.addAlarmList(list);
+    }
     _awaited = answer;
     _sendMessage(builder);
 }

@@ -51,7 +51,7 @@ private:
     void _begin();
     void _goOn();
     void _sendUnsynced(AlarmMessage::Type type, Awaited answer);
-    void _ask(AlarmMessage::Type type, Awaited answer);
+    void _ask(AlarmMessage::Type type, Awaited answer, const std::vector<AlarmDbData>& alarms = {});
     void _sendSequence(AlarmMessage::Type type);
     void _sendMessage(AlarmJsonBuilder& builder);
 
@@ -59,5 +59,5 @@ private:
     Awaited _awaited = Awaited::Hello;
     int _number = 0; ///< of the last message that wants an answer, which names it
     int _phoneSequence = 0; ///< what the phone says that it is
-    std::vector<AlarmDbData> _sent; ///< the changes that the phone has not acknowledged
+    std::vector<AlarmDbData> _sent; ///< the changes that the phone is to acknowledge
 };

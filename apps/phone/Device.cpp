@@ -155,11 +155,7 @@ void Device::_hear(const std::string& text)
         _isHeard = true;
         break;
     case AlarmMessage::AlarmListReq:
-        for (const AlarmDbData& alarm : _book.alarms()) {
-            if (!alarm.isDeleted)
-                alarms.push_back(alarm);
-        }
-        _say(AlarmMessage::AlarmListRsp, number, &alarms);
+        _sayList(number);
         break;
     case AlarmMessage::ReconnectWatchChangeReq:
         _book.merge(alarms);
@@ -172,6 +168,16 @@ void Device::_hear(const std::string& text)
     default:
         break;
     }
+}
+
+void Device::_sayList(int number)
+{
+    std::vector<AlarmDbData> alarms;
+    for (const AlarmDbData& alarm : _book.alarms()) {
+        if (!alarm.isDeleted)
+            alarms.push_back(alarm);
+    }
+    _say(AlarmMessage::AlarmListRsp, number, &alarms);
 }
 
 void Device::_tell(int number)

@@ -48,6 +48,7 @@ private:
     void _drop();
     void _try();
     void _hear(const std::string& text);
+    void _sayList(int number);
     void _tell(int number);
     void _say(AlarmMessage::Type type, std::optional<int> number = std::nullopt,
         const std::vector<AlarmDbData>* alarms = nullptr);

@@ -286,6 +286,22 @@ TEST_F(PhoneMessagesTest, ChangesAreToldAfterAnAnswerThatWasRefused)
     EXPECT_EQ("Work u1 500", stored());
 }
 
+TEST_F(PhoneMessagesTest, ListIsAskedForWithoutTheChangesOfARefusedAcknowledgement)
+{
+    meet(1, { kWork });
+    alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
+    EXPECT_EQ("watch-update-ind 2", receiveKind());
+    send(R"({"msgId":"alarm-watch-update-ack","number":2})");
+
+    sendUpdate(3, kLate);
+
+    EXPECT_EQ("mobile-update-ack 1", receiveKind());
+    EXPECT_EQ(R"({"msgId":"alarm-list-req","number":3})", receive());
+    sendList(3, 3, { kWork, kLate });
+    EXPECT_EQ("watch-update-ind 4", receiveKind());
+    EXPECT_EQ("Late u2 900,Work u1 600 unsynced", stored());
+}
+
 TEST_F(PhoneMessagesTest, ListThatWasRefusedIsAskedForWithTheNextUpdate)
 {
     connect();

@@ -1,3 +1,6 @@
+#include "common/LineConnection.h"
+#include "common/LocalSocket.h"
+#include "common/PhoneLink.h"
 #include "PhoneStory.h"
 
 #include <algorithm>
@@ -201,6 +204,34 @@ TEST_F(PhoneTest, DeletedAlarmIsNotRegisteredWhileThePhoneHasNotHeard)
     phone({ "connect" });
     expectSame();
     EXPECT_EQ(2U, session.alarms().size());
+}
+
+// Here the test is the watch.
+TEST_F(PhoneTest, ListHasThePhonesOwnAlarmsAndNoOthers)
+{
+    phone({ "add", "07:30", "--name", "Own" });
+    phone({ "pair" });
+    const int listener = app::listenIn(app::phoneSocketFolder(), app::kPhoneSocket);
+    ASSERT_GE(listener, 0);
+    BackgroundCommand command({ "phone", "connect" });
+    int socket = -1;
+    ASSERT_TRUE(session.waitFor([&] { return (socket = app::acceptFrom(listener)) >= 0; }));
+    std::vector<std::string> received;
+    app::LineConnection::Callbacks callbacks;
+    callbacks.line = [&received](const std::string& line) { received.push_back(line); };
+    callbacks.end = [] { FAIL() << "the phone went"; };
+    app::LineConnection watch(socket, 1 << 20, callbacks);
+
+    watch.send(R"({"msgId":"alarm-first-connection-rsp","sequence":-1})");
+    watch.send(R"({"msgId":"alarm-list-req","number":1,"list":[{"uuid":"u","title":"Other"}]})");
+
+    EXPECT_TRUE(session.waitFor([&received] { return received.size() == 2; }));
+    EXPECT_EQ("alarm-list-rsp 1 Own",
+        store->query("SELECT json_extract(text, '$.msgId'), json_array_length(text, '$.list'),"
+                     " json_extract(text, '$.list[0].title') FROM (SELECT ? AS text)",
+            received.back()));
+    EXPECT_EQ(0, command.finish().status);
+    close(listener);
 }
 
 TEST_F(PhoneTest, AnotherPhonesAlarmsTakeThePlaceOfTheFormerOnes)
