@@ -16,7 +16,6 @@ namespace {
 
 using Type = AlarmMessage::Type;
 
-const guint kMostAlarms = 1000;
 const size_t kLongestUuid = 64;
 const gint64 kLatest = 253402300799999; ///< milliseconds: the end of the year 9999
 const gint64 kAlertNow = -1;
@@ -24,7 +23,8 @@ const gint64 kHighest = 0x7fffffff;
 
 const size_t kLongestEscape = 6; ///< of a byte
 const size_t kOtherMembers = 512; ///< with their names, ample
-static_assert(kMostAlarms * (kLongestEscape * (kLongestUuid + app::kLongestTitle) + kOtherMembers)
+static_assert(
+    app::kMostPhoneAlarms * (kLongestEscape * (kLongestUuid + app::kLongestTitle) + kOtherMembers)
         < kLongestPhoneMessage,
     "a message with the most alarms is read");
 
@@ -148,8 +148,8 @@ guint checkList(JsonObject* message)
         throw badInput("list is not an array");
     JsonArray* list = json_node_get_array(node);
     const guint count = json_array_get_length(list);
-    if (count > kMostAlarms)
-        throw badInput("list has more than " + std::to_string(kMostAlarms) + " alarms");
+    if (count > app::kMostPhoneAlarms)
+        throw badInput("list has more than " + std::to_string(app::kMostPhoneAlarms) + " alarms");
     std::set<std::string> uuids;
     for (guint i = 0; i < count; ++i) {
         JsonNode* alarm = json_array_get_element(list, i);

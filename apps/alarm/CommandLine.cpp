@@ -123,7 +123,7 @@ private:
                 throw badInput(std::string(command.name) + " needs the id of an alarm; alarm list"
                     + " shows the ids");
             }
-            _line.id = parseId(words.front());
+            _line.id = parseId(words.front(), "alarm");
             words.erase(words.begin());
         }
         if (command.takesAlarm && !words.empty()) {

@@ -11,6 +11,9 @@ inline const int kPhoneDevice = 1; ///< as AlarmDbData::deviceType
 /// A phone alarm's title, in bytes. Either side refuses a longer one.
 inline const size_t kLongestTitle = 1000;
 
+/// The phone's alarms. The watch refuses a list of more.
+inline const unsigned kMostPhoneAlarms = 1000;
+
 /// The phone speaks to the watch over a local socket of this name.
 extern const char* const kPhoneSocket;
 

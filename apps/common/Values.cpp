@@ -105,11 +105,13 @@ int parseNumber(const std::string& option, const std::string& text, int lowest, 
     return value;
 }
 
-int parseId(const std::string& text)
+int parseId(const std::string& text, const std::string& command)
 {
     const int id = decimal(text);
-    if (id < 1)
-        throw badInput(quoted(text) + " is not the id of an alarm; alarm list shows the ids");
+    if (id < 1) {
+        throw badInput(
+            quoted(text) + " is not the id of an alarm; " + command + " list shows the ids");
+    }
     return id;
 }
 

@@ -19,7 +19,7 @@ ClockTime parseClockTime(const std::string& text); ///< "07:30"
 Days parseDays(const std::string& text); ///< "mon-fri", "sat,sun", "daily", "once"
 int parseDuration(const std::string& text); ///< seconds of "5s", "10m", "2h"
 int parseNumber(const std::string& option, const std::string& text, int lowest, int highest);
-int parseId(const std::string& text);
+int parseId(const std::string& text, const std::string& command); ///< whose list shows the ids
 std::string parseName(const std::string& text);
 std::string parseTone(const std::string& text); ///< the file's absolute path
 

@@ -167,6 +167,10 @@ public:
         const Options options = takeOptions(_words);
         if (!options.time && !options.inSeconds)
             throw badInput("add needs a time of day, as 07:30, or --in, as --in 10m");
+        if (_device.book().count() >= app::kMostPhoneAlarms) {
+            throw badInput("there are " + std::to_string(app::kMostPhoneAlarms)
+                + " alarms, and the watch takes no more");
+        }
         AlarmDbData alarm;
         alarm.enable = 1;
         apply(options, alarm);
@@ -228,8 +232,8 @@ public:
 private:
     int _takeNumber()
     {
-        const std::string word = takeWord(_words, "which alarm? phone list shows the numbers");
-        const int number = parseId(word);
+        const std::string word = takeWord(_words, "which alarm? phone list shows the ids");
+        const int number = parseId(word, "phone");
         if (!_device.book().find(number))
             throw badInput("there is no alarm " + word + "; phone list shows all");
         return number;

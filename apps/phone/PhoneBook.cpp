@@ -61,6 +61,12 @@ const AlarmDbData* PhoneBook::find(int number) const
     return alarm.isDeleted ? nullptr : &alarm;
 }
 
+unsigned PhoneBook::count() const
+{
+    return static_cast<unsigned>(std::count_if(_state.alarms.begin(), _state.alarms.end(),
+        [](const AlarmDbData& alarm) { return !alarm.isDeleted; }));
+}
+
 int PhoneBook::add(AlarmDbData alarm)
 {
     alarm.deviceType = app::kPhoneDevice;

@@ -20,6 +20,9 @@ public:
     /// The alarm of a number; null when there is none.
     const AlarmDbData* find(int number) const;
 
+    /// How many there are, without the deleted ones.
+    unsigned count() const;
+
     /// Adds an alarm, of which only uuid and times are made here; the result is its number.
     int add(AlarmDbData alarm);
 

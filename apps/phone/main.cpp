@@ -17,6 +17,7 @@ const char* const kHelp = R"(phone: a simulated phone beside the watch, with ala
                                    other maker is named. It is not connected then
   phone connect, phone disconnect  comes near, and stays connected until it goes away
   phone add TIME|--in TIME [--days DAYS] [--name TEXT]
+                                   a new alarm; the watch takes 1000
   phone edit N [TIME|--in TIME] [--days DAYS] [--name TEXT]
   phone on N, phone off N          switches an alarm
   phone remove N                   deletes one

@@ -453,9 +453,10 @@ TEST_F(PhoneTest, CommandsThatAreWrongAreRefusedInOneLine)
         { { "edit" }, "which alarm?" },
         { { "edit", "2", "08:00" }, "there is no alarm 2" },
         { { "edit", "1" }, "edit needs something to change" },
-        { { "remove", "x" }, "" },
+        { { "edit", "x", "08:00" }, "\"x\" is not the id of an alarm; phone list shows the ids" },
+        { { "remove", "x" }, "\"x\" is not the id" },
         { { "on", "1", "2" }, "there is no use for \"2\"" },
-        { { "off", "0" }, "" },
+        { { "off", "0" }, "\"0\" is not the id" },
         { { "list", "all" }, "there is no use for \"all\"" },
         { { "log", "all" }, "there is no use for \"all\"" },
         { { "disconnect", "now" }, "there is no use for \"now\"" },
@@ -471,6 +472,31 @@ TEST_F(PhoneTest, CommandsThatAreWrongAreRefusedInOneLine)
         EXPECT_EQ(result.err.size() - 1, result.err.find('\n')) << result.err;
     }
     EXPECT_EQ("1  07:30  once  on\n", phone({ "list" }));
+}
+
+TEST_F(PhoneTest, NoMoreAlarmsAreAddedThanTheWatchTakes)
+{
+    const std::string path = storePath();
+    std::ofstream file(path.substr(0, path.rfind('/')) + "/phone.json");
+    file << R"({"pairing":1,"sequence":1000,"met":false,"list":[)";
+    for (int i = 1; i <= 1000; ++i) {
+        file << (i > 1 ? "," : "") << R"({"uuid":"u)" << i
+             << R"(","alarm_time":730,"enable":true,"repeat_type":5,"modified_time":1})";
+    }
+    file << "]}";
+    file.close();
+
+    const CommandResult result = tryPhone({ "add", "08:00" });
+    EXPECT_EQ(2, result.status);
+    EXPECT_EQ("phone: there are 1000 alarms, and the watch takes no more\n", result.err);
+    phone({ "edit", "1000", "08:00" });
+    phone({ "remove", "1" });
+    EXPECT_EQ("1001  09:00  once  on\n", phone({ "add", "09:00" }));
+    EXPECT_EQ(2, tryPhone({ "add", "10:00" }).status);
+
+    phone({ "connect" });
+    EXPECT_TRUE(
+        session.waitFor([this] { return store->query("SELECT count(*) FROM alarm") == "1000"; }));
 }
 
 TEST_F(PhoneTest, WhatCannotBeDoneFails)
