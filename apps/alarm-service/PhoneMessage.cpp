@@ -8,6 +8,7 @@
 #include <AlarmJsonParser.h>
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <json-glib/json-glib.h>
 #include <memory>
 #include <set>
@@ -18,6 +19,7 @@ using Type = AlarmMessage::Type;
 
 const size_t kLongestUuid = 64;
 const gint64 kLatest = 253402300799999; ///< milliseconds: the end of the year 9999
+const gint64 kLatestAlert = 1000LL * (INT32_MAX - 24 * 60 * 60); ///< a record's day is in 32 bits
 const gint64 kAlertNow = -1;
 const gint64 kHighest = 0x7fffffff;
 
@@ -105,12 +107,13 @@ int requiredNumber(JsonObject* object, const char* name, gint64 lowest, gint64 h
         numberOf(requiredMember(object, name, G_TYPE_INT64), name, lowest, highest));
 }
 
-void checkTime(JsonObject* alarm, const char* name, bool isRequired, gint64 lowest)
+void checkTime(JsonObject* alarm, const char* name, bool isRequired, gint64 lowest = 0,
+    gint64 highest = kLatest)
 {
     JsonNode* node = isRequired ? requiredMember(alarm, name, G_TYPE_INT64)
                                 : memberOf(alarm, name, G_TYPE_INT64);
     if (node)
-        numberOf(node, name, lowest, kLatest);
+        numberOf(node, name, lowest, highest);
 }
 
 // Of an alarm that is deleted nothing else counts than which it is and since when.
@@ -122,13 +125,13 @@ void checkAlarm(JsonObject* alarm, std::set<std::string>& uuids)
         throw badInput("a uuid is empty or no plain text");
     if (!uuids.insert(uuid).second)
         throw badInput("the uuid " + uuid + " comes twice");
-    checkTime(alarm, "modified_time", true, 0);
+    checkTime(alarm, "modified_time", true);
     JsonNode* deleted = memberOf(alarm, "is_deleted", G_TYPE_BOOLEAN);
     if (deleted && json_node_get_boolean(deleted))
         return;
 
-    checkTime(alarm, "created_time", false, 0);
-    checkTime(alarm, "alerttime", false, kAlertNow);
+    checkTime(alarm, "created_time", false);
+    checkTime(alarm, "alerttime", false, kAlertNow, kLatestAlert);
     if (JsonNode* title = memberOf(alarm, "title", G_TYPE_STRING))
         textOf(title, "title", app::kLongestTitle);
     const int minutes = 60;

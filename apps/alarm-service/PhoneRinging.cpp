@@ -17,13 +17,12 @@ const char* const kTag = "alarm-service";
 const double kLookAgain = 3600; // seconds
 const double kTryAgain = 5;
 
-// A day less than the week after which its registration would mean another day.
-const time_t kSoon = 6L * 24 * 60 * 60;
-
 // Of a one-shot; 0 when the phone does not say.
 time_t instantOf(const AlarmDbData& alarm)
 {
-    return alarm.repeat_once ? static_cast<time_t>(alarm.mobileAlertTime / 1000) : 0;
+    if (!alarm.repeat_once || alarm.mobileAlertTime == 0)
+        return 0;
+    return app::instantOnDayOf(static_cast<time_t>(alarm.mobileAlertTime / 1000), alarm);
 }
 
 /// What the phone's make, the user and the time want, as it was at one moment.
@@ -37,7 +36,7 @@ public:
     bool isDueSoon(const AlarmDbData& alarm) const
     {
         const time_t instant = instantOf(alarm);
-        return instant == 0 || (_now < instant && instant < _now + kSoon);
+        return instant == 0 || app::isWithinTheWeek(instant, _now);
     }
 
     /// One that is registered stays so while it rings or is snoozed, when its instant is over.
@@ -48,18 +47,15 @@ public:
         return !isWanted(alarm) || !isDueSoon(alarm);
     }
 
-    /// On the day of the instant, and at that second where it is in the alarm's minute.
+    /// At the phone's instant, however far that is, or over: what is told to the phone has it.
     void setNextRing(AlarmDbData& alarm) const
     {
-        app::setNextRing(alarm, _now);
         const time_t instant = instantOf(alarm);
-        if (instant == 0 || !isDueSoon(alarm))
-            return;
-        app::WallTime wall = app::wallTime(instant);
-        if (wall.hour != alarm.hour || wall.minute != alarm.min)
-            wall = { alarm.hour, alarm.min, 0 };
-        alarm.repeatWeekly = app::weekdayBit(instant);
-        alarm.stime = static_cast<int>(app::nextInstant(_now, wall, alarm.repeatWeekly));
+        if (instant == 0) {
+            app::setNextRing(alarm, _now);
+        } else {
+            app::setRing(alarm, instant);
+        }
     }
 
 private:

@@ -105,9 +105,12 @@ void Writer::remove(AlarmDbData alarm)
         _former.push_back(alarm.alarm_mgr_id);
 }
 
-void Writer::changeRinging(const AlarmDbData& before, const AlarmDbData& after)
+void Writer::changeRinging(const AlarmDbData& before, AlarmDbData after)
 {
-    _transaction.updateRegistration(after);
+    _transaction.model().updateAlarmData(after, false, false, false, true);
+    // The library's update notes, in a row that the phone is yet to hear of, that it was modified
+    // now.
+    _transaction.model()._updateMobileTime(after);
     _check(before, after);
 }
 

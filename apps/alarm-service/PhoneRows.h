@@ -50,7 +50,8 @@ public:
     void remove(AlarmDbData alarm);
 
     /// For a change of nothing but when it rings and how it is registered, which is news to nobody.
-    void changeRinging(const AlarmDbData& before, const AlarmDbData& after);
+    /// The row is written whole, so before is to be what is stored since the turn began.
+    void changeRinging(const AlarmDbData& before, AlarmDbData after);
 
     /// For a change that could not be made.
     void fail() { _hasFailed = true; }

@@ -115,8 +115,10 @@ bool apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
     }
     if (options.inSeconds) {
         setRingIn(alarm, now + *options.inSeconds);
-    } else if (options.time || options.days || options.off) {
+    } else if (options.time || options.days) {
         app::setNextRing(alarm, now);
+    } else if (options.off) {
+        app::setSwitchedRing(alarm, now);
     } else {
         return false;
     }
@@ -165,7 +167,7 @@ void switchTo(int enable, const CommandLine& line)
 {
     change(line, [enable](AlarmDbData& alarm, time_t now) {
         alarm.enable = enable;
-        app::setNextRing(alarm, now);
+        app::setSwitchedRing(alarm, now);
         return true;
     });
 }

@@ -144,10 +144,16 @@ Saved giveUp(const AlarmDbData& alarm)
     return cancel(alarm) ? Saved::NotStored : Saved::StillRegistered;
 }
 
+// A one-shot of a later day is registered when that is nearer.
+bool isRegisteredLater(const AlarmDbData& alarm)
+{
+    return alarm.repeat_once && !isWithinTheWeek(dueInstant(alarm), time(nullptr));
+}
+
 // A phone alarm rings here whether its phone is near or not, or not here at all.
 bool registerAlarm(AlarmDbData& alarm)
 {
-    if (isOfPhone(alarm) && !phoneAlarmsRing())
+    if (isOfPhone(alarm) && (!phoneAlarmsRing() || isRegisteredLater(alarm)))
         return true;
     AlarmDbData request = alarm;
     // The platform rings on flagged days only, and a snooze may pass midnight.

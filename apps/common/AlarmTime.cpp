@@ -12,6 +12,7 @@ namespace app {
 namespace {
 
 const time_t kDay = 24L * 60 * 60;
+const time_t kSoon = 6 * kDay;
 const int kEveryDay = 127;
 
 long zoneOffset(time_t instant) { return localTime(instant).tm_gmtoff; }
@@ -58,6 +59,12 @@ int weekdayBitOfLocalDay(time_t day)
 WallTime registeredTime(const AlarmDbData& alarm)
 {
     return { alarm.hour, alarm.min, localTime(alarm.stime).tm_sec };
+}
+
+// The phone's one-shots may be of any day. The watch's are of the next one.
+bool isOneShotOfPhone(const AlarmDbData& alarm)
+{
+    return alarm.deviceType == kPhoneDevice && alarm.repeat_once;
 }
 
 } // namespace
@@ -120,12 +127,22 @@ time_t dueInstant(const AlarmDbData& alarm)
     return alarm.stime + minute * alarm.count * alarm.snooze_min;
 }
 
+bool isWithinTheWeek(time_t instant, time_t now) { return now < instant && instant < now + kSoon; }
+
+time_t instantOnDayOf(time_t instant, const AlarmDbData& alarm)
+{
+    WallTime wall = wallTime(instant);
+    if (wall.hour != alarm.hour || wall.minute != alarm.min)
+        wall = { alarm.hour, alarm.min, 0 };
+    const time_t midnight = lastInstant(instant, {});
+    return nextInstant(midnight - 1, wall, weekdayBit(instant));
+}
+
 std::optional<time_t> awaitedInstant(const AlarmDbData& alarm, time_t now)
 {
-    const auto instant = static_cast<time_t>(alarm.mobileAlertTime / 1000);
-    const bool isWaiting = alarm.deviceType == kPhoneDevice && alarm.alarm_mgr_id <= 0
-        && alarm.repeat_once && now < instant;
-    return isWaiting ? std::optional<time_t>(instant) : std::nullopt;
+    const bool isWaiting = isOneShotOfPhone(alarm) && alarm.mobileAlertTime > 0
+        && alarm.alarm_mgr_id <= 0 && now < alarm.stime;
+    return isWaiting ? std::optional<time_t>(alarm.stime) : std::nullopt;
 }
 
 time_t upcomingInstant(const AlarmDbData& alarm, time_t now)
@@ -145,15 +162,29 @@ time_t ringingInstant(const AlarmDbData& alarm, time_t now)
     return lastInstant(now, registeredTime(alarm));
 }
 
-void setNextRing(AlarmDbData& alarm, time_t now)
+void setRing(AlarmDbData& alarm, time_t instant)
 {
-    const int weekdays = alarm.repeat_once ? 0 : alarm.repeatWeekly;
-    const time_t instant = nextInstant(now, { alarm.hour, alarm.min, 0 }, weekdays);
     alarm.stime = static_cast<int>(instant);
     alarm.timezone = deviceZone();
     alarm.count = 0;
     if (alarm.repeat_once)
         alarm.repeatWeekly = weekdayBit(instant);
+}
+
+void setNextRing(AlarmDbData& alarm, time_t now)
+{
+    const int weekdays = alarm.repeat_once ? 0 : alarm.repeatWeekly;
+    setRing(alarm, nextInstant(now, { alarm.hour, alarm.min, 0 }, weekdays));
+}
+
+void setSwitchedRing(AlarmDbData& alarm, time_t now)
+{
+    const time_t instant = instantOnDayOf(alarm.stime, alarm);
+    if (isOneShotOfPhone(alarm) && (!alarm.enable || now < instant)) {
+        setRing(alarm, instant);
+    } else {
+        setNextRing(alarm, now);
+    }
 }
 
 } // namespace app

@@ -43,6 +43,13 @@ bool isNamedByWallTime(time_t instant);
 /// When a registration of the alarm made before then rings: stime, later by the snoozes taken.
 time_t dueInstant(const AlarmDbData& alarm);
 
+/// Whether a registration made now, which tells a weekday and no date, means that instant. Short of
+/// a whole week by a day.
+bool isWithinTheWeek(time_t instant, time_t now);
+
+/// The instant, where it lies in the alarm's minute; else the alarm's hour:min on that day.
+time_t instantOnDayOf(time_t instant, const AlarmDbData& alarm);
+
 /// The instant after now for which a one-shot of the phone waits unregistered: a registration knows
 /// weekdays only. None for any other alarm.
 std::optional<time_t> awaitedInstant(const AlarmDbData& alarm, time_t now);
@@ -53,8 +60,15 @@ time_t upcomingInstant(const AlarmDbData& alarm, time_t now);
 /// When the alarm that rings at now came due.
 time_t ringingInstant(const AlarmDbData& alarm, time_t now);
 
-/// Prepares the alarm for its next hour:min after now: stime in the device's zone, no snoozes
-/// taken, and for a one-shot the weekday on which it rings.
+/// Prepares the alarm for that instant: stime in the device's zone, no snoozes taken, and for a
+/// one-shot the weekday on which it rings.
+void setRing(AlarmDbData& alarm, time_t instant);
+
+/// Prepares the alarm for its next hour:min after now.
 void setNextRing(AlarmDbData& alarm, time_t now);
+
+/// As setNextRing(), for an alarm that is switched on or off at its old time. A one-shot of the
+/// phone keeps its day, but for one that is switched on when that is over.
+void setSwitchedRing(AlarmDbData& alarm, time_t now);
 
 } // namespace app

@@ -2,7 +2,6 @@
 
 #include "common/SaveLock.h"
 
-#include <AlarmDbData.h>
 #include <AlarmDbModel.h>
 #include <app_common.h>
 #include <cerrno>
@@ -185,17 +184,6 @@ StoreTransaction::~StoreTransaction()
 {
     if (_isOpen)
         run(_connection, "ROLLBACK");
-}
-
-void StoreTransaction::updateRegistration(const AlarmDbData& alarm)
-{
-    const std::unique_ptr<char, void (*)(void*)> statement(
-        sqlite3_mprintf("UPDATE alarm SET alarm_mgr_id = %d, stime = %d, timezone = %Q, count = %d,"
-                        " repeat_weekly = %d WHERE id = %d",
-            alarm.alarm_mgr_id, alarm.stime, alarm.timezone.c_str(), alarm.count,
-            alarm.repeatWeekly, alarm.id),
-        sqlite3_free);
-    run(_connection, statement.get());
 }
 
 bool StoreTransaction::commit()

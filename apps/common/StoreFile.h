@@ -4,7 +4,6 @@
 #include <string>
 
 class AlarmDbModel;
-struct AlarmDbData;
 typedef struct sqlite3 sqlite3;
 
 /** The file that the applications share. */
@@ -64,10 +63,6 @@ public:
 
     /// Its writes and reads are in the transaction. It announces at the end of the object.
     AlarmDbModel& model() { return *_model; }
-
-    /// Stores when the alarm rings and how it is registered, and nothing else: the library's update
-    /// also notes, in a row that the phone is yet to hear of, that it was modified now.
-    void updateRegistration(const AlarmDbData& alarm);
 
     /// Whether all of it is stored.
     bool commit();

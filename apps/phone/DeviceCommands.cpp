@@ -91,6 +91,13 @@ void setNextAlert(AlarmDbData& alarm)
     alarm.mobileAlertTime = static_cast<unsigned long long>(next) * 1000;
 }
 
+// Of a one-shot, whose day may be another than the next.
+bool isAhead(const AlarmDbData& alarm)
+{
+    const auto now = static_cast<unsigned long long>(time(nullptr));
+    return alarm.repeat_once && now < alarm.mobileAlertTime / 1000;
+}
+
 void apply(const Options& options, AlarmDbData& alarm)
 {
     alarm.name = options.name.value_or(alarm.name);
@@ -260,7 +267,8 @@ private:
         takeNoMore(_words);
         return _change(number, [enable](AlarmDbData& alarm) {
             alarm.enable = enable;
-            setNextAlert(alarm);
+            if (!isAhead(alarm))
+                setNextAlert(alarm);
         });
     }
 

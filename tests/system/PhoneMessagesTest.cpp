@@ -159,6 +159,7 @@ TEST_F(PhoneMessagesTest, AlarmThatMustNotBeStoredIsRefused)
         { "730", "18446744073709552346", "a number is out of range" },
         { R"("alerttime":0)", R"("alerttime":-18446744073709551616)", "a number is out of range" },
         { R"("alerttime":0)", R"("alerttime":9223372036854775808)", "alerttime is out of range" },
+        { R"("alerttime":0)", R"("alerttime":2147483647000)", "alerttime is out of range" },
         { R"("enable":true)", R"("enable":1)", "enable is of another type" },
         { R"("enable":true,)", "", "there is no enable" },
         { "286331157", "-5", "repeat_type is out of range" },

@@ -25,6 +25,15 @@ PhoneAlarm oneShotIn(time_t seconds)
     return alarm;
 }
 
+// As in a message, of an alarm that rings once.
+std::string repeatOf(const PhoneAlarm& alarm)
+{
+    const time_t instant = alarm.alert / 1000;
+    tm local = {};
+    localtime_r(&instant, &local);
+    return std::to_string(1 + (0x10000000 >> 4 * local.tm_wday));
+}
+
 /// The session's settings and preferences, seen with a connection of its own.
 class Settings {
 public:
@@ -75,6 +84,24 @@ protected:
     {
         store->query("CREATE TRIGGER refuse BEFORE " + kind + " ON alarm WHEN " + when
             + " BEGIN SELECT RAISE(" + how + ", ''); END");
+    }
+
+    /// What the watch tells the phone of its one alarm after the command.
+    std::string toldAfter(const std::vector<std::string>& command)
+    {
+        alarmOutput(command);
+        std::string told = receive();
+        EXPECT_EQ("alarm-watch-update-ind", member(told, "$.msgId"));
+        sendAnswer("watch-update-ack", std::stoi(member(told, "$.number")), 1);
+        expectSilence();
+        return told;
+    }
+
+    /// The instant that a command's JSON text names.
+    std::string nextOf(const std::vector<std::string>& command, const std::string& path)
+    {
+        return store->query(
+            "SELECT strftime('%s', json_extract(?, '" + path + "'))", alarmOutput(command));
     }
 
     /// A list of which one alarm cannot be stored comes twice, the second time to a store that can.
@@ -234,13 +261,69 @@ TEST_F(PhoneMirrorTest, OneShotWhoseInstantIsOverDoesNotRingAgain)
     EXPECT_EQ(0U, session.alarms().size());
 }
 
-TEST_F(PhoneMirrorTest, SettingDoesNotMakeAnOldEditALaterOne)
+TEST_F(PhoneMirrorTest, OneShotOfALaterWeekKeepsItsDayWhenTheWatchChangesIt)
+{
+    const PhoneAlarm later = oneShotIn(8 * kDay);
+    meet(1, { later });
+    const std::string id = std::to_string(idOf("Once"));
+    const std::string instant = std::to_string(later.alert / 1000);
+    const std::vector<std::string> commands[] = { { "edit", id, "--name", "Other" }, { "off", id },
+        { "on", id }, { "edit", id, "--off" }, { "on", id } };
+    for (const auto& command : commands) {
+        const std::string told = toldAfter(command);
+        EXPECT_EQ(std::to_string(later.alert), member(told, "$.list[0].alerttime"));
+        EXPECT_EQ(repeatOf(later), member(told, "$.list[0].repeat_type"));
+        EXPECT_EQ(instant, rowOf("Other", "stime"));
+        EXPECT_EQ(0U, session.alarms().size());
+    }
+    EXPECT_EQ(instant, nextOf({ "list", "--json" }, "$[0].next"));
+    EXPECT_EQ(instant, nextOf({ "show", id, "--json" }, "$.next"));
+    EXPECT_EQ(instant, nextOf({ "next", "--json" }, "$.next"));
+
+    // Another time of day is another instant: the next.
+    const std::string told = toldAfter({ "edit", id, "--in", "2h" });
+    EXPECT_GT(later.alert - 7 * kDay * 1000, std::stoll(member(told, "$.list[0].alerttime")));
+    EXPECT_EQ(1U, session.alarms().size());
+}
+
+TEST_F(PhoneMirrorTest, OneShotWhoseInstantIsOverStaysSoUntilItIsSwitchedOn)
+{
+    const PhoneAlarm former = oneShotIn(-3600);
+    meet(1, { former });
+    const std::string id = std::to_string(idOf("Once"));
+    EXPECT_EQ("alarm " + id + " is on, but stays silent: its time is over\n",
+        alarmOutput({ "edit", id, "--volume", "3" }));
+    EXPECT_THAT(alarmOutput({ "show", id }), testing::HasSubstr("next       -\n"));
+    EXPECT_EQ("no alarm will ring\n", alarmOutput({ "next" }));
+
+    const std::vector<std::string> commands[]
+        = { { "edit", id, "--name", "Other" }, { "off", id } };
+    for (const auto& command : commands) {
+        const std::string told = toldAfter(command);
+        EXPECT_EQ(std::to_string(former.alert), member(told, "$.list[0].alerttime"));
+        EXPECT_EQ(repeatOf(former), member(told, "$.list[0].repeat_type"));
+        EXPECT_EQ(0U, session.alarms().size());
+    }
+
+    const std::string told = toldAfter({ "on", id });
+    EXPECT_LT(time(nullptr) * 1000LL, std::stoll(member(told, "$.list[0].alerttime")));
+    EXPECT_EQ(1U, session.alarms().size());
+}
+
+TEST_F(PhoneMirrorTest, SettingChangesNothingOfTheRowButItsRegistration)
 {
     const char* const wish = "db/alarm/host_alarm_notification_enabled";
     meet(1, { kWork });
     disconnect();
     alarmOutput({ "edit", std::to_string(idOf("Work")), "06:00" });
-    const std::string before = rowOf("Work", "mobileModifiedTime, mobileAlertTime, isNeedToSync");
+    store->query("UPDATE alarm SET magic = 3, atime = 4, etime = 5, sdate = 6, edate = 7,"
+                 " contextMgrId = 8, smart_alarm_enable = 1, snooze_enable = 0, volume = 9");
+    const std::string row = "magic, enable, name, atime, etime, mtime, sdate, edate, hour, min,"
+                            " repeat_once, repeat_weekly, snooze_enable, smart_alarm_enable, type,"
+                            " tone, volume, smart_alarm_interval, deviceType, uuid,"
+                            " mobileCreateTime, mobileModifiedTime, mobileAlertTime, isDeleted,"
+                            " isNeedToSync, contextMgrId";
+    const std::string before = rowOf("Work", row);
 
     session.setKey(wish, false);
     ASSERT_TRUE(session.waitFor([this] { return session.alarms().empty(); }));
@@ -248,7 +331,7 @@ TEST_F(PhoneMirrorTest, SettingDoesNotMakeAnOldEditALaterOne)
     ASSERT_TRUE(session.waitFor([this] { return session.alarms().size() == 1; }));
 
     EXPECT_TRUE(session.waitFor([this] { return rowOf("Work", "alarm_mgr_id > 0") == "1"; }));
-    EXPECT_EQ(before, rowOf("Work", "mobileModifiedTime, mobileAlertTime, isNeedToSync"));
+    EXPECT_EQ(before, rowOf("Work", row));
     expectRowsAndRegistrationsMatch();
 }
 

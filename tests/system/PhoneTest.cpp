@@ -499,6 +499,21 @@ TEST_F(PhoneTest, NoMoreAlarmsAreAddedThanTheWatchTakes)
         session.waitFor([this] { return store->query("SELECT count(*) FROM alarm") == "1000"; }));
 }
 
+TEST_F(PhoneTest, OneShotKeepsItsDayWhenItIsSwitched)
+{
+    connectPhone();
+    phone({ "add", "--in", "100h", "--name", "Far" });
+    expectSame();
+    const std::string instant = rowOf("Far", "mobileAlertTime");
+
+    phone({ "off", "1" });
+    expectSame();
+    EXPECT_EQ(instant, rowOf("Far", "mobileAlertTime"));
+    phone({ "on", "1" });
+    expectSame();
+    EXPECT_EQ(instant, rowOf("Far", "mobileAlertTime"));
+}
+
 TEST_F(PhoneTest, WhatCannotBeDoneFails)
 {
     const CommandResult unpaired = tryPhone({ "connect" });
