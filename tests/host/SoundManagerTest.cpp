@@ -396,7 +396,11 @@ TEST_F(SoundManagerTest, ADaemonThatHangsIsNotWaitedForLong)
     int level = 77;
     int feedback = FEEDBACK_ERROR_NONE;
 
-    std::thread vibrator([&] { feedback = feedback_stop(); });
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(1));
+    std::thread vibrator([&] {
+        feedback = feedback_play_type(FEEDBACK_TYPE_VIBRATION, FEEDBACK_PATTERN_ALARM_VIB1_SHORT);
+    });
     EXPECT_EQ(SOUND_MANAGER_ERROR_INTERNAL, sound_manager_get_volume(SOUND_TYPE_ALARM, &level));
     vibrator.join();
 
