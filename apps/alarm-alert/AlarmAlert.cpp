@@ -28,9 +28,9 @@ app::Found findRinging(int alarmMgrId, AlarmDbData& alarm)
         return found;
     // A save registers an alarm before it stores it.
     app::waitForSave();
-    const time_t end = time(nullptr) + kLongestRead;
+    const time_t end = app::currentTime() + kLongestRead;
     found = app::findRegisteredAlarm(alarmMgrId, alarm);
-    while (found == app::Found::Unreadable && time(nullptr) < end) {
+    while (found == app::Found::Unreadable && app::currentTime() < end) {
         usleep(kReadPause);
         found = app::findRegisteredAlarm(alarmMgrId, alarm);
     }
@@ -107,7 +107,7 @@ void AlarmAlert::resume()
         if (app::findAlarm(id, alarm) != app::Found::Yes || !alarm.enable)
             continue;
         dlog_print(DLOG_INFO, kTag, "alarm %d rings on", id);
-        _rings.insert(_rings.begin(), { alarm, app::ringingInstant(alarm, time(nullptr)) });
+        _rings.insert(_rings.begin(), { alarm, app::ringingInstant(alarm, app::currentTime()) });
     }
 }
 

@@ -60,7 +60,7 @@ public:
 
 private:
     bool _areWanted = app::phoneAlarmsRing();
-    time_t _now = time(nullptr);
+    time_t _now = app::currentTime();
 };
 
 void registerBy(const Rule& rule, AlarmDbData& alarm)
@@ -114,7 +114,7 @@ void registerPhoneAlarm(AlarmDbData& alarm)
     const int tries = 3;
     for (int i = 0; i < tries; ++i) {
         registerBy(Rule(), alarm);
-        if (alarm.alarm_mgr_id <= 0 || time(nullptr) < alarm.stime)
+        if (alarm.alarm_mgr_id <= 0 || app::currentTime() < alarm.stime)
             return;
         (void)alarm_cancel(alarm.alarm_mgr_id);
         alarm.alarm_mgr_id = -1;

@@ -37,7 +37,7 @@ public:
             dlog_print(DLOG_WARN, kTag, "the alarms cannot be read: %s", app::storeFault().c_str());
             return;
         }
-        const time_t now = time(nullptr);
+        const time_t now = app::currentTime();
         const std::string description = describe(app::upcomingAlarm(*alarms, now), now);
         if (description == _description)
             return;

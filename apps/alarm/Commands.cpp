@@ -33,7 +33,7 @@ void print(const std::string& text) { fputs(text.c_str(), stdout); }
 
 void printResult(const CommandLine& line, const AlarmDbData& alarm, const std::string& text)
 {
-    print((line.json ? alarmJson(alarm, time(nullptr)) : text) + '\n');
+    print((line.json ? alarmJson(alarm, app::currentTime()) : text) + '\n');
 }
 
 Failure noSuchAlarm(int id)
@@ -86,7 +86,7 @@ void checkRingIn(const std::optional<int>& seconds)
 {
     if (!seconds)
         return;
-    const time_t instant = time(nullptr) + *seconds;
+    const time_t instant = app::currentTime() + *seconds;
     if (app::isNamedByWallTime(instant))
         return;
     const app::WallTime time = app::wallTime(instant);
@@ -134,7 +134,7 @@ void add(const CommandLine& line)
     check(app::addAlarm(alarm,
               [&line](AlarmDbData& made, time_t now) { return apply(line.alarm, made, now); }),
         alarm.id);
-    const time_t now = time(nullptr);
+    const time_t now = app::currentTime();
     printResult(line, alarm, line.plain ? alarmForecast(alarm, now) : alarmSetText(alarm, now));
 }
 
@@ -142,7 +142,7 @@ void change(const CommandLine& line, const app::Edit& edit)
 {
     AlarmDbData alarm;
     check(app::changeAlarm(*line.id, edit, alarm), *line.id);
-    printResult(line, alarm, alarmForecast(alarm, time(nullptr)));
+    printResult(line, alarm, alarmForecast(alarm, app::currentTime()));
 }
 
 // The phone would refuse it.
@@ -186,7 +186,7 @@ void remove(const CommandLine& line)
 void list(const CommandLine& line)
 {
     const std::vector<AlarmDbData> alarms = storedAlarms();
-    const time_t now = time(nullptr);
+    const time_t now = app::currentTime();
     print(line.json ? alarmsJson(alarms, now) + '\n'
                     : alarmTable(alarms, now, terminalColumns(), line.plain));
 }
@@ -194,13 +194,13 @@ void list(const CommandLine& line)
 void show(const CommandLine& line)
 {
     const AlarmDbData alarm = storedAlarm(*line.id);
-    const time_t now = time(nullptr);
+    const time_t now = app::currentTime();
     print(line.json ? alarmJson(alarm, now) + '\n' : alarmDetails(alarm, now));
 }
 
 void next(const CommandLine& line)
 {
-    const time_t now = time(nullptr);
+    const time_t now = app::currentTime();
     const std::optional<AlarmDbData> alarm = app::upcomingAlarm(storedAlarms(), now);
     if (alarm) {
         printResult(line, *alarm, alarmForecast(*alarm, now));
@@ -212,7 +212,7 @@ void next(const CommandLine& line)
 void snooze(const CommandLine& line)
 {
     const AlarmDbData alarm = storedAlarm(askAlert(app::kSnoozeOperation));
-    printResult(line, alarm, alarmForecast(alarm, time(nullptr)));
+    printResult(line, alarm, alarmForecast(alarm, app::currentTime()));
 }
 
 void dismiss(const CommandLine& line)

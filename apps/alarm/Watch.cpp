@@ -2,6 +2,7 @@
 
 #include "common/AlarmList.h"
 #include "common/AlarmSave.h"
+#include "common/AlarmTime.h"
 #include "common/Alert.h"
 #include "common/Failure.h"
 #include "common/Text.h"
@@ -152,9 +153,9 @@ private:
     {
         if (_json) {
             printf("{\"event\":%s,\"alarm\":%s}\n", jsonString(event).c_str(),
-                alarmJson(alarm, time(nullptr)).c_str());
+                alarmJson(alarm, app::currentTime()).c_str());
         } else {
-            printf("%-8s  %s\n", event, alarmLine(alarm, time(nullptr)).c_str());
+            printf("%-8s  %s\n", event, alarmLine(alarm, app::currentTime()).c_str());
         }
     }
 

@@ -147,7 +147,7 @@ Saved giveUp(const AlarmDbData& alarm)
 // A one-shot of a later day is registered when that is nearer.
 bool isRegisteredLater(const AlarmDbData& alarm)
 {
-    return alarm.repeat_once && !isWithinTheWeek(dueInstant(alarm), time(nullptr));
+    return alarm.repeat_once && !isWithinTheWeek(dueInstant(alarm), currentTime());
 }
 
 // A phone alarm rings here whether its phone is near or not, or not here at all.
@@ -172,14 +172,14 @@ bool editAndRegister(const AlarmDbData& before, const Edit& edit, AlarmDbData& a
     const int tries = 3;
     for (int i = 0; i < tries; ++i) {
         after = before;
-        if (!edit(after, time(nullptr)))
+        if (!edit(after, currentTime()))
             return true;
         after.alarm_mgr_id = -1;
         if (!after.enable)
             return true;
         if (!registerAlarm(after))
             return false;
-        if (time(nullptr) < dueInstant(after))
+        if (currentTime() < dueInstant(after))
             return true;
         (void)cancel(after);
     }

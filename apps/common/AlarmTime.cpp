@@ -69,6 +69,13 @@ bool isOneShotOfPhone(const AlarmDbData& alarm)
 
 } // namespace
 
+time_t currentTime()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now.tv_sec;
+}
+
 std::string deviceZone()
 {
     char* zone = AlarmIcuDataModel::getCurrentTimeZone();

@@ -19,6 +19,9 @@ struct WallTime {
     int second = 0;
 };
 
+/// The second that has begun; time() is some milliseconds late to tell it.
+time_t currentTime();
+
 /// The device's zone, such as "Europe/Berlin".
 std::string deviceZone();
 

@@ -1,12 +1,13 @@
 #include "common/SaveLock.h"
 
+#include "common/AlarmTime.h"
+
 #include <AlarmDbData.h>
 #include <AlarmDbModel.h>
 #include <algorithm>
 #include <app_common.h>
 #include <climits>
 #include <cstdlib>
-#include <ctime>
 #include <fcntl.h>
 #include <memory>
 #include <set>
@@ -84,7 +85,7 @@ int SaveLock::takeModTime(int count)
     char text[16] = {};
     if (pread(_file, text, sizeof text - 1, 0) < 0)
         return -1;
-    int given = std::max(static_cast<int>(time(nullptr)), modTimeIn(text) + 1);
+    int given = std::max(static_cast<int>(currentTime()), modTimeIn(text) + 1);
     // A stored alarm may have any, so those are passed over, not followed.
     for (const int stored : storedModTimes()) {
         if (stored >= given && stored - given < count)

@@ -87,14 +87,15 @@ Options takeOptions(Words words)
 void setNextAlert(AlarmDbData& alarm)
 {
     const int weekdays = alarm.repeat_once ? 0 : alarm.repeatWeekly;
-    const time_t next = app::nextInstant(time(nullptr), { alarm.hour, alarm.min, 0 }, weekdays);
+    const time_t next
+        = app::nextInstant(app::currentTime(), { alarm.hour, alarm.min, 0 }, weekdays);
     alarm.mobileAlertTime = static_cast<unsigned long long>(next) * 1000;
 }
 
 // Of a one-shot, whose day may be another than the next.
 bool isAhead(const AlarmDbData& alarm)
 {
-    const auto now = static_cast<unsigned long long>(time(nullptr));
+    const auto now = static_cast<unsigned long long>(app::currentTime());
     return alarm.repeat_once && now < alarm.mobileAlertTime / 1000;
 }
 
@@ -110,7 +111,7 @@ void apply(const Options& options, AlarmDbData& alarm)
         alarm.min = options.time->minute;
     }
     if (options.inSeconds) {
-        const time_t instant = time(nullptr) + *options.inSeconds;
+        const time_t instant = app::currentTime() + *options.inSeconds;
         const app::WallTime wall = app::wallTime(instant);
         alarm.hour = wall.hour;
         alarm.min = wall.minute;

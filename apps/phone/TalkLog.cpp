@@ -13,7 +13,7 @@ namespace {
 
 std::string clockNow()
 {
-    const tm local = app::localTime(time(nullptr));
+    const tm local = app::localTime(app::currentTime());
     char text[16];
     strftime(text, sizeof text, "%H:%M:%S", &local);
     return text;

@@ -104,6 +104,31 @@ TEST_F(AlarmSaveTest, ChangesAtTheSameTimeDoNotUndoEachOther)
     expectRowsAndRegistrationsMatch();
 }
 
+// A registration made then would mean the same second of another day. time() does not know it yet
+// when the second has just begun.
+TEST_F(AlarmSaveTest, InstantThatComesBeforeItIsRegisteredIsMadeAnew)
+{
+    int edits = 0;
+    AlarmDbData alarm;
+    alarm.enable = 1;
+    const app::Saved saved = app::addAlarm(alarm, [&edits](AlarmDbData& made, time_t now) {
+        const timespec instant = { now + (edits == 0 ? 1 : 60), 0 };
+        const app::WallTime time = app::wallTime(instant.tv_sec);
+        made.stime = static_cast<int>(instant.tv_sec);
+        made.hour = time.hour;
+        made.min = time.minute;
+        made.repeatWeekly = app::weekdayBit(instant.tv_sec);
+        if (edits++ == 0)
+            clock_nanosleep(CLOCK_REALTIME, TIMER_ABSTIME, &instant, nullptr);
+        return true;
+    });
+
+    EXPECT_EQ(app::Saved::Yes, saved);
+    EXPECT_EQ(2, edits);
+    ASSERT_THAT(session.alarms(), SizeIs(1));
+    EXPECT_EQ(alarm.stime, session.alarms()[0].next);
+}
+
 TEST_F(AlarmSaveTest, SaveWaitsForAnotherWriter)
 {
     store->query("BEGIN IMMEDIATE");
