@@ -1,6 +1,7 @@
 // How late alarms are: from the second for which they are set to the alert application's callback,
 // with every process of the road as it is for a user, against the least that timer, bus and a new
-// process take. The latter ring at the half seconds of the same run. Runs in a session of its own:
+// process take. The latter ring between the seconds of the same run; so do those that load what the
+// alert stands on, which tells how much of its time that is. Runs in a session of its own:
 //
 //   host-session AlarmLatenessBench [-n ALARMS]
 //
@@ -87,8 +88,19 @@ std::vector<double> ringAlarms(HostSession& session, size_t count)
     return lateness;
 }
 
-std::vector<double> bareLateness(const std::string& output)
+/// Alarms of a bare program, so many milliseconds after each second.
+BackgroundCommand startBare(const char* name, int milliseconds, size_t count)
 {
+    return BackgroundCommand(
+        { BARE_TIMER, name, std::to_string(milliseconds), std::to_string(count) });
+}
+
+std::vector<double> bareLateness(BackgroundCommand& bare)
+{
+    const CommandResult result = bare.finish();
+    if (result.status != 0)
+        throw std::runtime_error("the bare timer failed");
+    const std::string& output = result.out;
     std::vector<double> lateness;
     const char* at = output.c_str();
     for (char* end = nullptr;; at = end) {
@@ -114,13 +126,17 @@ bool compare(const char* name, double alarm, double bare, double limit)
     return ratio <= limit;
 }
 
-bool report(const std::vector<double>& alarm, const std::vector<double>& bare)
+bool report(const std::vector<double>& alarm, const std::vector<double>& bare,
+    const std::vector<double>& laden)
 {
     printf("%zu alarms, %zu bare; milliseconds after the instant\n", alarm.size(), bare.size());
     printf("%-8s %9s %9s %8s %7s\n", "", "alarm", "bare", "ratio", "limit");
     const bool median
         = compare("median", percentile(alarm, 0.5), percentile(bare, 0.5), kMedianLimit);
     const bool tail = compare("p99", percentile(alarm, 0.99), percentile(bare, 0.99), kTailLimit);
+    const double loading = percentile(laden, 0.5);
+    printf("the bare program with the alert's libraries: median %.2f, ratio %.2f\n", loading,
+        loading / percentile(bare, 0.5));
     const auto early = std::count_if(
         alarm.begin(), alarm.end(), [](double milliseconds) { return milliseconds < 0; });
     if (early > 0)
@@ -139,12 +155,10 @@ int main(int argc, char** argv)
     const size_t count = parseCount(argc, argv, 100, "ALARMS");
     try {
         HostSession session;
-        BackgroundCommand bare({ BARE_TIMER, std::to_string(count) });
+        BackgroundCommand bare = startBare("com.velmora.BareAlert", 500, count);
+        BackgroundCommand laden = startBare("com.velmora.LadenAlert", 750, count);
         const std::vector<double> alarms = ringAlarms(session, count);
-        const CommandResult result = bare.finish();
-        if (result.status != 0)
-            throw std::runtime_error("the bare timer failed");
-        return report(alarms, bareLateness(result.out)) ? 0 : 1;
+        return report(alarms, bareLateness(bare), bareLateness(laden)) ? 0 : 1;
     } catch (const std::exception& error) {
         fprintf(stderr, "AlarmLatenessBench: %s\n", error.what());
         return 1;

@@ -1,4 +1,7 @@
-/* The least that the bus can start for an alarm: answers with the time of its call, and ends. */
+/*
+ * The least that the bus can start for an alarm: owns NAME, answers with the time of its call, and
+ * ends.
+ */
 #include <stdlib.h>
 #include <systemd/sd-bus.h>
 #include <time.h>
@@ -26,7 +29,7 @@ int main(void)
     sd_bus* bus = NULL;
     if (sd_bus_open_user(&bus) < 0
         || sd_bus_add_object_vtable(bus, NULL, "/", "com.velmora.BareAlert", kMethods, NULL) < 0
-        || sd_bus_request_name(bus, "com.velmora.BareAlert", 0) < 0)
+        || sd_bus_request_name(bus, NAME, 0) < 0)
         return EXIT_FAILURE;
     for (;;) {
         const int result = sd_bus_process(bus, NULL);

@@ -1,6 +1,7 @@
 /*
- * The least that can ring an alarm: at each of the next COUNT half seconds it has the bus start
- * bare-alert, and prints by how many microseconds that was late.
+ * The least that can ring an alarm: in each of the next COUNT seconds, that many MILLISECONDS after
+ * it began, it has the bus start the bare alert of that NAME, and prints by how many microseconds
+ * that was late.
  */
 #include <inttypes.h>
 #include <stdint.h>
@@ -13,11 +14,11 @@
 
 static const int64_t kSecond = 1000000000;
 
-static int64_t nextHalfSecond(void)
+static int64_t nextInstant(int64_t part)
 {
     struct timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    return ((int64_t)now.tv_sec + (now.tv_nsec < kSecond / 2 ? 0 : 1)) * kSecond + kSecond / 2;
+    return ((int64_t)now.tv_sec + (now.tv_nsec < part ? 0 : 1)) * kSecond + part;
 }
 
 static int waitUntil(int timer, int64_t instant)
@@ -31,11 +32,11 @@ static int waitUntil(int timer, int64_t instant)
     return read(timer, &expirations, sizeof expirations) == sizeof expirations ? 0 : -1;
 }
 
-static int ring(sd_bus* bus, int64_t* began)
+static int ring(sd_bus* bus, const char* name, int64_t* began)
 {
     sd_bus_message* answer = NULL;
-    int result = sd_bus_call_method(
-        bus, "com.velmora.BareAlert", "/", "com.velmora.BareAlert", "Ring", NULL, &answer, "");
+    int result
+        = sd_bus_call_method(bus, name, "/", "com.velmora.BareAlert", "Ring", NULL, &answer, "");
     if (result >= 0)
         result = sd_bus_message_read(answer, "x", began);
     sd_bus_message_unref(answer);
@@ -44,9 +45,10 @@ static int ring(sd_bus* bus, int64_t* began)
 
 int main(int argc, char** argv)
 {
-    const long count = argc == 2 ? strtol(argv[1], NULL, 10) : 0;
-    if (count <= 0) {
-        fprintf(stderr, "usage: bare-timer COUNT\n");
+    const int64_t part = argc == 4 ? strtol(argv[2], NULL, 10) * (kSecond / 1000) : -1;
+    const long count = argc == 4 ? strtol(argv[3], NULL, 10) : 0;
+    if (part < 0 || part >= kSecond || count <= 0) {
+        fprintf(stderr, "usage: bare-timer NAME MILLISECONDS COUNT\n");
         return 2;
     }
     sd_bus* bus = NULL;
@@ -54,9 +56,9 @@ int main(int argc, char** argv)
     if (timer < 0 || sd_bus_open_user(&bus) < 0)
         return EXIT_FAILURE;
     for (long i = 0; i < count; ++i) {
-        const int64_t instant = nextHalfSecond();
+        const int64_t instant = nextInstant(part);
         int64_t began = 0;
-        if (waitUntil(timer, instant) != 0 || ring(bus, &began) != 0)
+        if (waitUntil(timer, instant) != 0 || ring(bus, argv[1], &began) != 0)
             return EXIT_FAILURE;
         printf("%" PRId64 "\n", (began - instant) / 1000);
         fflush(stdout);

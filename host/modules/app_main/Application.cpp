@@ -1,6 +1,5 @@
 #include "Application.h"
 
-#include "host/common/Bus.h"
 #include "host/common/Handles.h"
 #include "host/common/Log.h"
 #include "host/common/Session.h"
@@ -11,25 +10,10 @@
 
 using host::ApplicationPort;
 
-namespace {
-
-// Takes as long as the rest of a start, beside which it goes.
-void connect()
-{
-    try {
-        host::bus();
-    } catch (const sdbus::Error&) {
-        // Whoever needs it tries again, and tells.
-    }
-}
-
-} // namespace
-
 Application* Application::_running = nullptr;
 
 Application::Application(Callbacks callbacks)
     : _callbacks(std::move(callbacks))
-    , _connecting(std::async(std::launch::async, connect))
 {
     ecore_app_no_system_modules(); // they look for a system bus and make every start slower
     ecore_init();

@@ -6,7 +6,6 @@
 #include <deque>
 #include <Ecore.h>
 #include <functional>
-#include <future>
 
 /**
  * The running application: its main loop, and the launch requests that wait for their turn on it. A
@@ -42,7 +41,6 @@ private:
     static Application* _running;
 
     Callbacks _callbacks;
-    std::future<void> _connecting; ///< waited for at the end of this
     std::deque<host::ApplicationPort::Request> _waiting;
     Ecore_Job* _job = nullptr;
     bool _ending = false;

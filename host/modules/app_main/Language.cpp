@@ -34,14 +34,16 @@ std::string languagesOf(const std::string& language)
     return (language.empty() ? "" : language + ":") + (bare == language ? "" : bare + ":") + "en";
 }
 
-// gettext goes by LANGUAGE in any locale but "C", so the machine needs no locales of its own.
+// gettext goes by LANGUAGE in any locale but "C", so the machine needs no locales of its own. In
+// the other categories "C.UTF-8" is "C", and loading it would only make an alert start later.
 void adopt()
 {
     const std::string language = localeUnder(host::kLanguageKey);
     setenv("LANGUAGE", languagesOf(language).c_str(), 1);
     setlocale(
         LC_MESSAGES, "C"); // so that the next makes gettext forget the texts that it has found
-    setlocale(LC_ALL, "C.UTF-8");
+    setlocale(LC_MESSAGES, "C.UTF-8");
+    setlocale(LC_CTYPE, "C.UTF-8");
     const std::string region = localeUnder(host::kRegionFormatKey);
     if (!region.empty())
         (void)i18n_ulocale_set_default(region.c_str());
