@@ -978,12 +978,12 @@ TEST_F(WritesWithoutConnectionTest, RemoveFails)
 TEST_F(WritesWithoutConnectionTest, SmallUpdatesFail)
 {
     model->updateContextMgrId(alarm);
+    model->_updateMobileTime(alarm);
     EXPECT_EQ(1, model->updateAlarmDataStatus(1, 1, true, true));
     EXPECT_FALSE(model->updateUnsyncedAlarmDataToDefault());
     EXPECT_FALSE(model->removeSyncedAlarmData());
 
-    EXPECT_THAT(
-        criticals(), ElementsAre(kNoConnection, kNoConnection, kNoConnection, kNoConnection));
+    EXPECT_EQ(std::vector<std::string>(5, kNoConnection), criticals());
 }
 
 TEST_F(WritesWithoutConnectionTest, ChecksFindNothing)
