@@ -264,7 +264,7 @@ TEST_F(RingSoundTest, AnAlarmThatCouldNotBeReadIsDismissedWhenItCan)
 /// An answer to what rings, while another process keeps everybody from the alarms' file.
 class RingAnswerTest : public RingSoundTest {
 protected:
-    /// Answers what is heard, and expects silence within 200 ms.
+    /// Answers what is heard, and expects silence long before the file can be read.
     CommandResult answerWhileTheStoreIsHeld(const std::string& command)
     {
         auto held = std::make_unique<HeldStore>();
@@ -273,7 +273,7 @@ protected:
         const Samples heard = listener.listen(3);
         held.reset();
 
-        EXPECT_LT(soundingTime(heard), 0.2);
+        EXPECT_LT(soundingTime(heard), 0.5);
         return answer.finish();
     }
 };
@@ -376,7 +376,7 @@ TEST_F(RingSoundTest, ADismissedAlarmIsSilentThoughTheDaemonHangs)
     const Samples heard = listener.listen(1);
     kill(daemon, SIGCONT);
 
-    EXPECT_LT(soundingTime(heard), 0.2);
+    EXPECT_LT(soundingTime(heard), 0.5);
     EXPECT_EQ(0, dismissal.finish().status);
 }
 
