@@ -28,6 +28,7 @@ int main(int argc, char** argv)
 {
     app::useDeviceLanguage();
     app::waitOnBusyStore();
+    ecore_app_no_system_modules(); // they look for a system bus and make every start slower
     ecore_init();
     int status = 0;
     try {

@@ -73,6 +73,7 @@ void run(std::vector<std::string> arguments)
 
 int main(int argc, char** argv)
 {
+    ecore_app_no_system_modules(); // they look for a system bus and make every start slower
     ecore_init();
     int status = 0;
     try {
