@@ -89,11 +89,13 @@ endfunction()
 if(ALARM_SANITIZE STREQUAL "thread")
     set(options ignore_noninstrumented_modules=1 report_signal_unsafe=0
                 suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp)
-    list(JOIN options ":" options)
-    set(ALARM_TEST_ENVIRONMENT "TSAN_OPTIONS=${options}")
+    set(variable TSAN_OPTIONS)
 else()
-    set(ALARM_TEST_ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp")
+    set(options print_suppressions=0 suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp)
+    set(variable LSAN_OPTIONS)
 endif()
+list(JOIN options ":" options)
+set(ALARM_TEST_ENVIRONMENT "${variable}=${options}")
 
 # Runs a command in a session of its own, which has a sound server of its own, also where the user
 # has one.

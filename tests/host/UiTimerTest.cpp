@@ -9,7 +9,11 @@ const double kPeriod = 0.01;
 
 class UiTimerTest : public testing::Test {
 protected:
-    UiTimerTest() { ecore_init(); }
+    UiTimerTest()
+    {
+        ecore_app_no_system_modules();
+        ecore_init();
+    }
     ~UiTimerTest() { ecore_shutdown(); }
 
     // Runs the main loop for the seconds.
