@@ -9,8 +9,6 @@ target_compile_options(
 target_compile_options(
     alarm-build INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
 target_link_options(alarm-build INTERFACE -Wl,--as-needed -Wl,-Bsymbolic-functions)
-# Where the device has the link to its zone's data.
-target_compile_definitions(alarm-build INTERFACE ALARM_ZONE_LINK="/opt/etc/localtime")
 if(ALARM_SANITIZE)
     target_compile_options(
         alarm-build INTERFACE -fsanitize=${ALARM_SANITIZE} -fno-omit-frame-pointer

@@ -180,7 +180,7 @@ bool AlarmIcuDataModel::getFormattedAmpmString(
 char* AlarmIcuDataModel::getCurrentTimeZone()
 {
     char target[kZoneLinkSize] = {};
-    if (readlink(zoneLink(), target, kZoneLinkSize - 1) == -1)
+    if (readlink(kZoneLink, target, kZoneLinkSize - 1) == -1)
         LOG_CRITICAL("timezone get error");
     char* zone = g_strdup(zoneOfLink(target).c_str());
     LOG_CRITICAL("tz [%s]", zone);

@@ -115,7 +115,7 @@ const std::string& runtimePath()
 const std::string& zoneLinkPath()
 {
     static const std::string named = environment("ALARM_HOST_LOCALTIME");
-    static const std::string path = named.empty() ? ALARM_ZONE_LINK : named;
+    static const std::string path = named.empty() ? kWatchZoneLink : named;
     return path;
 }
 

@@ -24,7 +24,10 @@ const std::string& homePath();
 /// folder under XDG_RUNTIME_DIR. Made when absent.
 const std::string& runtimePath();
 
-/// The link to the zone's data file: ALARM_HOST_LOCALTIME, else the watch's path.
+/// Where the watch has the link to its zone's data file.
+inline const char* const kWatchZoneLink = "/opt/etc/localtime";
+
+/// The session's link to the zone's data file: ALARM_HOST_LOCALTIME, else the watch's path.
 const std::string& zoneLinkPath();
 
 /// The device's zone now, such as "Europe/Berlin", by the zone link, else by /etc/localtime; "UTC"

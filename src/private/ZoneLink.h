@@ -1,14 +1,9 @@
 #pragma once
 
-#include <cstdlib>
 #include <string>
 
-/// The link to the data of the device's zone; a session on a desktop names its own.
-inline const char* zoneLink()
-{
-    const char* named = getenv("ALARM_HOST_LOCALTIME");
-    return named && *named != '\0' ? named : ALARM_ZONE_LINK;
-}
+/// The link to the data of the device's zone.
+inline const char* const kZoneLink = "/opt/etc/localtime";
 
 /// The zone's id in the link's target, such as "Asia/Seoul": what is below the folder of the zone
 /// data, wherever a link relative or absolute says that it lies. Of another folder the characters

@@ -10,9 +10,11 @@
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
+#include <unistd.h>
 #include <utils_i18n.h>
 #include <vconf.h>
 
@@ -79,6 +81,35 @@ void run(const std::vector<std::string>& command)
     const CommandResult result = runCommand(command);
     EXPECT_EQ(0, result.status) << result.err;
     EXPECT_EQ("", result.out);
+}
+
+// What a call of readlink or readlinkat answered: its result, errno, and the buffer behind it.
+struct LinkRead {
+    ssize_t result;
+    int error;
+    std::string buffer;
+};
+
+template <typename Call>
+LinkRead readLink(Call call)
+{
+    LinkRead read = { 0, E2BIG, std::string(80, '#') };
+    errno = read.error;
+    read.result = call(read.buffer.data());
+    read.error = errno;
+    return read;
+}
+
+void expectTheAnswerOf(const std::string& target, const std::string& path, size_t room)
+{
+    SCOPED_TRACE(path + " into " + std::to_string(room));
+    const LinkRead expected = readLink(
+        [&](char* buffer) { return readlinkat(AT_FDCWD, target.c_str(), buffer, room); });
+    const LinkRead read
+        = readLink([&](char* buffer) { return readlink(path.c_str(), buffer, room); });
+    EXPECT_EQ(expected.result, read.result);
+    EXPECT_EQ(expected.error, read.error);
+    EXPECT_EQ(expected.buffer, read.buffer);
 }
 
 class RegionTest : public EchoFixture {
@@ -292,6 +323,39 @@ TEST_F(RegionTest, ReadingTheZoneLeavesTheErrorOfThePrevious)
 
     EXPECT_EQ(E2BIG, errno);
     session.setZone("Europe/Berlin");
+}
+
+TEST_F(RegionTest, TheWatchsZoneLinkIsTheSessions)
+{
+    const std::string& link = host::zoneLinkPath();
+    session.setZone("Asia/Seoul");
+    char target[80] = {};
+    EXPECT_EQ(30, readlink("/opt/etc/localtime", target, sizeof target));
+    EXPECT_STREQ("/usr/share/zoneinfo/Asia/Seoul", target);
+    for (const size_t room : { 80, 31, 30, 29, 1, 0 })
+        expectTheAnswerOf(link, "/opt/etc/localtime", room);
+
+    std::filesystem::remove(link);
+    EXPECT_EQ(-1, readlink("/opt/etc/localtime", target, sizeof target));
+    EXPECT_EQ(ENOENT, errno);
+    std::ofstream(link) << "no link";
+    expectTheAnswerOf(link, "/opt/etc/localtime", 80);
+    std::filesystem::remove(link);
+    session.setZone("Europe/Berlin");
+}
+
+TEST_F(RegionTest, AnyOtherLinkIsReadAsItIs)
+{
+    const TempDir directory;
+    const std::string link = directory.file("localtime");
+    std::filesystem::create_symlink("/opt/etc/localtime", link);
+
+    for (const std::string& path : { link, directory.file("absent"), directory.path(),
+             std::string("/opt/etc/localtime/"), std::string("/opt//etc/localtime"),
+             std::string("/opt/etc/localtim"), std::string("/proc/self/exe"), std::string() }) {
+        for (const size_t room : { 80, 5, 0 })
+            expectTheAnswerOf(path, path, room);
+    }
 }
 
 TEST_F(RegionTest, IcusDefaultZoneIsTheSessions)

@@ -269,6 +269,7 @@ TEST_F(AlarmTextTest, TheDevicesZoneIsReadAnew)
     for (const char* zone : { "Asia/Seoul", "America/New_York", "UTC" }) {
         session.setZone(zone);
         EXPECT_EQ(zone, taken(AlarmIcuDataModel::getCurrentTimeZone()));
+        EXPECT_EQ(zone + std::string("\n"), runCommand({ ZONE_NAME }).out);
     }
 }
 

@@ -86,16 +86,6 @@ TEST_F(AlarmIcuDataModelZoneTest, ZoneIsWhatTheLinkNamesBelowTheZoneData)
     EXPECT_THAT(dlogDouble().criticals(), ElementsAre("tz [Asia/Seoul]"));
 }
 
-TEST_F(AlarmIcuDataModelZoneTest, ASessionNamesItsOwnLink)
-{
-    setenv("ALARM_HOST_LOCALTIME", "/session/localtime", 1);
-    zone();
-    setenv("ALARM_HOST_LOCALTIME", "", 1);
-    zone();
-
-    EXPECT_THAT(linksRead, ElementsAre("/session/localtime", "/opt/etc/localtime"));
-}
-
 TEST_F(AlarmIcuDataModelZoneTest, WithoutALinkTheZoneIsEmpty)
 {
     linkTarget.reset();

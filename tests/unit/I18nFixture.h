@@ -35,7 +35,6 @@ protected:
         EXPECT_TRUE(AlarmIcuDataModel::getFormattedDateString(0, out, 8, nullptr, "a", nullptr));
         EXPECT_THAT(i18n.alive, testing::IsEmpty());
         EXPECT_EQ(0, i18n.wronglyDestroyed);
-        unsetenv("ALARM_HOST_LOCALTIME");
         setZone("UTC");
     }
 
