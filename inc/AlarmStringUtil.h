@@ -16,8 +16,9 @@
 class AlarmStringUtil {
 public:
     /**
-     * Upper case of s, at most 256 bytes of it, in its place, which has room for them and the end
-     * of the text. What is not UTF-8 has no upper case, and stays as it is.
+     * Upper case of s in its place. At most 256 bytes are written, the one that ends the text
+     * among them; upper case may be longer than s, up to three times. What is not UTF-8 has no
+     * upper case, and stays as it is.
      */
     static void changeStringToUpper(char* s);
 

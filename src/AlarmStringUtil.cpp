@@ -333,7 +333,7 @@ void AlarmStringUtil::changeStringToUpper(char* s)
 {
     if (!s || !g_utf8_validate(s, -1, nullptr))
         return;
-    const std::string upper = cutText(takenText(g_utf8_strup(s, -1)), kUpperSize);
+    const std::string upper = printedText(takenText(g_utf8_strup(s, -1)), kUpperSize);
     memcpy(s, upper.c_str(), upper.size() + 1);
 }
 

@@ -80,38 +80,48 @@ TEST_F(AlarmStringUtilTest, UpperCaseOfNothingIsNothing)
     EXPECT_STREQ("", text);
 }
 
-TEST_F(AlarmStringUtilTest, UpperCaseEndsAt256Bytes)
+TEST_F(AlarmStringUtilTest, UpperCaseEndsWithin256Bytes)
 {
-    for (const size_t size : { 255, 256, 257, 300 }) {
-        std::array<char, 301> text = {};
-        std::fill_n(text.begin(), size, 'x');
+    for (const size_t size : { 254, 255, 256, 257, 300 }) {
+        SCOPED_TRACE(size);
+        std::string text(size, 'x');
 
         AlarmStringUtil::changeStringToUpper(text.data());
 
-        EXPECT_EQ(std::string(std::min<size_t>(size, 256), 'X'), text.data()) << size;
+        EXPECT_EQ(std::string(std::min<size_t>(size, 255), 'X'), text.c_str());
+        EXPECT_EQ(std::string(size - std::min<size_t>(size, 256), 'x'),
+            text.substr(std::min<size_t>(size, 256)));
     }
 }
 
-TEST_F(AlarmStringUtilTest, UpperCaseEndsWithAWholeCharacterInside256Bytes)
+TEST_F(AlarmStringUtilTest, UpperCaseThatIsLongerThanTheTextLeavesWhatStandsBehind256Bytes)
 {
-    std::array<char, 300> text = {};
-    std::string lower(101, 'x');
-    for (int i = 0; i < 95; ++i)
-        lower += "\u00FC"; // one of them takes the 256th and the 257th byte
-    ASSERT_LT(lower.size(), text.size() - 1);
+    std::array<char, 260> text = {};
+    const std::string lower = std::string(253, 'x') + "\u0149"; // its upper case has three bytes
     std::copy(lower.begin(), lower.end(), text.begin());
-    text.back() = '#';
+    std::fill(text.begin() + 256, text.end(), '#');
 
     AlarmStringUtil::changeStringToUpper(text.data());
 
-    EXPECT_EQ(255u, strlen(text.data()));
-    EXPECT_STREQ("\u00DC", text.data() + 253);
-    EXPECT_EQ('#', text.back());
+    EXPECT_EQ(std::string(253, 'X') + "\u02BC", text.data());
+    EXPECT_EQ("####", std::string(text.begin() + 256, text.end()));
+}
+
+TEST_F(AlarmStringUtilTest, UpperCaseEndsWithAWholeCharacter)
+{
+    std::string text(102, 'x');
+    for (int i = 0; i < 95; ++i)
+        text += "\u00FC"; // one of them takes the 255th and the 256th byte
+
+    AlarmStringUtil::changeStringToUpper(text.data());
+
+    EXPECT_EQ(254u, strlen(text.c_str()));
+    EXPECT_STREQ("\u00DC", text.c_str() + 252);
 }
 
 TEST_F(AlarmStringUtilTest, UpperCaseMayBeLongerThanTheText)
 {
-    std::array<char, 257> text = {};
+    std::array<char, 256> text = {};
     std::string upper;
     for (size_t i = 0; i < 50; ++i) {
         std::copy_n("\u0390", 2, text.begin() + 2 * i);
@@ -120,7 +130,7 @@ TEST_F(AlarmStringUtilTest, UpperCaseMayBeLongerThanTheText)
 
     AlarmStringUtil::changeStringToUpper(text.data());
 
-    EXPECT_EQ(upper.substr(0, 256), text.data());
+    EXPECT_EQ(upper.substr(0, 254), text.data());
 }
 
 TEST_F(AlarmStringUtilTest, WhatIsNoTextKeepsItsCase)
