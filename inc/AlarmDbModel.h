@@ -229,13 +229,13 @@ private:
     char* _createSqliteQuery(const char* format, ...);
     int _tryWithTimeout(const std::function<int()>& action);
 
-    bool _runChange(const char* sql);
-    bool _runReset(const char* sql);
+    bool _runChange(const char* operation, const char* sql);
+    bool _runReset(const char* operation, const char* sql);
     void _updateMobileAlertTime(int id, unsigned long long alertTime);
 
     int _getAlarmDataFromQuery(const std::string& query, AlarmDbData& alarm);
     int _getAlarmListFromQuery(const std::string& query, std::vector<AlarmDbData>& list);
-    void _appendRows(std::vector<AlarmDbData>& list, sqlite3_stmt* made);
+    void _appendRows(const char* operation, std::vector<AlarmDbData>& list, sqlite3_stmt* made);
     void _extractListFromStms(std::vector<AlarmDbData>& list, sqlite3_stmt* stmt);
     void _extractDataFromStms(sqlite3_stmt* stmt, AlarmDbData& alarm);
 

@@ -57,6 +57,8 @@ const char* const kUpdate
       "smart_alarm_enable = %d, type = %d, tone = '%q', volume = %d, smart_alarm_interval = %d, "
       "isDeleted = %d, isNeedToSync = %d, contextMgrId = %d WHERE id = %d";
 
+const char* const kWatchAlarms = "SELECT * FROM alarm WHERE deviceType = 2";
+
 const char* const kOneDay
     = "SELECT * FROM alarm WHERE (hour*60+min)>= %d AND (hour*60+min) <= %d AND enable = 1 AND "
       "(repeat_weekly & %d) = %d AND isDeleted = 0";
@@ -178,11 +180,11 @@ void join(std::string& conditions, const std::string& condition)
 }
 
 // Takes the statement over. Column 0 of its first row, or otherwise without one.
-int firstValue(sqlite3_stmt* made, int otherwise)
+int firstValue(const char* operation, sqlite3_stmt* made, int otherwise)
 {
     const Statement stmt(made);
     if (!stmt.get()) {
-        LOG_CRITICAL("stmt is nullptr");
+        LOG_CRITICAL_OF(operation, "stmt is nullptr");
         return otherwise;
     }
     if (sqlite3_step(stmt.get()) != SQLITE_ROW)
@@ -474,7 +476,7 @@ bool AlarmDbModel::removeAlarmData(
         ? "UPDATE alarm SET isDeleted = 1, isNeedToSync = 1 WHERE id = %d"
         : "DELETE FROM alarm WHERE id = %d";
     const SqliteText sql(_createSqliteQuery(format, alarm.id));
-    if (!_runChange(sql.get()))
+    if (!_runChange(__func__, sql.get()))
         return false;
     setNotiFlag(needNoti, needNotiWidget);
     if (alarm.deviceType == kPhone && requestUpdate)
@@ -486,7 +488,7 @@ void AlarmDbModel::updateContextMgrId(AlarmDbData& alarm)
 {
     const SqliteText sql(_createSqliteQuery(
         "UPDATE alarm SET contextMgrId = %d WHERE id = %d", alarm.contextMgrId, alarm.id));
-    _runChange(sql.get());
+    _runChange(__func__, sql.get());
 }
 
 int AlarmDbModel::updateAlarmDataStatus(
@@ -494,7 +496,7 @@ int AlarmDbModel::updateAlarmDataStatus(
 {
     const SqliteText sql(
         _createSqliteQuery("UPDATE alarm SET enable = %d WHERE id = %d", enable, id));
-    return _runChange(sql.get()) ? 0 : 1;
+    return _runChange(__func__, sql.get()) ? 0 : 1;
 }
 
 void AlarmDbModel::_updateMobileTime(AlarmDbData& alarm)
@@ -503,7 +505,7 @@ void AlarmDbModel::_updateMobileTime(AlarmDbData& alarm)
         _createSqliteQuery("UPDATE alarm SET mobileCreateTime = %llu, mobileModifiedTime = %llu, "
                            "mobileAlertTime = %llu WHERE id = %d",
             alarm.mobileCreateTime, alarm.mobileModifiedTime, alarm.mobileAlertTime, alarm.id));
-    _runChange(sql.get());
+    _runChange(__func__, sql.get());
 }
 
 void AlarmDbModel::_updateMobileAlertTime(int id, unsigned long long alertTime)
@@ -512,41 +514,41 @@ void AlarmDbModel::_updateMobileAlertTime(int id, unsigned long long alertTime)
     const SqliteText sql(_createSqliteQuery(
         "UPDATE alarm SET mobileAlertTime = %llu, mobileModifiedTime = %llu WHERE id = %d",
         alertTime, now, id));
-    _runChange(sql.get());
+    _runChange(__func__, sql.get());
 }
 
 bool AlarmDbModel::updateUnsyncedAlarmDataToDefault()
 {
-    return _runReset("UPDATE alarm SET isNeedToSync = 0 WHERE isNeedToSync = 1");
+    return _runReset(__func__, "UPDATE alarm SET isNeedToSync = 0 WHERE isNeedToSync = 1");
 }
 
 bool AlarmDbModel::removeSyncedAlarmData()
 {
-    return _runReset("DELETE FROM alarm WHERE deviceType = 1");
+    return _runReset(__func__, "DELETE FROM alarm WHERE deviceType = 1");
 }
 
-bool AlarmDbModel::_runChange(const char* sql)
+bool AlarmDbModel::_runChange(const char* operation, const char* sql)
 {
     if (!_dbHandler) {
-        LOG_CRITICAL("db handler is not initialized");
+        LOG_CRITICAL_OF(operation, "db handler is not initialized");
         return false;
     }
     if (!sql) // no memory for it
         return false;
-    LOG_CRITICAL("sql = %s", sql);
+    LOG_CRITICAL_OF(operation, "sql = %s", sql);
     Statement stmt;
     if (_prepare(sql, stmt.out()) != SQLITE_OK) {
-        LOG_CRITICAL("Query: [%s]", sql);
+        LOG_CRITICAL_OF(operation, "Query: [%s]", sql);
         return false;
     }
     sqlite3_step(stmt.get());
     return true;
 }
 
-bool AlarmDbModel::_runReset(const char* sql)
+bool AlarmDbModel::_runReset(const char* operation, const char* sql)
 {
     if (!_dbHandler) {
-        LOG_CRITICAL("db handler is not initialized");
+        LOG_CRITICAL_OF(operation, "db handler is not initialized");
         return false;
     }
     Statement stmt;
@@ -569,12 +571,12 @@ int AlarmDbModel::isDuplicatedAlarmData(const AlarmDbData& alarm, bool withName)
             "SELECT id FROM alarm WHERE hour = %d AND min = %d AND repeat_once = %d "
             "AND repeat_weekly = %d AND isDeleted = 0",
             alarm.hour, alarm.min, alarm.repeat_once, alarm.repeatWeekly);
-    return firstValue(stmt, -1);
+    return firstValue(__func__, stmt, -1);
 }
 
 int AlarmDbModel::isDuplicatedAlarmDataWithWatch(const AlarmDbData& alarm) const
 {
-    return firstValue(
+    return firstValue(__func__,
         _createSqliteStmt("SELECT id FROM alarm WHERE hour = %d AND min = %d AND repeat_once = %d "
                           "AND repeat_weekly = %d AND deviceType = %d AND isDeleted = 0",
             alarm.hour, alarm.min, alarm.repeat_once, alarm.repeatWeekly, kWatch),
@@ -594,28 +596,31 @@ int AlarmDbModel::checkIsDuplicatedAlarmData(const AlarmDbData& alarm) const
 
 int AlarmDbModel::getNumberOfEnabledAlarmList()
 {
-    return firstValue(
+    return firstValue(__func__,
         _createSqliteStmt("SELECT COUNT(*) FROM alarm WHERE enable = 1 AND isDeleted = 0"), 0);
 }
 
 int AlarmDbModel::getNumberOfUnsyncedAlarm()
 {
-    return firstValue(_createSqliteStmt("SELECT COUNT(*) FROM alarm WHERE isNeedToSync = 1"), 0);
+    return firstValue(
+        __func__, _createSqliteStmt("SELECT COUNT(*) FROM alarm WHERE isNeedToSync = 1"), 0);
 }
 
 int AlarmDbModel::getNumberOfWatchAlarm()
 {
-    return firstValue(_createSqliteStmt("SELECT COUNT(*) FROM alarm WHERE deviceType = 2"), 0);
+    return firstValue(
+        __func__, _createSqliteStmt("SELECT COUNT(*) FROM alarm WHERE deviceType = 2"), 0);
 }
 
 int AlarmDbModel::getNumberOfAlarm()
 {
-    return firstValue(_createSqliteStmt("SELECT COUNT(*) FROM alarm"), 0);
+    return firstValue(__func__, _createSqliteStmt("SELECT COUNT(*) FROM alarm"), 0);
 }
 
 int AlarmDbModel::getNumberOfMobileAlarm()
 {
-    return firstValue(_createSqliteStmt("SELECT COUNT(*) FROM alarm WHERE deviceType = 1"), 0);
+    return firstValue(
+        __func__, _createSqliteStmt("SELECT COUNT(*) FROM alarm WHERE deviceType = 1"), 0);
 }
 
 int AlarmDbModel::getAlarm(int id, AlarmDbData& alarm)
@@ -687,25 +692,29 @@ bool AlarmDbModel::hasAlarmMgrId(int id, int& alarmMgrId)
 
 void AlarmDbModel::getAllUnsyncedAlarmList(std::vector<AlarmDbData>& list)
 {
-    _appendRows(list, _createSqliteStmt("SELECT * FROM alarm WHERE isNeedToSync = 1"));
+    _appendRows(__func__, list, _createSqliteStmt("SELECT * FROM alarm WHERE isNeedToSync = 1"));
 }
 
 void AlarmDbModel::getAllMobileAlarmList(std::vector<AlarmDbData>& list)
 {
-    _appendRows(
-        list, _createSqliteStmt("SELECT * FROM alarm WHERE deviceType = 1%s", kOrderByTime));
+    _appendRows(__func__, list,
+        _createSqliteStmt("SELECT * FROM alarm WHERE deviceType = 1%s", kOrderByTime));
 }
 
 void AlarmDbModel::getAllVornAlarmList(std::vector<AlarmDbData>& list)
 {
-    _appendRows(list, _createSqliteStmt("SELECT * FROM alarm WHERE deviceType = 2"));
+    _appendRows(__func__, list, _createSqliteStmt(kWatchAlarms));
 }
 
-void AlarmDbModel::getAllAlarmList(std::vector<AlarmDbData>& list) { getAllVornAlarmList(list); }
+void AlarmDbModel::getAllAlarmList(std::vector<AlarmDbData>& list)
+{
+    _appendRows(__func__, list, _createSqliteStmt(kWatchAlarms));
+}
 
 void AlarmDbModel::getAlarmListWithIds(std::vector<AlarmDbData>& list, const std::string& ids)
 {
-    _appendRows(list, _createSqliteStmt("SELECT * FROM alarm WHERE id in (%s )", ids.c_str()));
+    _appendRows(
+        __func__, list, _createSqliteStmt("SELECT * FROM alarm WHERE id in (%s )", ids.c_str()));
 }
 
 int AlarmDbModel::getAllEnabledMobileAlarmList(std::vector<AlarmDbData>& list)
@@ -731,7 +740,7 @@ void AlarmDbModel::getAllAlarmListInTimeRange(
             start.minutes(), startDay, startDay, start.minutes(), startDay, startDay, end.minutes(),
             endDay, endDay);
     }
-    _appendRows(list, stmt);
+    _appendRows(__func__, list, stmt);
 }
 
 int AlarmDbModel::getAlarmListWithMultipleParameter(std::vector<AlarmDbData>& list, long startTime,
@@ -783,11 +792,12 @@ int AlarmDbModel::_getAlarmListFromQuery(const std::string& query, std::vector<A
 }
 
 // Takes the statement over.
-void AlarmDbModel::_appendRows(std::vector<AlarmDbData>& list, sqlite3_stmt* made)
+void AlarmDbModel::_appendRows(
+    const char* operation, std::vector<AlarmDbData>& list, sqlite3_stmt* made)
 {
     const Statement stmt(made);
     if (!stmt.get()) {
-        LOG_CRITICAL("stmt is nullptr");
+        LOG_CRITICAL_OF(operation, "stmt is nullptr");
         return;
     }
     while (sqlite3_step(stmt.get()) == SQLITE_ROW)

@@ -10,6 +10,7 @@
 
 namespace {
 const char* const kAlertApplication = "com.velmora.alarm-alert";
+const char* const kRegistration = "registerAlarmToServer";
 const int kPhone = 1;
 const int kWatch = 2;
 
@@ -26,7 +27,7 @@ void takeSnoozeTime(const AlarmDbData& alarm, int& hour, int& min)
     const tm local = localTime(static_cast<time_t>(alarm.stime) / 10 * 10 + snoozed);
     hour = local.tm_hour;
     min = local.tm_min;
-    LOG_CRITICAL("Next snooze time = %d : %d", hour, min);
+    LOG_CRITICAL_OF(kRegistration, "Next snooze time = %d : %d", hour, min);
 }
 
 bool isLeftToPhone(const AlarmDbData& alarm, bool connected)

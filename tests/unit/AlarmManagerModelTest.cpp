@@ -125,6 +125,18 @@ TEST_F(AlarmManagerModelTest, SnoozedAlarmIsScheduledItsSnoozesAfterTheFullTenSe
             "repeatWeekly = 0 once is 1", "saved alarm manager id = 700"));
 }
 
+TEST_F(AlarmManagerModelTest, LogNamesTheRegistration)
+{
+    alarm.count = 1;
+
+    model.registerAlarmToServer(alarm, false);
+
+    for (const DlogDouble::Line& line : dlogDouble().lines) {
+        EXPECT_THAT(
+            line.text, testing::StartsWith("AlarmManagerModel.cpp: registerAlarmToServer("));
+    }
+}
+
 TEST_F(AlarmManagerModelTest, SnoozeTruncatesTowardsTheEpoch)
 {
     alarm.stime = -5; // 0 without its last digit, where rounding down would give -10
