@@ -26,7 +26,7 @@ public:
         WatchUpdateInd,
     };
 
-    virtual ~AlarmMessage() = default;
+    virtual ~AlarmMessage();
 
     /** Writes the kind's name, such as "alarm-list-req"; id stays as it was for an unknown kind. */
     static void getId(AlarmMessage::Type type, std::string& id);

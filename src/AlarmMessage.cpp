@@ -23,6 +23,8 @@ const int kNameCount = G_N_ELEMENTS(kNames);
 
 GHashTable* AlarmMessage::_typeHash = nullptr;
 
+AlarmMessage::~AlarmMessage() = default;
+
 void AlarmMessage::getId(AlarmMessage::Type type, std::string& id)
 {
     if (type >= 0 && type < kNameCount)
