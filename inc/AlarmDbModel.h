@@ -22,10 +22,10 @@ struct sqlite3_stmt;
  * their failure value, its reads fail as each says.
  *
  * Each object is used from one thread. While another process has the file
- * locked, each statement of the constructor, of the single reads, of
- * getAllEnabledMobileAlarmList() and of the search waits up to 1.5 s; nothing
- * else waits or tries again, and a fresh object's first statement, which reads
- * the schema, fails at once.
+ * locked, each statement of the constructor but the two that make the tables,
+ * and each of the single reads, of getAllEnabledMobileAlarmList() and of the
+ * search waits up to 1.5 s; nothing else waits or tries again, and a fresh
+ * object's first statement, which reads the schema, fails at once.
  */
 class AlarmDbModel {
 public:
@@ -73,10 +73,10 @@ public:
         bool keepMobileTime);
 
     /**
-     * Deletes the row alarm.id. With needToSync, a phone alarm is only marked as
-     * deleted and unsynced. The record is not changed. Returns false, and leaves
-     * the change keys as they were to be, without a file or when the statement
-     * cannot be made.
+     * Deletes the row alarm.id. With needToSync, an alarm of any device type but
+     * the watch's is only marked as deleted and unsynced. The record is not changed.
+     * Returns false, and leaves the change keys as they were to be, without a file
+     * or when the statement cannot be made.
      */
     bool removeAlarmData(AlarmDbData& alarm, bool needNoti, bool needNotiWidget, bool needToSync,
         bool requestUpdate);

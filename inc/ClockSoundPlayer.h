@@ -23,7 +23,9 @@ enum class CallerType : int { Timer = 0, Alarm = 1 };
  * The platform's player prepares the tone on a thread of its own; the tone
  * starts by itself when that is done. While the microphone records, the start
  * waits for half a second, once; if it still records then, the tone stays
- * silent. An unreadable tone is replaced by the default tone.
+ * silent. A tone that is missing, or that the platform's player does not accept,
+ * is replaced by the default tone. One that fails only while it is prepared is
+ * not: that is logged, and the tone stays silent.
  *
  * Made, used and destroyed on the main loop, which must run for anything to be
  * heard: every command to the platform's player is a message to it. start(),
