@@ -59,7 +59,7 @@ public:
     /** Appends the alarms of the last message's "list". */
     void _getAlarms();
 
-    /** Fills the members of the alarm that the phone sends. */
+    /** Fills the members that the phone sends; those that the object lacks as getAlarmList(). */
     void _getAlarmFromJsonObject(AlarmJsonObject object, AlarmDbData& alarm);
 
     /**

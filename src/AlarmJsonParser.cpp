@@ -97,6 +97,14 @@ void AlarmJsonParser::_getAlarms()
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
 void AlarmJsonParser::_getAlarmFromJsonObject(AlarmJsonObject object, AlarmDbData& alarm)
 {
+    // The getters leave what the object lacks as it was.
+    alarm.uuid.clear();
+    alarm.name.clear();
+    alarm.mobileCreateTime = 0;
+    alarm.mobileModifiedTime = 0;
+    alarm.mobileAlertTime = 0;
+    alarm.isDeleted = false;
+
     object.getStringValue("uuid", alarm.uuid);
     object.getStringValue("title", alarm.name);
     if (alarm.name.find('\n') != std::string::npos)

@@ -174,6 +174,33 @@ TEST_F(AlarmJsonParserTest, AnAlarmIsFilledFromAnObject)
     EXPECT_THAT(alarmsOf(parser), IsEmpty());
 }
 
+TEST_F(AlarmJsonParserTest, AUsedRecordKeepsNothingOfWhatThePhoneSends)
+{
+    AlarmDbData alarm;
+    alarm.id = 3;
+    alarm.tone = "a tone";
+    AlarmDbData expected = alarm;
+    expected.hour = 0;
+    expected.min = 0;
+    expected.enable = 0;
+    expected.repeat_once = 0;
+    alarm.uuid = "17";
+    alarm.name = "Wake up";
+    alarm.hour = 7;
+    alarm.min = 5;
+    alarm.mobileCreateTime = 1600000000001;
+    alarm.mobileModifiedTime = 1600000000002;
+    alarm.mobileAlertTime = ~0ULL;
+    alarm.enable = 1;
+    alarm.repeatWeekly = 65;
+    alarm.repeat_once = 1;
+    alarm.isDeleted = true;
+
+    AlarmJsonParser()._getAlarmFromJsonObject(objectOf("{}"), alarm);
+
+    expectSame(expected, alarm);
+}
+
 TEST_F(AlarmJsonParserTest, TheListIsAppendedEachTimeItIsTaken)
 {
     AlarmJsonParser parser;
