@@ -231,7 +231,7 @@ long AlarmIcuDataModel::verifyExistingTimeForDst(const AlarmDbData& alarm)
     LOG_CRITICAL(
         "Alarm time value mismatch! [tm.tm_hour = %d, tm.tm_min = %d, hour = %d, min = %d]",
         local.tm_hour, local.tm_min, alarm.hour, alarm.min);
-    const int dayHours = 24;
+    const long long dayHours = 24; // wide, as a damaged record has any hour
     return start + kHourSeconds * (dayHours + alarm.hour - local.tm_hour);
 }
 

@@ -23,8 +23,10 @@ tm localTime(time_t time)
 
 void takeSnoozeTime(const AlarmDbData& alarm, int& hour, int& min)
 {
-    const time_t snoozed = static_cast<time_t>(alarm.count) * alarm.snooze_min * 60;
-    const tm local = localTime(static_cast<time_t>(alarm.stime) / 10 * 10 + snoozed);
+    const time_t start = static_cast<time_t>(alarm.stime) / 10 * 10;
+    // Unsigned, so that any count and length of a damaged record have a result.
+    const auto count = static_cast<unsigned long long>(alarm.count);
+    const tm local = localTime(static_cast<time_t>(start + count * alarm.snooze_min * 60));
     hour = local.tm_hour;
     min = local.tm_min;
     LOG_CRITICAL_OF(kRegistration, "Next snooze time = %d : %d", hour, min);

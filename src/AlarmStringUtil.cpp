@@ -76,10 +76,11 @@ tm localTime(time_t time)
 }
 
 // What is left of the time until the alarm: hours and minutes may be negative until they borrow.
+// Wide, as a damaged record has any hour and minute.
 struct Offset {
-    int days = 0;
-    int hours = 0;
-    int minutes = 0;
+    long long days = 0;
+    long long hours = 0;
+    long long minutes = 0;
 
     void borrowHour()
     {
@@ -133,8 +134,9 @@ void untilDate(const AlarmDbData& alarm, time_t now, const tm& today, Offset& of
         offset.days = start.tm_mday - today.tm_mday;
     } else {
         LOG_CRITICAL_OF(kOffset, "different month and year");
-        offset.days = static_cast<int>((midnightOf(start) - midnightOf(today)) / kDaySeconds);
-        LOG_CRITICAL_OF(kOffset, "diffTime[%d]", offset.days);
+        const auto days = static_cast<int>((midnightOf(start) - midnightOf(today)) / kDaySeconds);
+        LOG_CRITICAL_OF(kOffset, "diffTime[%d]", days);
+        offset.days = days;
     }
     offset.borrow();
 }
@@ -191,9 +193,9 @@ void correctForStandardTime(const AlarmDbData& alarm, time_t now, Offset& offset
     if (offset.days < 1) {
         if (alarm.stime <= now || localTime(alarm.stime).tm_isdst <= 0)
             return;
-        const int seconds = static_cast<int>(difftime(alarm.stime, now));
-        const int total = seconds / 60 + (seconds % 60 > 0 ? 1 : 0);
-        offset = { total / (24 * 60), (total / 60) % 24, total % 60 };
+        const auto seconds = static_cast<long long>(difftime(alarm.stime, now));
+        const long long total = seconds / 60 + (seconds % 60 > 0 ? 1 : 0);
+        offset = { total / 60 / 24, (total / 60) % 24, total % 60 };
     } else if (localTime(alarm.stime + offset.days * kDaySeconds).tm_isdst > 0) {
         if (offset.hours > 0) {
             --offset.hours;
@@ -364,7 +366,9 @@ void AlarmStringUtil::getAlertTimeOffset(AlarmDbData alarm, int& days, int& hour
     const int dst = daylightSavingCorrection(alarm, now, today);
     const int todayBit = 1 << today.tm_wday;
 
-    Offset offset = { days, alarm.hour - today.tm_hour + dst, alarm.min - today.tm_min };
+    Offset offset = { days, alarm.hour, alarm.min };
+    offset.hours += dst - today.tm_hour;
+    offset.minutes -= today.tm_min;
     if (alarm.repeat_once != 0) {
         untilDate(alarm, now, today, offset);
     } else if ((alarm.repeatWeekly & todayBit) != 0) {
@@ -375,9 +379,9 @@ void AlarmStringUtil::getAlertTimeOffset(AlarmDbData alarm, int& days, int& hour
     if (today.tm_isdst <= 0)
         correctForStandardTime(alarm, now, offset);
 
-    days = offset.days;
-    hours = offset.hours;
-    minutes = offset.minutes;
+    days = static_cast<int>(offset.days);
+    hours = static_cast<int>(offset.hours);
+    minutes = static_cast<int>(offset.minutes);
 }
 
 void AlarmStringUtil::generateAlertOffsetToastPopupText(

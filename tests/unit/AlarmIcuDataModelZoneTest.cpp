@@ -3,6 +3,7 @@
 #include "I18nFixture.h"
 
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <unistd.h>
 
@@ -175,6 +176,18 @@ TEST_F(AlarmIcuDataModelZoneTest, AStartTimeNearTheEndOfTheRecordsRangeDoesNotOv
     const AlarmDbData alarm = alarmAt(4, 0, 2147483647, "UTC"); // 03:14
 
     EXPECT_EQ(2147483647L + 25 * 3600, AlarmIcuDataModel::verifyExistingTimeForDst(alarm));
+}
+
+TEST_F(AlarmIcuDataModelZoneTest, AnyHourOfADamagedRecordMovesTheStartTime)
+{
+    const int noon = 1718445600; // 2024-06-15 10:00 UTC
+    const int most = std::numeric_limits<int>::max();
+    const int least = std::numeric_limits<int>::min();
+
+    EXPECT_EQ(noon + 3600L * (14L + most),
+        AlarmIcuDataModel::verifyExistingTimeForDst(alarmAt(most, most, noon, "UTC")));
+    EXPECT_EQ(noon + 3600L * (14L + least),
+        AlarmIcuDataModel::verifyExistingTimeForDst(alarmAt(least, least, noon, "UTC")));
 }
 
 TEST_F(AlarmIcuDataModelZoneTest, ACalendarIsGregorianInTheDefaultLocale)

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <gmock/gmock.h>
+#include <limits>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -160,6 +161,27 @@ TEST_F(AlarmManagerModelTest, SnoozeTimeIsLocal)
 
     EXPECT_EQ(19, onlyRequest().date.tm_hour);
     EXPECT_EQ(26, onlyRequest().date.tm_min);
+}
+
+TEST_F(AlarmManagerModelTest, AnySnoozeOfADamagedRecordIsSomeTimeOfDay)
+{
+    const int most = std::numeric_limits<int>::max();
+    const int least = std::numeric_limits<int>::min();
+    for (const int stime : { least, most }) {
+        for (const int count : { least, most }) {
+            for (const int minutes : { least, most }) {
+                alarm.stime = stime;
+                alarm.count = count;
+                alarm.snooze_min = minutes;
+
+                model.registerAlarmToServer(alarm, false);
+
+                const tm& date = alarmDouble().scheduled.back().date;
+                EXPECT_TRUE(date.tm_hour >= 0 && date.tm_hour < 24) << date.tm_hour;
+                EXPECT_TRUE(date.tm_min >= 0 && date.tm_min < 60) << date.tm_min;
+            }
+        }
+    }
 }
 
 TEST_F(AlarmManagerModelTest, PhoneAlarmIsLeftToTheConnectedPhone)

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <gmock/gmock.h>
+#include <limits>
 
 using testing::ElementsAre;
 
@@ -172,6 +173,23 @@ TEST_F(AlertOffsetTest, RepeatingAlarmWithoutDaysIsLookedForSixDaysAhead)
     alarm.repeat_once = 0;
 
     EXPECT_EQ((Offset{ 7, 1, 30 }), offsetOf(alarm));
+}
+
+TEST_F(AlertOffsetTest, AnyTimeOfDayOfADamagedRecordIsCounted)
+{
+    const int most = std::numeric_limits<int>::max();
+    const int least = std::numeric_limits<int>::min();
+    const long today = 1715661000; // Tue 2024-05-14 06:30
+    setNow("Europe/Berlin", today);
+
+    EXPECT_EQ((Offset{ -1, least + 17, least + 30 }), offsetOf(alarmAt(least, least, 0, today)));
+    EXPECT_EQ((Offset{ 0, most - 6, most - 30 }), offsetOf(alarmAt(most, most, 0, today)));
+    EXPECT_EQ((Offset{ 6, least + 17, least + 30 }), offsetOf(alarmAt(least, least, 4, today)));
+    EXPECT_EQ((Offset{ 0, least + 17, least + 30 }), offsetOf(alarmAt(least, least, 8, today)));
+
+    const long winter = 1705296600; // Mon 2024-01-15 06:30
+    setNow("Europe/Berlin", winter);
+    EXPECT_EQ((Offset{ 1, most - 6, most - 30 }), offsetOf(alarmAt(most, most, 4, winter)));
 }
 
 TEST_F(AlertOffsetTest, TheClockIsReadOnceAndTheZoneIsLeftAlone)
