@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
@@ -27,17 +28,89 @@ std::string withSlash(std::string path)
     return path;
 }
 
-// The named directory, else the folder under the first base that is set, made when absent.
-std::string stateDirectory(const char* name, const char* baseName, const std::string& otherBase)
+// The named directory, else the folder under the base, made when absent.
+std::string stateDirectory(const char* name, std::string (*base)())
 {
-    std::string path = environment(name);
-    if (path.empty()) {
-        const std::string base = environment(baseName);
-        path = withSlash(base.empty() ? otherBase : base) + "alarm-host";
-    }
-    path = withSlash(fs::absolute(path));
+    const std::string named = environment(name);
+    const fs::path place = named.empty() ? withSlash(base()) + "alarm-host" : named;
+    std::string path = withSlash(fs::absolute(place));
     makeDirectory(path);
     return path;
+}
+
+std::string stateBase()
+{
+    const std::string base = environment("XDG_STATE_HOME");
+    return base.empty() ? environment("HOME") + "/.local/state" : base;
+}
+
+// Anybody may have made the folder below /tmp, and would own what is made in it.
+std::string runtimeBase()
+{
+    std::string base = environment("XDG_RUNTIME_DIR");
+    if (base.empty()) {
+        base = "/tmp/" + std::to_string(geteuid());
+        makeDirectory(base);
+    }
+    return base;
+}
+
+const mode_t kDirectoryMode = 0700;
+const mode_t kFileMode = 0600;
+
+[[noreturn]] void refuse(int error, const std::string& path, const std::string& reason)
+{
+    throw std::system_error(error, std::generic_category(), path + " is not used: " + reason);
+}
+
+struct stat statusOf(const std::string& path)
+{
+    struct stat status = {};
+    if (lstat(path.c_str(), &status) != 0)
+        throw std::system_error(errno, std::generic_category(), path);
+    return status;
+}
+
+// Refuses what is not the user's own, and takes the access of others away. They cannot replace it
+// meanwhile: the way to it has been checked.
+void claim(const std::string& path, mode_t type, mode_t mode)
+{
+    const struct stat status = statusOf(path);
+    if (S_ISLNK(status.st_mode))
+        refuse(ELOOP, path, "it is a link");
+    if (type == S_IFDIR && !S_ISDIR(status.st_mode))
+        refuse(ENOTDIR, path, "it is no directory");
+    if ((status.st_mode & S_IFMT) != type)
+        refuse(EINVAL, path, "it is no regular file");
+    if (status.st_uid != geteuid())
+        refuse(EPERM, path, "it belongs to user " + std::to_string(status.st_uid));
+    // Such as /tmp itself: not to be closed to others, nor to be trusted with what lies there.
+    if (type == S_IFDIR && (status.st_mode & S_IWOTH) != 0)
+        refuse(EPERM, path, "everybody can write to it");
+    if ((status.st_mode & ACCESSPERMS) != mode && chmod(path.c_str(), mode) != 0)
+        throw std::system_error(errno, std::generic_category(), path);
+}
+
+// Makes a directory on the way when it is absent. One that exists is its owner's affair, unless
+// others may have led the way elsewhere: by a link, or by replacing what the directory holds.
+void passThrough(const fs::path& path)
+{
+    if (mkdir(path.c_str(), kDirectoryMode) == 0)
+        return;
+    if (errno != EEXIST)
+        throw std::system_error(errno, std::generic_category(), path);
+    struct stat status = statusOf(path);
+    if (S_ISLNK(status.st_mode)) {
+        const fs::path folder = path.has_parent_path() ? path.parent_path() : ".";
+        if ((statusOf(folder / ".").st_mode & (S_IWGRP | S_IWOTH)) != 0)
+            refuse(ELOOP, path, "it is a link in a directory that others can write to");
+        status = statusOf(path / ".");
+    }
+    if (!S_ISDIR(status.st_mode))
+        refuse(ENOTDIR, path, "it is no directory");
+    if ((status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0
+        && status.st_uid != geteuid())
+        refuse(EPERM, path, "everybody can replace what it holds");
 }
 
 Identity readIdentity()
@@ -83,13 +156,29 @@ std::string deviceFile(const std::string& path)
 
 void makeDirectory(const std::string& path)
 {
-    for (size_t end = 0; end != std::string::npos;) {
-        end = path.find('/', end + 1);
-        if (mkdir(path.substr(0, end).c_str(), 0700) != 0 && errno != EEXIST)
-            throw std::system_error(errno, std::generic_category(), path);
+    fs::path directory = path;
+    if (!directory.has_filename())
+        directory = directory.parent_path();
+    fs::path way;
+    for (const fs::path& part : directory.parent_path()) {
+        way /= part;
+        passThrough(way);
     }
-    if (!fs::is_directory(path))
-        throw std::system_error(ENOTDIR, std::generic_category(), path);
+    if (mkdir(directory.c_str(), kDirectoryMode) != 0 && errno != EEXIST)
+        throw std::system_error(errno, std::generic_category(), path);
+    claim(directory, S_IFDIR, kDirectoryMode);
+}
+
+void makePrivateFile(const std::string& path)
+{
+    // An existing file is not opened: to close it would give up the locks that this process holds
+    // on it.
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
+    if (file < 0 && errno != EEXIST)
+        throw std::system_error(errno, std::generic_category(), path);
+    if (file >= 0)
+        close(file);
+    claim(path, S_IFREG, kFileMode);
 }
 
 const Identity& identity()
@@ -100,15 +189,13 @@ const Identity& identity()
 
 const std::string& homePath()
 {
-    static const std::string path = stateDirectory(
-        "ALARM_HOST_HOME", "XDG_STATE_HOME", environment("HOME") + "/.local/state");
+    static const std::string path = stateDirectory("ALARM_HOST_HOME", stateBase);
     return path;
 }
 
 const std::string& runtimePath()
 {
-    static const std::string path = stateDirectory(
-        "ALARM_HOST_RUNTIME", "XDG_RUNTIME_DIR", "/tmp/" + std::to_string(getuid()));
+    static const std::string path = stateDirectory("ALARM_HOST_RUNTIME", runtimeBase);
     return path;
 }
 

@@ -17,11 +17,12 @@ struct Identity {
 const Identity& identity();
 
 /// The state directory, ending in "/": ALARM_HOST_HOME, else a folder of the user's. Made when
-/// absent, mode 0700. Throws std::system_error when it cannot be made.
+/// absent, by makeDirectory. Throws std::system_error.
 const std::string& homePath();
 
 /// Where the state lies that ends with the session, ending in "/": ALARM_HOST_RUNTIME, else a
-/// folder under XDG_RUNTIME_DIR. Made when absent.
+/// folder under XDG_RUNTIME_DIR, else under /tmp/<user id>, which has to be the user's too. Made
+/// when absent, by makeDirectory. Throws std::system_error.
 const std::string& runtimePath();
 
 /// Where the watch has the link to its zone's data file.
@@ -44,7 +45,17 @@ void setZoneId(const std::string& id);
 /// other path is its own.
 std::string deviceFile(const std::string& path);
 
-/// Makes the directory with its parents, mode 0700. Throws std::system_error.
+/**
+ * Makes a directory that is the user's alone, with its parents, mode 0700. One that exists is given
+ * that mode. Throws std::system_error, which names the directory and says why, when it is a link,
+ * is of another user or writable by everybody; and when on the way to it a link lies where others
+ * can write, or a directory is another's in which everybody can replace what it holds.
+ */
 void makeDirectory(const std::string& path);
+
+/// Makes an empty file, mode 0600 whatever the umask, in a directory of makeDirectory's. One that
+/// exists keeps what it holds and is given that mode. Throws std::system_error, which names the
+/// file and says why, when it is a link, no regular file, or of another user.
+void makePrivateFile(const std::string& path);
 
 } // namespace host

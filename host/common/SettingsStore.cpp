@@ -31,6 +31,7 @@ std::unique_ptr<SQLite::Database> openStore(const std::string& file, const char*
 {
     using std::chrono::steady_clock;
     const auto end = steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
+    makePrivateFile(file); // SQLite gives its other files the mode of this one
     while (true) {
         try {
             auto store = std::make_unique<SQLite::Database>(

@@ -82,6 +82,22 @@ TEST_F(AppCommonTest, AFolderThatCannotBeMadeHasNoPath)
     EXPECT_EQ("-|-|-|-", foldersOf("com.velmora.alarm"));
 }
 
+TEST_F(AppCommonTest, ALinkIsNoFolderOfThePackageAndTheLogSaysSo)
+{
+    fs::create_directories(home.file("rw/com.velmora.alarm"));
+    fs::create_directory(home.file("elsewhere"));
+    fs::create_symlink(home.file("elsewhere"), home.file("rw/com.velmora.alarm/data"));
+
+    const CommandResult result = runCommand(probeCommand({ "folders" },
+        { { "ALARM_HOST_HOME", home.path() }, { "ALARM_HOST_PACKAGE", "com.velmora.alarm" },
+            { "ALARM_HOST_LOG", "E" } }));
+
+    EXPECT_EQ("-|-|-|" + home.file("rw/com.velmora.alarm/shared/trusted/"), result.out);
+    EXPECT_NE(
+        std::string::npos, result.err.find("com.velmora.alarm/data is not used: it is a link"))
+        << result.err;
+}
+
 TEST_F(AppCommonTest, WithoutAPackageThereAreNoPaths)
 {
     EXPECT_EQ("-|-|-|-", foldersOf(std::nullopt));

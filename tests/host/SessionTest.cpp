@@ -60,8 +60,40 @@ protected:
         return paths.substr(paths.rfind('|') + 1);
     }
 
+    static void become(uid_t user)
+    {
+        ASSERT_EQ(0, setresgid(user, user, user));
+        ASSERT_EQ(0, setresuid(user, user, user));
+    }
+
+    // Why a call refuses the place; "used" when it does not.
+    template <typename Call>
+    static std::string refusal(Call call, const std::string& path)
+    {
+        try {
+            call(path);
+            return "used";
+        } catch (const std::system_error& error) {
+            const std::string text = error.what();
+            const std::string start = path + " is not used: ";
+            return text.substr(0, start.size()) == start ? text.substr(start.size()) : text;
+        }
+    }
+
+    // A directory that is there, of that mode and owner.
+    std::string made(const std::string& folder, mode_t mode, uid_t owner = geteuid()) const
+    {
+        std::string path = directory.file(folder);
+        fs::create_directories(path);
+        EXPECT_EQ(0, chown(path.c_str(), owner, static_cast<gid_t>(-1)));
+        EXPECT_EQ(0, chmod(path.c_str(), mode));
+        return path;
+    }
+
     TempDir directory;
 };
+
+const uid_t kAnotherUser = 65534;
 
 // What a session falls back to; that of this machine is not the test's.
 std::string machineZone()
@@ -219,4 +251,138 @@ TEST_F(SessionTest, MakesNoDirectoryInAFilesPlace)
     EXPECT_THROW(host::makeDirectory(directory.file("file/")), std::system_error);
     EXPECT_THROW(host::makeDirectory(directory.file("file/below")), std::system_error);
     EXPECT_THROW(host::makeDirectory(""), std::system_error);
+}
+
+TEST_F(SessionTest, TakesNoLinkAsItsDirectory)
+{
+    const std::string target = made("target", 0700);
+    fs::create_symlink(target, directory.file("link"));
+
+    for (const std::string& path : { directory.file("link"), directory.file("link/") })
+        EXPECT_THROW(host::makeDirectory(path), std::system_error) << path;
+    EXPECT_EQ("it is a link: Too many levels of symbolic links",
+        refusal(host::makeDirectory, directory.file("link")));
+}
+
+TEST_F(SessionTest, FollowsALinkOnTheWayWhereNobodyElseCanWrite)
+{
+    made("target", 0755);
+    fs::create_symlink(directory.file("target"), made("own", 0755) + "/link");
+    const std::string below = directory.file("own/link/below");
+
+    EXPECT_EQ("used", refusal(host::makeDirectory, below));
+    EXPECT_EQ(0700u, modeOf(directory.file("target/below")));
+    EXPECT_EQ(0755u, modeOf(directory.file("target")));
+
+    for (const mode_t mode : { 0775, 01777 }) {
+        made("own", mode);
+        EXPECT_EQ(directory.file("own/link")
+                + " is not used: it is a link in a directory that "
+                  "others can write to: Too many levels of symbolic links",
+            refusal(host::makeDirectory, below));
+    }
+}
+
+TEST_F(SessionTest, ClosesItsDirectoryToOthers)
+{
+    for (const mode_t mode : { 0755, 0775, 0500 }) {
+        const std::string path = made("own", mode);
+        EXPECT_EQ("used", refusal(host::makeDirectory, path));
+        EXPECT_EQ(0700u, modeOf(path)) << mode;
+    }
+}
+
+TEST_F(SessionTest, TakesNoDirectoryThatEverybodyCanWriteTo)
+{
+    const std::string path = made("public", 01777);
+
+    EXPECT_EQ(
+        "everybody can write to it: Operation not permitted", refusal(host::makeDirectory, path));
+    EXPECT_EQ(01777u, modeOf(path));
+    EXPECT_EQ("used", refusal(host::makeDirectory, path + "/below"));
+}
+
+TEST_F(SessionTest, TakesNothingOfAnotherUser)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can give a file to another user";
+    const std::string theirs = made("theirs", 0700, kAnotherUser);
+    const std::string file = directory.file("file");
+    std::ofstream(file) << "theirs";
+    ASSERT_EQ(0, chown(file.c_str(), kAnotherUser, kAnotherUser));
+
+    const std::string reason = "it belongs to user 65534: Operation not permitted";
+    EXPECT_EQ(reason, refusal(host::makeDirectory, theirs));
+    EXPECT_EQ(reason, refusal(host::makePrivateFile, file));
+    EXPECT_EQ(theirs + " is not used: everybody can replace what it holds: Operation not permitted",
+        refusal(host::makeDirectory, made("theirs", 0777, kAnotherUser) + "/below"));
+}
+
+TEST_F(SessionTest, TheFolderBelowTmpIsTheUsersOwn)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can be another user, whose folder below /tmp is not in use";
+    const uid_t user = 2000000000U + static_cast<uid_t>(getpid());
+    const std::string folder = "/tmp/" + std::to_string(user);
+    const auto runtimePathOfUser = [user] {
+        become(user);
+        unsetenv("ALARM_HOST_RUNTIME");
+        unsetenv("XDG_RUNTIME_DIR");
+        std::string path;
+        try {
+            path = host::runtimePath();
+        } catch (const std::system_error& error) {
+            path = error.what();
+        }
+        fprintf(stderr, "%s", path.c_str());
+        _exit(0);
+    };
+
+    ASSERT_TRUE(fs::create_directory(folder));
+    EXPECT_EXIT(runtimePathOfUser(), testing::ExitedWithCode(0),
+        folder + " is not used: it belongs to user 0: Operation not permitted$");
+    fs::remove(folder);
+    fs::create_directory_symlink(made("target", 0777), folder);
+    EXPECT_EXIT(runtimePathOfUser(), testing::ExitedWithCode(0),
+        folder + " is not used: it is a link: Too many levels of symbolic links$");
+    fs::remove(folder);
+    EXPECT_EXIT(runtimePathOfUser(), testing::ExitedWithCode(0), "^" + folder + "/alarm-host/$");
+    EXPECT_EQ(0700u, modeOf(folder));
+    EXPECT_EQ(0700u, modeOf(folder + "/alarm-host"));
+    fs::remove_all(folder);
+}
+
+TEST_F(SessionTest, ItsFilesAreTheUsersAloneWhateverTheUmask)
+{
+    const std::string file = directory.file("file");
+    for (const mode_t mask : { 0, 0277 }) {
+        const mode_t before = umask(mask);
+        host::makePrivateFile(file);
+        umask(before);
+        EXPECT_EQ(0600u, modeOf(file)) << mask;
+        fs::remove(file);
+    }
+
+    std::ofstream(file) << "kept";
+    chmod(file.c_str(), 0666);
+    host::makePrivateFile(file);
+    EXPECT_EQ(0600u, modeOf(file));
+    EXPECT_EQ(4u, fs::file_size(file));
+}
+
+TEST_F(SessionTest, FollowsNoLinkToAFile)
+{
+    std::ofstream(directory.file("target")) << "another's";
+    chmod(directory.file("target").c_str(), 0644);
+    for (const char* target : { "target", "missing" }) {
+        const std::string link = directory.file("link");
+        fs::create_symlink(directory.file(target), link);
+        EXPECT_EQ("it is a link: Too many levels of symbolic links",
+            refusal(host::makePrivateFile, link));
+        fs::remove(link);
+    }
+    EXPECT_EQ(0644u, modeOf(directory.file("target")));
+    EXPECT_FALSE(fs::exists(directory.file("missing")));
+    EXPECT_EQ("it is no regular file: Invalid argument",
+        refusal(host::makePrivateFile, made("folder", 0700)));
 }

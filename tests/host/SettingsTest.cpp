@@ -326,6 +326,36 @@ TEST_F(SettingsTest, AStateDirectoryThatCannotBeMadeIsUnreadable)
     EXPECT_EQ("-1 -1 - -5 -5 -5 untouched", probe({ "failures" }, elsewhere()));
 }
 
+TEST_F(SettingsTest, ItsFilesAreTheUsersAlone)
+{
+    session.setKey("db/test/key", 1);
+    session.setKey("memory/test/key", 1);
+
+    for (const std::string& file :
+        { host::homePath() + "settings.db", host::runtimePath() + "memory.db" }) {
+        for (const char* ending : { "", "-wal", "-shm" }) {
+            const fs::perms mode = fs::status(file + ending).permissions();
+            EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write, mode) << file + ending;
+        }
+    }
+}
+
+TEST_F(SettingsTest, AStoreIsNoLink)
+{
+    fs::create_directory(directory.file("home"));
+    fs::create_symlink(directory.file("elsewhere"), directory.file("home/settings.db"));
+
+    Environment changes = elsewhere();
+    changes["ALARM_HOST_LOG"] = "E";
+
+    const CommandResult result = runCommand(probeCommand({ "failures" }, changes));
+
+    EXPECT_EQ("-1 -1 - -5 -5 -5 untouched", result.out);
+    EXPECT_NE(std::string::npos, result.err.find("home/settings.db is not used: it is a link"))
+        << result.err;
+    EXPECT_FALSE(fs::exists(directory.file("elsewhere")));
+}
+
 TEST_F(SettingsTest, WithoutABusAWriteIsStoredAllTheSame)
 {
     const Environment noBus = { { "DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent" } };

@@ -1,5 +1,6 @@
 #include "app_common.h"
 
+#include "host/common/Log.h"
 #include "host/common/Session.h"
 
 #include <cstring>
@@ -21,7 +22,8 @@ static char* packagePath(const char* area, const char* folder, bool make)
             return nullptr;
         }
         return strdup(path.c_str());
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        host::logError(std::string("a folder of the package cannot be used: ") + error.what());
         return nullptr;
     }
 }

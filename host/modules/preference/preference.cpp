@@ -1,5 +1,6 @@
 #include "app_preference.h"
 #include "host/common/KeyWatches.h"
+#include "host/common/Log.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 
@@ -27,7 +28,8 @@ int withStore(const char* key, Action action)
         return PREFERENCE_ERROR_IO_ERROR;
     try {
         return action(SettingsStore::session(), package);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        host::logError(std::string("a preference cannot be used: ") + error.what());
         return PREFERENCE_ERROR_IO_ERROR;
     }
 }

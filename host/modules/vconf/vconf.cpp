@@ -2,6 +2,7 @@
 
 #include "host/common/Keys.h"
 #include "host/common/KeyWatches.h"
+#include "host/common/Log.h"
 #include "host/common/SettingsStore.h"
 
 #include <cstring>
@@ -40,8 +41,9 @@ static std::optional<Value> readKey(const char* key)
         const auto value = host::SettingsStore::session().read(host::kDeviceStore, key);
         if (value && std::holds_alternative<Value>(*value))
             return std::get<Value>(*value);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // An unreadable store answers like an unset key.
+        host::logError(std::string("a setting cannot be read: ") + error.what());
     }
     return std::nullopt;
 }
@@ -78,7 +80,8 @@ static int attempt(Action action)
 {
     try {
         return action() ? VCONF_OK : VCONF_ERROR;
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        host::logError(std::string("a setting cannot be written or followed: ") + error.what());
         return VCONF_ERROR;
     }
 }
