@@ -55,6 +55,33 @@ int journalPriority(int priority)
     }
 }
 
+// Whether the character is shown as it is; an escape begins a colour of the library's lines.
+bool isPlain(unsigned char character)
+{
+    const unsigned char escape = 0x1b;
+    const unsigned char deletion = 0x7f;
+    return (character >= ' ' && character != deletion) || character == '\t' || character == escape;
+}
+
+std::string printable(const char* text)
+{
+    std::string shown;
+    for (; *text; ++text) {
+        if (isPlain(static_cast<unsigned char>(*text))) {
+            shown += *text;
+        } else if (*text == '\n') {
+            shown += "\\n";
+        } else if (*text == '\r') {
+            shown += "\\r";
+        } else {
+            char code[8];
+            snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned>(*text));
+            shown += code;
+        }
+    }
+    return shown;
+}
+
 // Like write, but a reader that went away does not end the process.
 void writeQuietly(int file, const std::string& line)
 {
@@ -88,17 +115,15 @@ void writeLog(int priority, const char* tag, const char* text)
     if (priority < lowest)
         return;
     if (journal) {
-        sd_journal_send("MESSAGE=%s", text, "PRIORITY=%d", journalPriority(priority),
-            "SYSLOG_IDENTIFIER=%s", tag, nullptr);
+        sd_journal_send("MESSAGE=%s", printable(text).c_str(), "PRIORITY=%d",
+            journalPriority(priority), "SYSLOG_IDENTIFIER=%s", printable(tag).c_str(), nullptr);
         return;
     }
     const char letter
         = priority >= DLOG_VERBOSE && priority < DLOG_PRIO_MAX ? kLetters[priority] : '?';
     std::string line;
     line += letter;
-    line += '/';
-    line += tag;
-    line += '(' + std::to_string(getpid()) + "): " + text + '\n';
+    line += '/' + printable(tag) + '(' + std::to_string(getpid()) + "): " + printable(text) + '\n';
     // One write per line, so that the lines of several processes do not mix.
     writeQuietly(STDERR_FILENO, line);
 }

@@ -5,9 +5,10 @@
 namespace host {
 
 /// Writes one line of the device's log: to standard error as "<letter>/<tag>(<pid>): <text>", or to
-/// the journal when standard error goes there. priority is dlog's log_priority; lines below
-/// ALARM_HOST_LOG's letter (V D I W E F S; I by default) are dropped. Any thread; never blocks on
-/// another line, never fails.
+/// the journal when standard error goes there. Control characters of the tag and the text, but for
+/// tabs and the escapes of colours, are shown as "\n", "\r" or "\x07", so that a text is one line
+/// whatever it holds. priority is dlog's log_priority; lines below ALARM_HOST_LOG's letter (V D I W
+/// E F S; I by default) are dropped. Any thread; never blocks on another line, never fails.
 void writeLog(int priority, const char* tag, const char* text);
 
 void logInfo(const std::string& text);

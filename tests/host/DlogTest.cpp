@@ -111,13 +111,22 @@ INSTANTIATE_TEST_SUITE_P(Table, DlogLevelTest,
         LevelCase{ "Silent", level("S"), DLOG_SILENT }),
     [](const auto& row) { return row.param.name; });
 
-TEST(DlogTest, WritesBytesAsTheyAre)
+TEST(DlogTest, WritesColoursTabsAndOtherBytesAsTheyAre)
 {
     const std::string text = "\x1b[31mred\x1b[0m \"quoted\" %s %n \t \xff ü";
 
     const Logged log = logged(DLOG_ERROR, "t", text, kDefaultLevel);
 
     EXPECT_EQ("E/t(" + log.pid + "): " + text + "\n", log.line);
+}
+
+TEST(DlogTest, TextAndTagForgeNoLine)
+{
+    const Logged log
+        = logged(DLOG_ERROR, "t\nE/x", "a\r\nE/t(1): forged\n\a\x7f\t\\", kDefaultLevel);
+
+    EXPECT_EQ(
+        R"(E/t\nE/x()" + log.pid + R"(): a\r\nE/t(1): forged\n\x07\x7f)" + "\t\\\n", log.line);
 }
 
 TEST(DlogTest, WritesALongTextWhole)
