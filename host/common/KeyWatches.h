@@ -4,13 +4,14 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace host {
 
 /**
- * What this process calls when keys of a store change, in the order of setting, behind one watch on
- * the session's stores. What is taken out while others are called is not called any more; what is
- * set meanwhile hears of the next change. Main thread only.
+ * What this process calls when keys of a store change, in the order of setting. Several changes may
+ * be one call. What is taken out while others are called is not called any more; what is set
+ * meanwhile hears of the next change. Main thread only.
  */
 class KeyWatches {
 public:
@@ -30,20 +31,12 @@ public:
 
 private:
     struct Watch {
-        std::string key;
-        Owner owner;
-        Call call;
+        std::shared_ptr<Call> call;
+        std::shared_ptr<void> news;
     };
 
-    using Watches = std::map<int, Watch>;
-
-    Watches::iterator _find(const std::string& key, Owner owner);
-    void _call(const std::string& key);
-
     std::string _store;
-    Watches _watches; ///< by the order of setting
-    int _last = 0;
-    std::shared_ptr<void> _news;
+    std::map<std::pair<std::string, Owner>, Watch> _watches;
 };
 
 } // namespace host

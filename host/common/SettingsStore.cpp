@@ -2,9 +2,12 @@
 
 #include "host/common/Bus.h"
 #include "host/common/CommitMark.h"
+#include "host/common/Log.h"
 #include "host/common/Session.h"
 
+#include <algorithm>
 #include <chrono>
+#include <Ecore.h>
 #include <map>
 #include <mutex>
 #include <sqlite3.h>
@@ -19,10 +22,19 @@ const char* const kSettingsPath = "/com/velmora/host/Settings";
 const char* const kSettingsInterface = "com.velmora.host.Settings";
 const int kBusyMilliseconds = 5000;
 const useconds_t kOpenPause = 10000;
+const useconds_t kBusyPause = 1000;
 
 bool isSessionKey(const std::string& store, const std::string& key)
 {
     return store == "vconf" && key.compare(0, 7, "memory/") == 0;
+}
+
+// Looks again soon: SQLite's own handler sleeps longer each time, and a process that writes without
+// a pause would hardly ever be caught between two writes.
+int waitForOtherWriter(void*, int waits)
+{
+    usleep(kBusyPause);
+    return waits * kBusyPause < kBusyMilliseconds * 1000U ? 1 : 0;
 }
 
 // Several processes may make the file at once, and SQLite's busy timeout does not cover the change
@@ -35,7 +47,8 @@ std::unique_ptr<SQLite::Database> openStore(const std::string& file, const char*
     while (true) {
         try {
             auto store = std::make_unique<SQLite::Database>(
-                file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, kBusyMilliseconds);
+                file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+            sqlite3_busy_handler(store->getHandle(), waitForOtherWriter, nullptr);
             store->exec("PRAGMA journal_mode=WAL");
             store->exec(std::string("PRAGMA synchronous=") + synchronous);
             store->exec("CREATE TABLE IF NOT EXISTS setting (store TEXT, key TEXT, type TEXT, "
@@ -100,6 +113,94 @@ void announce(const std::string& store, const std::string& key)
     }
 }
 
+// Empty for a text with a quote or a backslash, which the bus and its library read differently in a
+// rule: then the receiver alone tells the signals apart.
+std::string ruleArgument(const char* name, const std::string& text)
+{
+    if (text.find_first_of("'\\") != std::string::npos)
+        return "";
+    return std::string(",") + name + "='" + text + "'";
+}
+
+struct Watch;
+
+// The news of one key in this process. Lives as long as the key's watches.
+class KeyNews {
+public:
+    KeyNews(const std::string& store, const std::string& key)
+        : _store(store)
+        , _key(key)
+        , _rule(bus().addMatch(std::string("type='signal',interface='") + kSettingsInterface
+                  + "',member='Changed',path='" + kSettingsPath + "'" + ruleArgument("arg0", store)
+                  + ruleArgument("arg1", key),
+              [this](sdbus::Message& message) { _note(message); }))
+    {
+    }
+    KeyNews(const KeyNews&) = delete;
+    KeyNews& operator=(const KeyNews&) = delete;
+    ~KeyNews()
+    {
+        if (_job)
+            ecore_job_del(_job);
+    }
+
+    void add(const std::shared_ptr<Watch>& watch)
+    {
+        const auto isDropped = [](const std::weak_ptr<Watch>& each) { return each.expired(); };
+        _watches.erase(std::remove_if(_watches.begin(), _watches.end(), isDropped), _watches.end());
+        _watches.emplace_back(watch);
+    }
+
+private:
+    // Nothing may be thrown into the bus library.
+    void _note(sdbus::Message& message)
+    try {
+        std::string store;
+        std::string key;
+        message >> store >> key;
+        if (store == _store && key == _key && !_job)
+            _job = ecore_job_add(_callCb, this);
+    } catch (const std::exception& error) {
+        logWarning(std::string("a signal is no news of a setting: ") + error.what());
+    }
+
+    static void _callCb(void* data)
+    {
+        auto* news = static_cast<KeyNews*>(data);
+        news->_job = nullptr;
+        news->_call();
+    }
+
+    void _call();
+
+    std::string _store;
+    std::string _key;
+    std::vector<std::weak_ptr<Watch>> _watches; // in the order of watching
+    Ecore_Job* _job = nullptr;
+    sdbus::Slot _rule;
+};
+
+struct Watch {
+    std::shared_ptr<KeyNews> news;
+    SettingsStore::Changed changed;
+};
+
+// A call may drop any watch, the last too, which ends the news, and add others, which hear of the
+// next change.
+void KeyNews::_call()
+{
+    const std::vector<std::weak_ptr<Watch>> watches = _watches;
+    const std::string key = _key;
+    for (const std::weak_ptr<Watch>& each : watches) {
+        try {
+            if (const std::shared_ptr<Watch> watch = each.lock())
+                watch->changed();
+        } catch (const std::exception& error) {
+            logError("following " + key + " failed: " + error.what());
+        }
+    }
+}
+
 } // namespace
 
 struct SettingsStore::Impl {
@@ -128,6 +229,7 @@ struct SettingsStore::Impl {
     Store lasting{ homePath() + "settings.db", "FULL" };
     std::unique_ptr<Store> session; // opened by the first use
     std::mutex mutex; // held while the files are used
+    std::map<std::pair<std::string, std::string>, std::weak_ptr<KeyNews>> news; // by store and key
 };
 
 SettingsStore::SettingsStore()
@@ -223,22 +325,17 @@ std::vector<std::pair<std::string, SettingValue>> SettingsStore::list(const std:
     return found;
 }
 
-std::shared_ptr<void> SettingsStore::watch(Changed changed)
+std::shared_ptr<void> SettingsStore::watch(
+    const std::string& store, const std::string& key, Changed changed)
 {
     serveBusOnLoop();
-    auto slot = bus().addMatch(std::string("type='signal',interface='") + kSettingsInterface
-            + "',member='Changed',path='" + kSettingsPath + "'",
-        [changed = std::move(changed)](sdbus::Message& message) {
-            std::string store;
-            std::string key;
-            try {
-                message >> store >> key;
-            } catch (const sdbus::Error&) {
-                return; // a signal of another shape; nothing may be thrown into the bus library
-            }
-            changed(store, key);
-        });
-    return std::make_shared<sdbus::Slot>(std::move(slot));
+    std::weak_ptr<KeyNews>& known = _impl->news[{ store, key }];
+    std::shared_ptr<KeyNews> news = known.lock();
+    if (!news)
+        known = news = std::make_shared<KeyNews>(store, key);
+    auto watch = std::make_shared<Watch>(Watch{ news, std::move(changed) });
+    news->add(watch);
+    return watch;
 }
 
 } // namespace host

@@ -34,9 +34,15 @@ public:
     /// Any thread.
     std::vector<std::pair<std::string, SettingValue>> list(const std::string& store);
 
-    /// Calls changed on the main loop after each write of any process, until the result is dropped.
-    using Changed = std::function<void(const std::string& store, const std::string& key)>;
-    std::shared_ptr<void> watch(Changed changed);
+    /**
+     * Calls changed on the main loop after each write of the key by any process, until the result
+     * is dropped. Writes whose news come in one turn of the loop are one call, so the value is to
+     * be read from the store; keys are called in the order of their first news, the calls of a key
+     * in the order of watching. What a call throws is logged. The bus sends the process no news of
+     * keys that it does not watch.
+     */
+    using Changed = std::function<void()>;
+    std::shared_ptr<void> watch(const std::string& store, const std::string& key, Changed changed);
 
 private:
     SettingsStore();

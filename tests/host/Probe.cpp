@@ -10,6 +10,8 @@
 //   get STORE KEY                    TYPE:VALUE, or "none"
 //   count STORE PREFIX N FROM        writes FROM.. under PREFIX0..PREFIX(N-1), then a line "done"
 //   flip STORE KEY                   writes two values of two types in turn, until it is killed
+//   flood STORE KEY...               writes the keys without a pause, many times at once, until it
+//                                    is killed
 //   failures                         what the calls answer that find no readable store
 //   color CODE                       the theme's red green blue alpha, or "none"
 //   icu-time SECONDS                 HH:mm of that instant in ICU's default zone
@@ -34,6 +36,7 @@
 #include <thread>
 #include <ui_extension.h>
 #include <unistd.h>
+#include <utility>
 #include <utils_i18n.h>
 #include <vconf.h>
 #include <vector>
@@ -43,6 +46,7 @@ using Arguments = std::vector<std::string>;
 namespace {
 
 const int kUntouched = 4711;
+const int kFloodWrites = 20;
 const useconds_t kGatePause = 500;
 
 void waitAtGate()
@@ -161,6 +165,18 @@ void flip(const Arguments& arguments)
     }
 }
 
+void flood(const Arguments& arguments)
+{
+    for (int value = 0;; ++value) {
+        std::vector<std::pair<std::string, host::SettingValue>> values;
+        for (int i = 0; i < kFloodWrites; ++i) {
+            for (size_t key = 2; key < arguments.size(); ++key)
+                values.emplace_back(arguments[key], value);
+        }
+        host::SettingsStore::session().write(arguments.at(1), values);
+    }
+}
+
 void printFailures(const Arguments&)
 {
     int number = kUntouched;
@@ -235,6 +251,7 @@ int main(int argc, char** argv)
         { "get", get },
         { "count", count },
         { "flip", flip },
+        { "flood", flood },
         { "failures", printFailures },
         { "color", printColor },
         { "icu-time", printIcuTime },

@@ -1,9 +1,12 @@
+#include "host/common/Bus.h"
+#include "host/common/Log.h"
 #include "HostSession.h"
 #include "Probing.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vconf.h>
 #include <vector>
@@ -26,6 +29,13 @@ void firstCb(keynode_t*, void*) { told.emplace_back("first"); }
 
 void lastCb(keynode_t*, void*) { told.emplace_back("last"); }
 
+void failingCb(keynode_t*, void*) { throw std::runtime_error("no reason"); }
+
+// What was logged, once the hook is set.
+std::vector<std::string> logged;
+
+void noteLine(int, const char*, const char* text) { logged.emplace_back(text); }
+
 // Leaves itself alone.
 void replaceOthersCb(keynode_t*, void*)
 {
@@ -41,9 +51,33 @@ protected:
 
     void TearDown() override
     {
+        host::setLogHook(nullptr);
         for (const vconf_callback_fn callback :
-            { noteCb, otherCb, firstCb, lastCb, replaceOthersCb })
+            { noteCb, otherCb, firstCb, lastCb, failingCb, replaceOthersCb })
             vconf_ignore_key_changed(kKey, callback);
+    }
+
+    // Returns when the bus has done, and sent, all that it was asked for so far.
+    void meetBus() { (void)session.daemonPid(); }
+
+    // Whether the bus sends this process what it announces.
+    bool hears(const std::string& key)
+    {
+        meetBus();
+        while (host::bus().processPendingRequest()) {
+        }
+        vconf_set_int(key.c_str(), 1);
+        meetBus();
+        return host::bus().processPendingRequest();
+    }
+
+    template <typename Key>
+    static void announce(const Key& key)
+    {
+        sdbus::createObject(host::bus(), "/com/velmora/host/Settings")
+            ->emitSignal("Changed")
+            .onInterface("com.velmora.host.Settings")
+            .withArguments("vconf", key);
     }
 
     HostSession session;
@@ -121,6 +155,81 @@ TEST_F(VconfWatchTest, CallbackTakenOutByAnotherIsNotTold)
 
     ASSERT_TRUE(session.waitFor([] { return told.size() == 2; }));
     EXPECT_EQ((std::vector<std::string>{ "replace", "last" }), told);
+}
+
+TEST_F(VconfWatchTest, SeveralWritesInATurnAreOneCallInTheOrderOfTheFirst)
+{
+    vconf_notify_key_changed(kKey, firstCb, nullptr);
+    vconf_notify_key_changed("db/test/second", lastCb, nullptr);
+
+    for (int i = 0; i < 3; ++i) {
+        vconf_set_int("db/test/second", i);
+        vconf_set_int(kKey, i);
+    }
+    meetBus();
+
+    ASSERT_TRUE(session.waitFor([] { return told.size() == 2; }));
+    EXPECT_EQ((std::vector<std::string>{ "last", "first" }), told);
+    told.clear();
+    vconf_set_int(kKey, 3);
+    ASSERT_TRUE(session.waitFor([] { return !told.empty(); }));
+    EXPECT_EQ(std::vector<std::string>{ "first" }, told);
+    vconf_ignore_key_changed("db/test/second", lastCb);
+}
+
+TEST_F(VconfWatchTest, TheBusSendsWhatIsWatchedOnly)
+{
+    EXPECT_FALSE(hears(kKey));
+    vconf_notify_key_changed(kKey, firstCb, nullptr);
+    vconf_notify_key_changed(kKey, lastCb, nullptr);
+    EXPECT_TRUE(hears(kKey));
+    EXPECT_FALSE(hears("db/test/unwatched"));
+    vconf_ignore_key_changed(kKey, firstCb);
+    EXPECT_TRUE(hears(kKey));
+    vconf_ignore_key_changed(kKey, lastCb);
+    EXPECT_FALSE(hears(kKey));
+}
+
+TEST_F(VconfWatchTest, AnyTextMayBeAKey)
+{
+    for (const char* key : { "it's", "a\\b", "a,b='c'", "", "Schlüssel ⏰" }) {
+        told.clear();
+        ASSERT_EQ(VCONF_OK, vconf_notify_key_changed(key, noteCb, name)) << key;
+        vconf_set_int("db/test/other", 1);
+        vconf_set_int(key, 1);
+        EXPECT_TRUE(session.waitFor([] { return !told.empty(); })) << key;
+        EXPECT_EQ(std::vector<std::string>{ name + std::string(key) }, told);
+        vconf_ignore_key_changed(key, noteCb);
+    }
+}
+
+TEST_F(VconfWatchTest, WhatACallbackThrowsEndsThatCallOnly)
+{
+    vconf_notify_key_changed(kKey, failingCb, nullptr);
+    vconf_notify_key_changed(kKey, noteCb, name);
+    logged.clear();
+    host::setLogHook(noteLine);
+
+    vconf_set_int(kKey, 1);
+
+    ASSERT_TRUE(session.waitFor([] { return !told.empty(); }));
+    EXPECT_EQ(std::vector<std::string>{ "following db/test/watched failed: no reason" }, logged);
+}
+
+TEST_F(VconfWatchTest, ASignalOfAnotherShapeIsLogged)
+{
+    const char* const key = "it's"; // which the bus cannot tell from others
+    vconf_notify_key_changed(key, noteCb, name);
+    logged.clear();
+    host::setLogHook(noteLine);
+
+    announce(42);
+    announce(key);
+
+    ASSERT_TRUE(session.waitFor([] { return !told.empty(); }));
+    ASSERT_EQ(1u, logged.size());
+    EXPECT_EQ(0u, logged[0].find("a signal is no news of a setting: ")) << logged[0];
+    vconf_ignore_key_changed(key, noteCb);
 }
 
 TEST_F(VconfWatchTest, WrittenValuesAreReadBackByTheirType)

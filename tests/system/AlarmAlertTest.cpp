@@ -242,6 +242,23 @@ TEST_F(AlarmAlertTest, AlarmRenamedWhileRingingRingsOn)
     EXPECT_EQ("alarm 1 dismissed\n", alarmOutput({ "dismiss" }));
 }
 
+TEST_F(AlarmAlertTest, IsAnsweredInAFloodOfChanges)
+{
+    const char* const package = "com.velmora.alarm";
+    const auto written = [this] { return session.preference("flood"); };
+    const AlarmDbData alarm = setAlarm(secondAfter(1000));
+    ASSERT_TRUE(waitUntilRinging(alarm.id));
+    const BackgroundCommand flood({ HOST_PROBE, "flood", package, ".alarmDbChanged", "flood" });
+    ASSERT_TRUE(session.waitFor([&] { return written().has_value(); }));
+
+    EXPECT_EQ("alarm 1 dismissed\n", alarmOutput({ "dismiss" }));
+
+    EXPECT_EQ(-1, ringing());
+    const auto then = written();
+    EXPECT_TRUE(session.waitFor([&] { return written() != then; })) << "the flood has ended";
+    EXPECT_TRUE(waitUntilAlertEnds());
+}
+
 TEST_F(AlarmAlertTest, RegistrationWithoutARowDoesNotRing)
 {
     AlarmDbData alarm = setAlarm(secondAfter(1000), kEveryDay);

@@ -55,12 +55,10 @@ Language::Language()
 {
     adopt();
     try {
-        _watch = host::SettingsStore::session().watch(
-            [](const std::string& store, const std::string& key) {
-                if (store == host::kDeviceStore
-                    && (key == host::kLanguageKey || key == host::kRegionFormatKey))
-                    adopt();
-            });
+        for (const char* key : { host::kLanguageKey, host::kRegionFormatKey }) {
+            _watches.push_back(
+                host::SettingsStore::session().watch(host::kDeviceStore, key, adopt));
+        }
     } catch (const std::exception& error) {
         host::logWarning(std::string("The language is not followed: ") + error.what());
     }

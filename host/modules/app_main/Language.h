@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 /**
  * The device's language and region in this process: which texts gettext finds, and ICU's default
@@ -11,5 +12,5 @@ public:
     Language();
 
 private:
-    std::shared_ptr<void> _watch;
+    std::vector<std::shared_ptr<void>> _watches;
 };
