@@ -37,9 +37,9 @@ function(host_dbus_interface interface)
 endfunction()
 
 # An application of the watch. Its file is named by its application id, in its package's folder, from
-# which the platform knows both.
+# which the platform knows both. ON_BOOT: the device starts it when it boots.
 function(alarm_application name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "ID;PACKAGE" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "ON_BOOT" "ID;PACKAGE" "SOURCES;LIBRARIES")
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(
         ${name}
@@ -48,6 +48,9 @@ function(alarm_application name)
     target_link_libraries(${name} PRIVATE alarm-build alarm-common alarm-app-common
                                           ${arg_LIBRARIES})
     host_service_file(${arg_ID} ${name})
+    if(arg_ON_BOOT)
+        file(WRITE ${PROJECT_BINARY_DIR}/ro/${arg_PACKAGE}/${arg_ID}.manifest "on-boot=true\n")
+    endif()
 endfunction()
 
 # The bus starts target when somebody calls name.

@@ -1,13 +1,13 @@
 #include "host/common/ApplicationPort.h"
 
 #include "host/common/Log.h"
+#include "host/common/Peers.h"
 #include "host/common/Session.h"
 #include "host/common/Wire.h"
 
 #include <app_control.h>
 #include <chrono>
 #include <com.velmora.host.Application-adaptor.h>
-#include <fcntl.h>
 #include <filesystem>
 #include <glib.h>
 #include <map>
@@ -22,6 +22,12 @@ namespace fs = std::filesystem;
 namespace {
 
 const char* const kInterface = "com.velmora.host.Application";
+const char* const kDaemonInterface = "com.velmora.host.Applications";
+const char* const kEnded = "com.velmora.host.Application.Error.Ended";
+const char* const kNoReply = "org.freedesktop.DBus.Error.NoReply";
+
+const int kMostTries = 3; ///< for an application that ends in the moment when it is called
+const std::uint64_t kKnownMicroseconds = 200000;
 
 // Much longer than anybody sends a request again.
 const std::chrono::hours kLongestTrace(24);
@@ -45,6 +51,44 @@ void removeOldTraces()
         if (trace.last_write_time(error) < oldest)
             fs::remove(trace.path(), error);
     }
+}
+
+// Whether the connection is the application's own program.
+bool isOf(const std::string& connection, const std::string& application)
+{
+    const pid_t process = connection.empty() ? 0 : processOf(connection);
+    return process != 0 && identityOfProgram(programOfProcess(process)).application == application;
+}
+
+// Where the application takes requests; starts it when it does not run. The bus itself tells, so
+// that two applications that launch each other do not wait for one another; hostd is asked only
+// when another program holds the name.
+std::string connectionOf(const std::string& application)
+{
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        startService(application);
+        std::string owner = ownerOf(application);
+        if (isOf(owner, application))
+            return owner;
+        if (!owner.empty() && processOf(owner) != 0) {
+            std::string connection;
+            sdbus::createProxy(bus(), kDaemonName, kDaemonPath)
+                ->callMethod("Find")
+                .onInterface(kDaemonInterface)
+                .withArguments(application)
+                .storeResultsTo(connection);
+            return connection;
+        }
+    }
+    throw sdbus::Error(kNoReply, application + " ends as soon as it is started");
+}
+
+void tellDaemon(const char* method)
+{
+    sdbus::createProxy(bus(), kDaemonName, kDaemonPath)
+        ->callMethod(method)
+        .onInterface(kDaemonInterface)
+        .dontExpectReply();
 }
 
 } // namespace
@@ -79,22 +123,28 @@ public:
     }
 
     // Kept, because a proxy ends its pending calls with itself.
-    sdbus::IProxy& target(const std::string& application)
+    sdbus::IProxy& target(const std::string& connection)
     {
-        auto& proxy = _targets[application];
+        auto& proxy = _targets[connection];
         if (!proxy)
-            proxy = sdbus::createProxy(bus(), application, kApplicationPath);
+            proxy = sdbus::createProxy(bus(), connection, kApplicationPath);
         return *proxy;
     }
 
     Receiver receiver;
+    bool isClosed = false;
 
 private:
     void Launch(
         sdbus::Result<>&& handled, WireEntries request, std::string once, uint64_t ticket) override
     {
+        if (isClosed)
+            throw sdbus::Error(kEnded, "the application ends");
         if (!receiver)
             throw sdbus::Error("org.freedesktop.DBus.Error.Failed", "not an application");
+        if (sizeOf(fromWire(request)) > kLongestRequest)
+            throw sdbus::Error("org.freedesktop.DBus.Error.LimitsExceeded",
+                "A request may have " + std::to_string(kLongestRequest) + " bytes");
         receiver({ fromWire(request), _sender(), ticket, std::move(once), std::move(handled) });
     }
 
@@ -119,7 +169,16 @@ ApplicationPort::ApplicationPort()
 {
 }
 
-ApplicationPort::~ApplicationPort() = default;
+// What has come since the port was closed is told so, and not left without an answer.
+ApplicationPort::~ApplicationPort()
+{
+    try {
+        while (_object->isClosed && bus().processPendingRequest()) {
+        }
+    } catch (const sdbus::Error&) {
+        // The session has ended.
+    }
+}
 
 ApplicationPort& ApplicationPort::instance()
 {
@@ -131,17 +190,29 @@ ApplicationPort& ApplicationPort::instance()
 void ApplicationPort::open(const std::string& application, Receiver receiver)
 {
     _object->receiver = std::move(receiver);
-    bus().requestName(application);
     _application = application;
+    try {
+        bus().requestName(application);
+        _hasName = true;
+    } catch (const sdbus::Error&) {
+        const std::string holder = ownerOf(application);
+        if (isOf(holder, application))
+            throw; // it runs already
+        logError("The name " + application + " is held by process "
+            + std::to_string(processOf(holder)) + ", which is another program");
+        tellDaemon("Ready");
+    }
 }
 
 void ApplicationPort::close()
 {
-    bus().releaseName(_application);
+    tellDaemon("Ending");
+    if (_hasName)
+        bus().releaseName(_application);
     while (bus().processPendingRequest()) {
     }
     _object->receiver = nullptr;
-    _isClosed = true;
+    _object->isClosed = true;
 }
 
 bool ApplicationPort::isNew(const Request& request)
@@ -154,9 +225,7 @@ try {
     // Where no trace can be left, an alert that may come twice is better than none.
     if (!request.once.empty()) {
         makeDirectory(traces());
-        const int trace = creat(traceOf(request.once).c_str(), 0600);
-        if (trace >= 0)
-            ::close(trace);
+        makePrivateFile(traceOf(request.once));
     }
     request.handled.returnResults();
     if (!request.once.empty())
@@ -168,29 +237,65 @@ try {
 void ApplicationPort::launch(
     const std::string& application, const Entries& request, Answer answer, const std::string& once)
 {
-    // The bus answers this one itself, so that two applications that launch each other do not wait
-    // for one another. Nor does one wait that launches itself before it has its name.
-    if (_isClosed || application != identity().application) {
-        uint32_t started = 0;
-        sdbus::createProxy(bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus")
-            ->callMethod("StartServiceByName")
-            .onInterface("org.freedesktop.DBus")
-            .withArguments(application, uint32_t{ 0 })
-            .storeResultsTo(started);
-    }
-
+    // One that launches itself before it has its name does not wait for itself.
+    const std::string connection = !_object->isClosed && application == identity().application
+        ? bus().getUniqueName()
+        : connectionOf(application);
     const uint64_t ticket = answer ? _object->expect(std::move(answer)) : 0;
-    _object->target(application)
+    _send(connection, { application, toWire(request), once, ticket, 1 });
+    _becomeKnown();
+}
+
+void ApplicationPort::_send(const std::string& connection, const Sending& sending)
+{
+    _object->target(connection)
         .callMethodAsync("Launch")
         .onInterface(kInterface)
         .withTimeout(UINT64_MAX) // how long its callback takes is the application's affair
-        .withArguments(toWire(request), once, ticket)
-        .uponReplyInvoke([this, application, ticket](const sdbus::Error* error) {
-            if (!error)
-                return;
-            logError("launching " + application + " failed: " + error->getMessage());
-            _object->answer(ticket, APP_CONTROL_RESULT_FAILED, {});
+        .withArguments(sending.request, sending.once, sending.ticket)
+        .uponReplyInvoke([this, sending](const sdbus::Error* error) {
+            if (error)
+                _failed(sending, *error);
         });
+}
+
+// What an application that ends has not taken goes to its next process.
+void ApplicationPort::_failed(Sending sending, const sdbus::Error& error)
+{
+    std::string reason = error.getMessage();
+    const std::string& name = error.getName();
+    const bool hasEnded = name == kEnded || name == "org.freedesktop.DBus.Error.NameHasNoOwner"
+        || name == "org.freedesktop.DBus.Error.ServiceUnknown";
+    if (hasEnded && sending.tries++ < kMostTries) {
+        try {
+            _send(connectionOf(sending.application), sending);
+            return;
+        } catch (const sdbus::Error& again) {
+            reason = again.getMessage();
+        }
+    }
+    logError("launching " + sending.application + " failed: " + reason);
+    _object->answer(sending.ticket, APP_CONTROL_RESULT_FAILED, {});
+}
+
+// A process that ends soon would be nobody to who asks later, unless hostd has looked at it before.
+void ApplicationPort::_becomeKnown()
+{
+    if (_isKnown || identity().application.empty())
+        return;
+    _isKnown = true;
+    try {
+        std::string package;
+        std::string application;
+        sdbus::createProxy(bus(), kDaemonName, kDaemonPath)
+            ->callMethod("Identify")
+            .onInterface(kDaemonInterface)
+            .withTimeout(kKnownMicroseconds)
+            .withArguments(bus().getUniqueName())
+            .storeResultsTo(package, application);
+    } catch (const sdbus::Error& error) {
+        logWarning("The sender of a request may stay unknown: " + error.getMessage());
+    }
 }
 
 void ApplicationPort::reply(

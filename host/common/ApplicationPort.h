@@ -1,11 +1,13 @@
 #pragma once
 
 #include "host/common/Entries.h"
+#include "host/common/Wire.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <sdbus-c++/sdbus-c++.h>
+#include <string>
 
 namespace host {
 
@@ -27,12 +29,13 @@ public:
     using Receiver = std::function<void(Request request)>;
     using Answer = std::function<void(int result, const Entries& reply)>;
 
-    /// Takes the process's application id as its bus name and passes each request to receiver.
-    /// Throws sdbus::Error when the id runs already.
+    /// Takes the process's application id as its bus name and passes each request to receiver. When
+    /// another program holds the name, requests come all the same, by way of hostd. Throws
+    /// sdbus::Error when the application runs already.
     void open(const std::string& application, Receiver receiver);
 
-    /// Gives the name back. Requests that had been sent to it have been received when this returns;
-    /// later ones start the application anew.
+    /// Gives the name back. Requests that had come have been received when this returns; later ones
+    /// start the application anew.
     void close();
 
     /// False when a request with its once text was handled in this session, by any process.
@@ -42,8 +45,8 @@ public:
     /// the next process when this one dies.
     static void finish(const Request& request);
 
-    /// Starts the application if need be and sends the request; the answer, when one is wanted,
-    /// comes once.
+    /// Starts the application if need be and sends the request to its own program, whoever holds
+    /// its name; the answer, when one is wanted, comes once.
     void launch(const std::string& application, const Entries& request, Answer answer,
         const std::string& once = {});
 
@@ -53,9 +56,22 @@ private:
     ApplicationPort();
     ~ApplicationPort();
     class Object;
+    struct Sending {
+        std::string application;
+        WireEntries request;
+        std::string once;
+        uint64_t ticket = 0;
+        int tries = 0;
+    };
+
+    void _send(const std::string& connection, const Sending& sending);
+    void _failed(Sending sending, const sdbus::Error& error);
+    void _becomeKnown();
+
     std::unique_ptr<Object> _object;
     std::string _application;
-    bool _isClosed = false;
+    bool _hasName = false;
+    bool _isKnown = false; ///< to hostd, which remembers who this process is
 };
 
 } // namespace host

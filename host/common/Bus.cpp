@@ -99,32 +99,6 @@ sdbus::IConnection& bus()
     return *connection;
 }
 
-std::string applicationOf(const std::string& connection)
-{
-    const char* const interface = "org.freedesktop.DBus";
-    const auto daemon = sdbus::createProxy(bus(), interface, "/org/freedesktop/DBus");
-    std::vector<std::string> names;
-    daemon->callMethod("ListNames").onInterface(interface).storeResultsTo(names);
-    for (const std::string& name : names) {
-        if (name[0] == ':' || name == interface || name == kDaemonName)
-            continue;
-        try {
-            std::string owner;
-            daemon->callMethod("GetNameOwner")
-                .onInterface(interface)
-                .withArguments(name)
-                .storeResultsTo(owner);
-            if (owner == connection)
-                return name;
-        } catch (const sdbus::Error& error) {
-            // It was given back meanwhile.
-            if (error.getName() != "org.freedesktop.DBus.Error.NameHasNoOwner")
-                throw;
-        }
-    }
-    return "";
-}
-
 void serveBusOnLoop()
 {
     static const auto* loop = new Loop;

@@ -20,10 +20,6 @@ std::unique_ptr<sdbus::IConnection> connectToBus();
  */
 sdbus::IConnection& bus();
 
-/// The application that this connection (a unique name) is, by the name that the bus says it owns.
-/// Empty when it is none or has ended. Throws sdbus::Error.
-std::string applicationOf(const std::string& connection);
-
 /// Serves the connection from the Ecore main loop from now on; initialises Ecore; idempotent.
 /// Messages that came during a synchronous call are served before the loop sleeps. When the bus
 /// goes away the main loop is ended: a session's processes end with it.

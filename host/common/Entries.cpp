@@ -57,6 +57,14 @@ const std::string* findEntry(const Entries& entries, std::string_view key)
     return nullptr;
 }
 
+size_t sizeOf(const Entries& entries)
+{
+    size_t size = 0;
+    for (const auto& [key, value] : entries)
+        size += key.size() + value.size();
+    return size;
+}
+
 std::string encodeEntries(const Entries& entries)
 {
     std::string packed;

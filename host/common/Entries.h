@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <optional>
 #include <string>
@@ -14,6 +15,12 @@ using Entries = std::deque<std::pair<std::string, std::string>>;
 
 /// The value under key, or null. Valid until an entry is taken away.
 const std::string* findEntry(const Entries& entries, std::string_view key);
+
+/// The bytes of all keys and values.
+size_t sizeOf(const Entries& entries);
+
+/// The most that a launch request may have.
+constexpr size_t kLongestRequest = 65536;
 
 /// Printable ASCII without quotes, the same for equal entries.
 std::string encodeEntries(const Entries& entries);

@@ -115,16 +115,12 @@ void passThrough(const fs::path& path)
 
 Identity readIdentity()
 {
-    std::error_code error;
-    const fs::path file = fs::read_symlink("/proc/self/exe", error);
-    const fs::path bin = file.parent_path();
-    if (!error && bin.filename() == "bin") {
-        const std::string package = bin.parent_path().filename();
-        const std::string application = file.filename();
-        // An application id is a bus name and has a dot, unlike the folders of a system's programs.
-        if (package.find('.') != std::string::npos
-            && application.compare(0, package.size(), package) == 0)
-            return { package, application };
+    try {
+        const Identity installed = identityOfProgram(programOfProcess(getpid()));
+        if (!installed.package.empty())
+            return installed;
+    } catch (const std::system_error&) {
+        // No session, so nothing is installed.
     }
     return { environment("ALARM_HOST_PACKAGE"), "" };
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/common/Programs.h"
+
 #include <string>
 
 /**
@@ -8,12 +10,8 @@
  */
 namespace host {
 
-/// Who this process is. An application's file lies at <package>/bin/<application id>, as
-/// installations lay it; ALARM_HOST_PACKAGE names the package of any other program. Empty: none.
-struct Identity {
-    std::string package;
-    std::string application;
-};
+/// Who this process is, by its program; ALARM_HOST_PACKAGE names the package of a program that is
+/// not installed, of which its own folders follow, but which hostd does not believe.
 const Identity& identity();
 
 /// The state directory, ending in "/": ALARM_HOST_HOME, else a folder of the user's. Made when

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <app_alarm.h>
+#include <glib.h>
+#include <limits>
 #include <set>
 #include <SQLiteCpp/Exception.h>
 #include <stdexcept>
@@ -16,8 +18,6 @@ const std::int64_t kLatestSeconds = 1800; ///< half an hour: from this age on an
 const std::int64_t kFarBackSeconds = 43200; ///< twelve hours
 const std::int64_t kSaveAgainSeconds = 60;
 const std::int64_t kLongestPauseSeconds = 60; ///< between two sendings of one alert
-/// The bus bounds how many calls of one connection may be open.
-const std::size_t kMostFlights = 64;
 
 void refuseUnless(bool good, const char* text)
 {
@@ -49,6 +49,18 @@ void checkTime(const AlarmTime& time)
     }
 }
 
+// Whoever could foresee it could have the alert taken for one that was handled.
+std::string onceText(const Alarm& alarm)
+{
+    const std::string instant = std::to_string(alarm.due) + ":" + std::to_string(alarm.round);
+    const auto* secret = reinterpret_cast<const guchar*>(alarm.secret.data());
+    const std::unique_ptr<char, void (*)(void*)> text(
+        g_compute_hmac_for_string(
+            G_CHECKSUM_SHA256, secret, alarm.secret.size(), instant.c_str(), -1),
+        g_free);
+    return text.get();
+}
+
 Launch launchFor(const Alarm& alarm, Entries request)
 {
     const std::string id = std::to_string(alarm.id);
@@ -60,17 +72,14 @@ Launch launchFor(const Alarm& alarm, Entries request)
         request.emplace_back(APP_CONTROL_DATA_ALARM_ID, id);
     }
 
-    std::string once = "alarm:" + id + ":" + std::to_string(alarm.due);
-    if (alarm.round > 0)
-        once += ":" + std::to_string(alarm.round);
-    return { alarm.id, alarm.application, std::move(request), std::move(once) };
+    return { alarm.id, alarm.application, std::move(request), onceText(alarm) };
 }
 
 } // namespace
 
-AlarmSchedule::AlarmSchedule(
-    const std::string& path, Clock clock, const cctz::time_zone& zone, Launcher launcher)
-    : _store(path, clock.now())
+AlarmSchedule::AlarmSchedule(const std::string& path, Clock clock, const cctz::time_zone& zone,
+    Launcher launcher, const IdMark& mark)
+    : _store(path, clock.now(), mark)
     , _clock(std::move(clock))
     , _zone(zone)
     , _launcher(std::move(launcher))
@@ -86,6 +95,14 @@ int AlarmSchedule::schedule(
     Alarm alarm;
     alarm.package = package;
     alarm.application = checkedApplication(request);
+    if (sizeOf(request) > kLongestRequest) {
+        throw LimitExceeded("The request has " + std::to_string(sizeOf(request))
+            + " bytes; it may have " + std::to_string(kLongestRequest));
+    }
+    if (_store.countOf(package) >= kMostAlarms) {
+        throw LimitExceeded(
+            package + " has " + std::to_string(kMostAlarms) + " alarms, which is the most");
+    }
     alarm.request = encodeEntries(request);
     alarm.time = time;
     alarm.since = _clock.now();
@@ -97,7 +114,7 @@ bool AlarmSchedule::cancel(const std::string& package, int id)
 {
     if (!_store.remove(id, package))
         return false;
-    _flights.erase(id);
+    _end(id, "");
     _rung.erase(id);
     return true;
 }
@@ -115,14 +132,11 @@ void AlarmSchedule::clockChanged(const cctz::time_zone& zone)
 std::optional<std::int64_t> AlarmSchedule::launchDue()
 {
     const std::int64_t now = _clock.now();
-    const bool saved = _tryToSave([&] {
-        _rearm(now);
-        if (_stale)
-            _recompute(now);
-        _passOver(now);
-    });
+    // After a change of the clock nothing is known of what is due.
+    bool saved = !_stale || _save(now);
     const std::optional<std::int64_t> pause = _sendAgain();
     _launch(now);
+    saved = _save(now) && saved;
 
     std::optional<std::int64_t> next = _store.earliestDueAfter(now);
     const auto wakeBy
@@ -142,29 +156,39 @@ void AlarmSchedule::answered(int id, LaunchResult result, const std::string& det
     Flight& flight = found->second;
     const std::string alert
         = "The alert of alarm " + std::to_string(id) + " for " + flight.launch.application;
-    const std::int64_t now = _clock.now();
-    const bool isMissed = result == LaunchResult::Lost && flight.due <= now - kLatestSeconds;
+    const bool isMissed
+        = result == LaunchResult::Lost && flight.due <= _clock.now() - kLatestSeconds;
     if (result == LaunchResult::Lost && !isMissed) {
         logWarning(alert + " was not answered and is sent again: " + detail);
         const std::int64_t pause = std::int64_t{ 1 } << std::min(flight.sent - 1, 6);
         flight.again = _clock.elapsed() + std::min(pause, kLongestPauseSeconds);
         return;
     }
+    std::string failure;
     if (isMissed) {
-        logError(alert + " was sent " + std::to_string(flight.sent)
-            + " times and never answered: " + detail);
+        failure
+            = "was sent " + std::to_string(flight.sent) + " times and never answered: " + detail;
     } else if (result == LaunchResult::Refused) {
-        logError(alert + " cannot be launched: " + detail);
+        failure = "cannot be launched: " + detail;
     }
-    const std::string application = flight.launch.application;
-    const std::int64_t due = flight.due;
-    _rung[id] = due;
+    if (!failure.empty()) {
+        logError(alert + " " + failure);
+        failure.insert(0, "it ");
+    }
+    _end(id, failure);
+}
+
+// Ends the alarm's flight, if there is one; what became of it is written down by the next save.
+void AlarmSchedule::_end(int id, const std::string& failure)
+{
+    const auto found = _flights.find(id);
+    if (found == _flights.end())
+        return;
+    const std::string application = found->second.launch.application;
+    _rung[id] = { application, found->second.due, failure };
     _flights.erase(found);
-    (void)_tryToSave([&] {
-        if (isMissed)
-            _report(application, due, now);
-        _rearm(now);
-    });
+    if (--_flightsOf[application] == 0)
+        _flightsOf.erase(application);
 }
 
 // Returns how many seconds the next of those has to wait that nobody has answered.
@@ -190,41 +214,58 @@ std::optional<std::int64_t> AlarmSchedule::_sendAgain()
     return pause;
 }
 
+// All in one transaction, however many there are: each one takes the disk some milliseconds.
+bool AlarmSchedule::_save(std::int64_t now)
+{
+    try {
+        _store.transaction([&] {
+            _rearm(now);
+            if (_stale)
+                _recompute(now);
+            _passOver(now);
+        });
+    } catch (const SQLite::Exception& error) {
+        logError(std::string("The alarms' state cannot be written and is kept for now: ")
+            + error.what());
+        return false;
+    }
+    _rung.clear();
+    _stale = false;
+    _wentFarBack = false;
+    return true;
+}
+
 // Writes down what rang: a recurring alarm waits for its next day, another one is gone.
 void AlarmSchedule::_rearm(std::int64_t now)
 {
-    while (!_rung.empty()) {
-        const auto [id, instant] = *_rung.begin();
+    for (const auto& [id, rung] : _rung) {
+        if (!rung.failure.empty())
+            _report(rung.application, rung.due, now, rung.failure);
         std::optional<Alarm> alarm = _store.find(id);
         if (alarm && alarm->time.weekSet == 0) {
             _store.remove(id);
         } else if (alarm) {
-            alarm->fired = instant;
-            alarm->since = instant;
+            alarm->fired = rung.due;
+            alarm->since = rung.due;
             (void)_follow(*alarm, now);
             alarm->due = nextOccurrence(alarm->since, alarm->time, _zone);
             _store.updateTimes(*alarm);
         }
-        _rung.erase(id);
     }
 }
 
 void AlarmSchedule::_recompute(std::int64_t now)
 {
-    _store.transaction([&] {
-        for (Alarm& alarm : _store.all()) {
-            if (_isRinging(alarm.id))
-                continue;
-            const bool moved = _follow(alarm, now);
-            const std::int64_t due = nextOccurrence(alarm.since, alarm.time, _zone);
-            if (!moved && due == alarm.due)
-                continue;
-            alarm.due = due;
-            _store.updateTimes(alarm);
-        }
-    });
-    _stale = false;
-    _wentFarBack = false;
+    for (Alarm& alarm : _store.all()) {
+        if (_isRinging(alarm.id))
+            continue;
+        const bool moved = _follow(alarm, now);
+        const std::int64_t due = nextOccurrence(alarm.since, alarm.time, _zone);
+        if (!moved && due == alarm.due)
+            continue;
+        alarm.due = due;
+        _store.updateTimes(alarm);
+    }
 }
 
 // Takes since back with a clock that was set back, but not before what has rung, so that it does
@@ -246,65 +287,52 @@ bool AlarmSchedule::_follow(Alarm& alarm, std::int64_t now) const
 void AlarmSchedule::_passOver(std::int64_t now)
 {
     const std::int64_t tooOld = now - kLatestSeconds;
-    std::vector<Alarm> missed;
-    _store.visitDue(tooOld, [&](const Alarm& alarm) {
-        if (!_isRinging(alarm.id))
-            missed.push_back(alarm);
-        return true;
-    });
-    if (missed.empty())
-        return;
-    _store.transaction([&] {
-        for (Alarm& alarm : missed) {
-            _report(alarm.application, alarm.due, now);
-            if (alarm.time.weekSet == 0) {
-                _store.remove(alarm.id);
-                continue;
-            }
-            alarm.since = tooOld;
-            alarm.due = nextOccurrence(tooOld, alarm.time, _zone);
-            _store.updateTimes(alarm);
+    const auto waits = [this](int id, const std::string&) { return !_isRinging(id); };
+    for (Alarm& alarm : _store.due(std::numeric_limits<std::int64_t>::min(), tooOld, waits)) {
+        const bool isBehind = _flightsOf.count(alarm.application) != 0;
+        _report(alarm.application, alarm.due, now,
+            isBehind ? "earlier ones are not answered" : "nobody was there to launch it");
+        if (alarm.time.weekSet == 0) {
+            _store.remove(alarm.id);
+            continue;
         }
-    });
+        alarm.since = tooOld;
+        alarm.due = nextOccurrence(tooOld, alarm.time, _zone);
+        _store.updateTimes(alarm);
+    }
 }
 
-void AlarmSchedule::_report(const std::string& application, std::int64_t due, std::int64_t now)
+void AlarmSchedule::_report(
+    const std::string& application, std::int64_t due, std::int64_t now, const std::string& reason)
 {
     const auto instant = cctz::time_point<cctz::seconds>(cctz::seconds(due));
     _store.post({ now,
-        "Missed alarm of " + application + " at "
-            + cctz::format("%Y-%m-%d %H:%M", instant, _zone) });
+        "Missed alarm of " + application + " at " + cctz::format("%Y-%m-%d %H:%M", instant, _zone)
+            + ": " + reason });
 }
 
 void AlarmSchedule::_launch(std::int64_t now)
 {
-    std::vector<Alarm> ready;
-    _store.visitDue(now, [&](const Alarm& alarm) {
-        if (!_isRinging(alarm.id) && alarm.due > now - kLatestSeconds)
-            ready.push_back(alarm);
-        return _flights.size() + ready.size() < kMostFlights;
-    });
-    for (const Alarm& alarm : ready) {
+    std::map<std::string, std::size_t> inFlight = _flightsOf;
+    const auto mayGo = [&](int id, const std::string& application) {
+        if (_isRinging(id))
+            return false;
+        std::size_t& count = inFlight[application];
+        if (count == kMostFlights)
+            return false;
+        ++count;
+        return true;
+    };
+    for (const Alarm& alarm : _store.due(now - kLatestSeconds, now, mayGo)) {
         const std::optional<Entries> request = decodeEntries(alarm.request);
         const auto& [at, added] = _flights.try_emplace(
             alarm.id, Flight{ launchFor(alarm, request.value_or(Entries())), alarm.due, 1, {} });
+        ++_flightsOf[alarm.application];
         if (request) {
             _launcher(at->second.launch);
         } else {
             answered(alarm.id, LaunchResult::Refused, "its request on disk cannot be read");
         }
-    }
-}
-
-bool AlarmSchedule::_tryToSave(const std::function<void()>& change)
-{
-    try {
-        change();
-        return true;
-    } catch (const SQLite::Exception& error) {
-        logError(std::string("The alarms' state cannot be written and is kept for now: ")
-            + error.what());
-        return false;
     }
 }
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -27,8 +28,14 @@ struct Launch {
 
 enum class LaunchResult {
     Delivered,
-    Refused, ///< and would be refused again
-    Lost, ///< nobody knows whether it arrived
+    Refused, ///< and waiting cannot change that: no installed application has the id
+    Lost, ///< nobody knows whether it arrived, or it may arrive later
+};
+
+/// A caller asks for more than one application may have.
+class LimitExceeded : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
 };
 
 /**
@@ -41,16 +48,20 @@ public:
     /// Sends the launch; its answer goes to answered().
     using Launcher = std::function<void(const Launch&)>;
 
-    /// Opens or makes the file at path. Throws std::exception when it can be neither.
-    AlarmSchedule(
-        const std::string& path, Clock clock, const cctz::time_zone& zone, Launcher launcher);
+    /// Opens or makes the file at path; mark as for AlarmStore. Throws std::exception when it can
+    /// be neither.
+    AlarmSchedule(const std::string& path, Clock clock, const cctz::time_zone& zone,
+        Launcher launcher, const IdMark& mark);
 
-    /// Registers an alarm; it is on disk when the id is returned. Throws std::invalid_argument,
-    /// with a text for the caller, for what cannot ring, and SQLite::Exception.
+    /// Registers an alarm; it is on disk when the id is returned. Throws std::invalid_argument for
+    /// what cannot ring and LimitExceeded for a package that has kMostAlarms or a request of more
+    /// than kLongestRequest bytes, each with a text for the caller, and SQLite::Exception.
     int schedule(const std::string& package, const Entries& request, const AlarmTime& time);
 
     /// False when the package has registered no alarm of that id. Throws SQLite::Exception.
     bool cancel(const std::string& package, int id);
+
+    static constexpr int kMostAlarms = 10000; ///< of one package
 
     std::vector<Alarm> list() { return _store.all(); }
     std::vector<TrayEntry> tray() { return _store.tray(); }
@@ -58,9 +69,14 @@ public:
     /// Computes every alarm anew, after the clock or the zone was changed.
     void clockChanged(const cctz::time_zone& zone);
 
-    /// Launches what is due and returns when to call it again, if ever. To be called at that
-    /// instant and after each of the other calls.
+    /// Launches what is due, then writes down what was answered, and returns when to call it again,
+    /// if ever. To be called at that instant, and soon after any number of the other calls. Of one
+    /// application at most kMostFlights alerts wait for their answers; another's do not wait behind
+    /// them.
     std::optional<std::int64_t> launchDue();
+
+    /// Whether the alarm's launch still waits for its answer.
+    bool isInFlight(int id) const { return _flights.count(id) != 0; }
 
     /// Takes the answer to a launch; detail says in words why there was none.
     void answered(int id, LaunchResult result, const std::string& detail);
@@ -73,15 +89,26 @@ private:
         std::optional<std::int64_t> again; ///< when to send it again, by Clock::elapsed
     };
 
+    /// An alert whose flight is over.
+    struct Rung {
+        std::string application;
+        std::int64_t due = 0;
+        std::string failure; ///< why it is missed; empty when it has rung
+    };
+
+    static constexpr std::size_t kMostFlights = 64;
+
+    bool _save(std::int64_t now);
     void _recompute(std::int64_t now);
     bool _follow(Alarm& alarm, std::int64_t now) const;
     void _rearm(std::int64_t now);
     void _passOver(std::int64_t now);
-    void _report(const std::string& application, std::int64_t due, std::int64_t now);
+    void _report(const std::string& application, std::int64_t due, std::int64_t now,
+        const std::string& reason);
     void _launch(std::int64_t now);
     std::optional<std::int64_t> _sendAgain();
+    void _end(int id, const std::string& failure);
     bool _isRinging(int id) const { return _flights.count(id) != 0 || _rung.count(id) != 0; }
-    bool _tryToSave(const std::function<void()>& change);
 
     AlarmStore _store;
     Clock _clock;
@@ -91,7 +118,8 @@ private:
     bool _wentFarBack = false;
     bool _stale = true;
     std::map<int, Flight> _flights; ///< sent, not answered
-    std::map<int, std::int64_t> _rung; ///< answered, not yet on disk: id and instant
+    std::map<std::string, std::size_t> _flightsOf; ///< how many an application has
+    std::map<int, Rung> _rung; ///< over, not yet on disk
 };
 
 } // namespace host

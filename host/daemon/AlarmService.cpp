@@ -2,9 +2,10 @@
 
 #include "host/common/Log.h"
 #include "host/common/Session.h"
+#include "host/common/SettingsStore.h"
+#include "host/daemon/ClientWatch.h"
 
 #include <ctime>
-#include <set>
 #include <stdexcept>
 
 namespace host {
@@ -12,6 +13,8 @@ namespace host {
 namespace {
 
 const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
+const char* const kLimitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
+const char* const kAccessDenied = "org.freedesktop.DBus.Error.AccessDenied";
 const char* const kFailed = "org.freedesktop.DBus.Error.Failed";
 const std::int64_t kTryAgainSeconds = 60;
 
@@ -43,16 +46,30 @@ std::optional<cctz::civil_day> toDay(int year, int month, int day)
     return date;
 }
 
-// Anything else than these may be over when it is tried again.
-bool isRefusal(const std::string& name)
+// Kept in the device's settings, which are another file. Without it, ids go by the clock alone.
+IdMark idMark()
 {
-    static const std::string prefix = "org.freedesktop.DBus.Error.";
-    static const std::set<std::string> refusals = { "AccessDenied", "InvalidArgs", "ServiceUnknown",
-        "Spawn.ConfigInvalid", "Spawn.ExecFailed", "Spawn.Failed", "Spawn.FileInvalid",
-        "Spawn.PermissionsInvalid", "Spawn.ServiceNotFound", "Spawn.ServiceNotValid",
-        "UnknownInterface", "UnknownMethod", "UnknownObject" };
-    return name.compare(0, prefix.size(), prefix) == 0
-        && refusals.count(name.substr(prefix.size())) != 0;
+    static const char* const store = "alarm-service";
+    static const char* const key = "next-id";
+    const auto guarded = [](auto work) {
+        try {
+            return work();
+        } catch (const std::exception& error) {
+            logWarning(std::string("The mark of the alarms' ids: ") + error.what());
+            return 0;
+        }
+    };
+    const auto read = [=] {
+        const auto value = SettingsStore::session().read(store, key);
+        const int* mark = value ? std::get_if<int>(&*value) : nullptr;
+        return mark ? *mark : 0;
+    };
+    const auto write = [=](int mark) {
+        SettingsStore::session().write(store, key, mark);
+        return 0;
+    };
+    return { [=] { return guarded(read); },
+        [=](int mark) { (void)guarded([&] { return write(mark); }); } };
 }
 
 // Runs call, with errors in the bus's terms.
@@ -63,6 +80,11 @@ auto answering(Call call)
         return call();
     } catch (const std::invalid_argument& error) {
         throw sdbus::Error(kInvalidArgs, error.what());
+    } catch (const LimitExceeded& error) {
+        logWarning(std::string("A registration is refused: ") + error.what());
+        throw sdbus::Error(kLimitsExceeded, error.what());
+    } catch (const sdbus::Error&) {
+        throw;
     } catch (const std::exception& error) {
         logError(std::string("A request about alarms failed: ") + error.what());
         throw sdbus::Error(kFailed, error.what());
@@ -71,10 +93,12 @@ auto answering(Call call)
 
 } // namespace
 
-AlarmService::AlarmService()
+AlarmService::AlarmService(Applications& applications)
     : AdaptorInterfaces(bus(), kDaemonPath)
-    , _schedule(homePath() + "alarms.db", Clock{ now, [] { return secondsOf(CLOCK_BOOTTIME); } },
-          currentZone(), [this](const Launch& launch) { _launch(launch); })
+    , _applications(applications)
+    , _schedule(
+          homePath() + "alarms.db", Clock{ now, [] { return secondsOf(CLOCK_BOOTTIME); } },
+          currentZone(), [this](const Launch& launch) { _launch(launch); }, idMark())
     , _clock([this] { _update(); }, [this] { _clockChanged(); })
 {
     registerAdaptor();
@@ -88,10 +112,18 @@ void AlarmService::start()
     _update();
 }
 
-int32_t AlarmService::Schedule(const std::string& package, const WireEntries& request,
-    const Triple& date, const Triple& time, const int32_t& weekFlag)
+std::string AlarmService::_callersPackage()
+{
+    return _applications.who(callerOf(getObject())).package;
+}
+
+int32_t AlarmService::Schedule(
+    const WireEntries& request, const Triple& date, const Triple& time, const int32_t& weekFlag)
 {
     const int id = answering([&] {
+        const std::string package = _callersPackage();
+        if (package.empty())
+            throw sdbus::Error(kAccessDenied, "The caller is no program of an installed package");
         const AlarmTime alarm{ time.get<0>(), time.get<1>(), time.get<2>(), weekFlag,
             toDay(date.get<0>(), date.get<1>(), date.get<2>()) };
         return _schedule.schedule(package, fromWire(request), alarm);
@@ -100,11 +132,13 @@ int32_t AlarmService::Schedule(const std::string& package, const WireEntries& re
     return id;
 }
 
-void AlarmService::Cancel(const std::string& package, const int32_t& id)
+void AlarmService::Cancel(const int32_t& id)
 {
     answering([&] {
+        const std::string package = _callersPackage();
         if (!_schedule.cancel(package, id)) {
-            throw std::invalid_argument(package + " has registered no alarm " + std::to_string(id));
+            throw std::invalid_argument(
+                "The caller's package has registered no alarm " + std::to_string(id));
         }
     });
     _update();
@@ -123,35 +157,60 @@ std::vector<AlarmService::WireAlarm> AlarmService::List()
     });
 }
 
+std::vector<AlarmService::WireOwn> AlarmService::Own()
+{
+    return answering([&] {
+        const std::string package = _callersPackage();
+        std::vector<WireOwn> alarms;
+        for (const Alarm& alarm : _schedule.list()) {
+            if (alarm.package == package)
+                alarms.emplace_back(alarm.id, alarm.due, alarm.time.weekSet);
+        }
+        return alarms;
+    });
+}
+
 void AlarmService::_launch(const Launch& launch)
 {
+    _applications.find(launch.application,
+        [this, launch](const std::string& connection, const sdbus::Error* error) {
+            if (error) {
+                _answered(launch, error);
+            } else if (_schedule.isInFlight(launch.id)) {
+                _send(launch, connection);
+            }
+        });
+}
+
+void AlarmService::_send(const Launch& launch, const std::string& connection)
+{
     try {
-        // Kept, because a proxy ends its pending calls with itself.
-        auto& target = _targets[launch.application];
-        if (!target)
-            target = sdbus::createProxy(bus(), launch.application, kApplicationPath);
-        target->callMethodAsync("Launch")
+        auto& call = _calls[launch.id]; // kept, because a proxy ends its calls with itself
+        call = sdbus::createProxy(bus(), connection, kApplicationPath);
+        call->callMethodAsync("Launch")
             .onInterface("com.velmora.host.Application")
             .withArguments(toWire(launch.request), launch.once, std::uint64_t{ 0 })
-            .uponReplyInvoke([this, id = launch.id](const sdbus::Error* error) {
-                _answered(id, error);
-                _update();
+            .uponReplyInvoke([this, launch](const sdbus::Error* error) {
+                auto answered = _calls.extract(launch.id);
+                if (!answered.empty())
+                    _answeredCalls.push_back(std::move(answered.mapped()));
+                _answered(launch, error);
             });
     } catch (const sdbus::Error& error) {
-        _schedule.answered(launch.id, LaunchResult::Refused, error.getMessage());
-        _failedAtOnce = true;
+        _calls.erase(launch.id);
+        _answered(launch, &error);
     }
 }
 
-void AlarmService::_answered(int id, const sdbus::Error* error)
+void AlarmService::_answered(const Launch& launch, const sdbus::Error* error)
 {
-    if (!error) {
-        _schedule.answered(id, LaunchResult::Delivered, "");
-        return;
+    LaunchResult result = LaunchResult::Delivered;
+    if (error) {
+        result = Applications::isUnknown(launch.application, *error) ? LaunchResult::Refused
+                                                                     : LaunchResult::Lost;
     }
-    const LaunchResult result
-        = isRefusal(error->getName()) ? LaunchResult::Refused : LaunchResult::Lost;
-    _schedule.answered(id, result, error->getMessage());
+    _schedule.answered(launch.id, result, error ? error->getMessage() : "");
+    _updateSoon();
 }
 
 void AlarmService::_clockChanged()
@@ -161,16 +220,22 @@ void AlarmService::_clockChanged()
     _update();
 }
 
+// What many answers bring is written down in one go.
+void AlarmService::_updateSoon()
+{
+    if (!_soon)
+        _soon = std::make_unique<Timer>(0, [this] { _update(); });
+}
+
 void AlarmService::_update()
 {
+    _soon.reset();
+    _answeredCalls.clear();
     if (!_started)
         return;
     std::optional<std::int64_t> next;
     try {
-        do {
-            _failedAtOnce = false;
-            next = _schedule.launchDue();
-        } while (_failedAtOnce);
+        next = _schedule.launchDue();
     } catch (const std::exception& error) {
         logError(std::string("The alarms cannot be read for now: ") + error.what());
         next = now() + kTryAgainSeconds;

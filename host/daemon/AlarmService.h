@@ -2,6 +2,7 @@
 
 #include "host/common/Wire.h"
 #include "host/daemon/AlarmSchedule.h"
+#include "host/daemon/Applications.h"
 #include "host/daemon/ClockWatch.h"
 
 #include <com.velmora.host.Alarm-adaptor.h>
@@ -15,8 +16,9 @@ namespace host {
 /// The schedule on the session's bus and the device's clock; see com.velmora.host.Alarm.xml.
 class AlarmService final : public sdbus::AdaptorInterfaces<com::velmora::host::Alarm_adaptor> {
 public:
-    /// Exports the interface. Throws std::exception when the registrations cannot be opened.
-    AlarmService();
+    /// Exports the interface. applications must outlive the service. Throws std::exception when the
+    /// registrations cannot be opened.
+    explicit AlarmService(Applications& applications);
     ~AlarmService();
 
     /// Begins to launch: only the daemon that owns the bus name may.
@@ -28,21 +30,30 @@ private:
     using Triple = sdbus::Struct<int32_t, int32_t, int32_t>;
     using WireAlarm = sdbus::Struct<int32_t, std::string, std::string, int64_t, Triple, int32_t>;
 
-    int32_t Schedule(const std::string& package, const WireEntries& request, const Triple& date,
-        const Triple& time, const int32_t& weekFlag) override;
-    void Cancel(const std::string& package, const int32_t& id) override;
+    using WireOwn = sdbus::Struct<int32_t, int64_t, int32_t>;
+
+    int32_t Schedule(const WireEntries& request, const Triple& date, const Triple& time,
+        const int32_t& weekFlag) override;
+    void Cancel(const int32_t& id) override;
+    std::vector<WireOwn> Own() override;
     std::vector<WireAlarm> List() override;
 
+    std::string _callersPackage();
     void _launch(const Launch& launch);
-    void _answered(int id, const sdbus::Error* error);
+    void _send(const Launch& launch, const std::string& connection);
+    void _answered(const Launch& launch, const sdbus::Error* error);
     void _clockChanged();
     void _update();
+    void _updateSoon();
 
+    Applications& _applications;
     AlarmSchedule _schedule;
     ClockWatch _clock;
-    std::map<std::string, std::unique_ptr<sdbus::IProxy>> _targets;
+    std::map<int, std::unique_ptr<sdbus::IProxy>>
+        _calls; ///< launches that wait for an answer, by id
+    std::vector<std::unique_ptr<sdbus::IProxy>> _answeredCalls; ///< until they have returned
     bool _started = false;
-    bool _failedAtOnce = false;
+    std::unique_ptr<Timer> _soon; ///< while an update is due in this turn of the loop
 };
 
 } // namespace host

@@ -1,8 +1,10 @@
 #include "host/daemon/AlarmStore.h"
 
 #include "host/common/Log.h"
+#include "host/common/Session.h"
 
 #include <algorithm>
+#include <climits>
 #include <filesystem>
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -14,6 +16,10 @@ namespace host {
 namespace {
 
 const int kBusyMilliseconds = 5000;
+const int kColumnsWithoutSecret = 15;
+const std::int64_t kFirstSecond = 1577836800; ///< the beginning of 2020
+const int kHighestId = INT_MAX;
+const int kReservedIds = 1000; ///< for which the mark is written once
 
 const char* const kSchema = R"(
     CREATE TABLE IF NOT EXISTS alarms (
@@ -31,8 +37,10 @@ const char* const kSchema = R"(
         since INTEGER NOT NULL,
         fired INTEGER NOT NULL,
         due INTEGER NOT NULL,
-        round INTEGER NOT NULL);
-    CREATE INDEX IF NOT EXISTS alarms_due ON alarms (due, id);
+        round INTEGER NOT NULL,
+        secret TEXT NOT NULL);
+    CREATE INDEX IF NOT EXISTS alarms_due_application ON alarms (due, id, application);
+    CREATE INDEX IF NOT EXISTS alarms_package ON alarms (package);
     CREATE TABLE IF NOT EXISTS tray (
         id INTEGER PRIMARY KEY AUTOINCREMENT,
         posted INTEGER NOT NULL,
@@ -40,7 +48,8 @@ const char* const kSchema = R"(
 )";
 
 const std::string kSelect = "SELECT id, package, application, request, hour, minute, second,"
-                            " week_flag, year, month, day, since, fired, due, round FROM alarms ";
+                            " week_flag, year, month, day, since, fired, due, round, secret"
+                            " FROM alarms ";
 
 Alarm readAlarm(SQLite::Statement& row)
 {
@@ -61,17 +70,32 @@ Alarm readAlarm(SQLite::Statement& row)
     alarm.fired = row.getColumn(12).getInt64();
     alarm.due = row.getColumn(13).getInt64();
     alarm.round = row.getColumn(14).getInt();
+    alarm.secret = row.getColumn(15).getString();
     return alarm;
+}
+
+// A file of an earlier version has no secrets.
+void addSecrets(SQLite::Database& db)
+{
+    const SQLite::Statement columns(db, "SELECT * FROM alarms");
+    if (columns.getColumnCount() > kColumnsWithoutSecret)
+        return;
+    SQLite::Transaction transaction(db);
+    db.exec("ALTER TABLE alarms ADD COLUMN secret TEXT NOT NULL DEFAULT ''");
+    db.exec("UPDATE alarms SET secret = hex(randomblob(16))");
+    transaction.commit();
 }
 
 SQLite::Database openChecked(const std::string& path)
 {
-    SQLite::Database db(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, kBusyMilliseconds);
+    makePrivateFile(path);
+    SQLite::Database db(path, SQLite::OPEN_READWRITE, kBusyMilliseconds);
     db.exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL");
     const std::string state = db.execAndGet("PRAGMA quick_check(1)").getString();
     if (state != "ok")
         throw SQLite::Exception(state, SQLITE_CORRUPT);
     db.exec(kSchema);
+    addSecrets(db);
     return db;
 }
 
@@ -89,39 +113,63 @@ std::string moveAside(const std::string& path)
     return path + suffix;
 }
 
-SQLite::Database open(const std::string& path, std::int64_t now)
+// An id above those that anybody may know of a file that is lost, or was put back to an earlier
+// state.
+void raiseIds(SQLite::Database& db, std::int64_t now, int mark)
 {
-    try {
-        return openChecked(path);
-    } catch (const SQLite::Exception& error) {
-        const int code = error.getErrorCode();
-        if (code != SQLITE_CORRUPT && code != SQLITE_NOTADB)
-            throw;
-        logError("The registered alarms are lost: " + path + " is damaged (" + error.what()
-            + "); it was moved to " + moveAside(path));
-    }
-    SQLite::Database db = openChecked(path);
-    // Applications may hold ids of the lost alarms. The minute is above them: ids are counted from
-    // one, or from the minute of an earlier loss.
+    const SQLite::Column last
+        = db.execAndGet("SELECT max(seq) FROM sqlite_sequence WHERE name = 'alarms'");
+    if (!last.isNull() && last.getInt64() >= mark - kReservedIds)
+        return;
+    const auto bySeconds = std::clamp<std::int64_t>(now - kFirstSecond, 0, kHighestId);
+    SQLite::Transaction transaction(db);
+    db.exec("DELETE FROM sqlite_sequence WHERE name = 'alarms'");
     SQLite::Statement insert(db, "INSERT INTO sqlite_sequence (name, seq) VALUES ('alarms', ?)");
-    insert.bind(1, std::max<std::int64_t>(now / 60, 0));
+    insert.bind(1, last.isNull() ? std::max<std::int64_t>(bySeconds, mark) : mark);
     insert.exec();
-    return db;
+    transaction.commit();
 }
 
 } // namespace
 
-AlarmStore::AlarmStore(const std::string& path, std::int64_t now)
-    : _db(open(path, now))
+AlarmStore::Opened AlarmStore::_open(const std::string& path, int mark)
 {
+    if (!fs::exists(path))
+        return { openChecked(path), mark == 0 ? "" : path + " is not there any more" };
+    try {
+        return { openChecked(path), "" };
+    } catch (const SQLite::Exception& error) {
+        const int code = error.getErrorCode();
+        if (code != SQLITE_CORRUPT && code != SQLITE_NOTADB)
+            throw;
+        const std::string loss
+            = path + " is damaged (" + error.what() + "); it was moved to " + moveAside(path);
+        return { openChecked(path), loss };
+    }
+}
+
+AlarmStore::AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark)
+    : AlarmStore(_open(path, mark.read()), now, mark)
+{
+}
+
+AlarmStore::AlarmStore(Opened opened, std::int64_t now, const IdMark& mark)
+    : _mark(mark)
+    , _db(std::move(opened.db))
+{
+    raiseIds(_db, now, _mark.read());
+    if (opened.loss.empty())
+        return;
+    logError("The registered alarms are lost: " + opened.loss);
+    post({ now, "The registered alarms are lost: " + opened.loss });
 }
 
 int AlarmStore::add(const Alarm& alarm)
 {
     SQLite::Statement insert(_db,
         "INSERT INTO alarms (package, application, request, hour, minute, second, week_flag,"
-        " year, month, day, since, fired, due, round)"
-        " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+        " year, month, day, since, fired, due, round, secret)"
+        " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, hex(randomblob(16)))");
     insert.bind(1, alarm.package);
     insert.bind(2, alarm.application);
     insert.bind(3, alarm.request);
@@ -137,8 +185,26 @@ int AlarmStore::add(const Alarm& alarm)
     insert.bind(12, alarm.fired);
     insert.bind(13, alarm.due);
     insert.bind(14, alarm.round);
+    SQLite::Transaction transaction(_db);
     insert.exec();
-    return static_cast<int>(_db.getLastInsertRowid());
+    const int id = _reserved(static_cast<int>(_db.getLastInsertRowid()));
+    transaction.commit();
+    return id;
+}
+
+// The mark is behind the id before anybody knows the id.
+int AlarmStore::_reserved(int id)
+{
+    if (id >= _mark.read())
+        _mark.write(id < kHighestId - kReservedIds ? id + kReservedIds : kHighestId);
+    return id;
+}
+
+int AlarmStore::countOf(const std::string& package)
+{
+    SQLite::Statement count(_db, "SELECT count(*) FROM alarms WHERE package = ?");
+    count.bind(1, package);
+    return count.executeStep() ? count.getColumn(0).getInt() : 0;
 }
 
 bool AlarmStore::remove(int id)
@@ -186,14 +252,25 @@ std::vector<Alarm> AlarmStore::all()
     return alarms;
 }
 
-void AlarmStore::visitDue(std::int64_t until, const std::function<bool(const Alarm&)>& visit)
+std::vector<Alarm> AlarmStore::due(std::int64_t after, std::int64_t until, const Wanted& wanted)
 {
-    SQLite::Statement select(_db, kSelect + "WHERE due <= ? ORDER BY due, id");
-    select.bind(1, until);
+    // The index alone tells which are wanted, so that thousands of others cost little.
+    std::vector<int> ids;
+    SQLite::Statement select(
+        _db, "SELECT id, application FROM alarms WHERE due > ? AND due <= ? ORDER BY due, id");
+    select.bind(1, after);
+    select.bind(2, until);
     while (select.executeStep()) {
-        if (!visit(readAlarm(select)))
-            return;
+        const int id = select.getColumn(0).getInt();
+        if (wanted(id, select.getColumn(1).getString()))
+            ids.push_back(id);
     }
+    std::vector<Alarm> alarms;
+    for (const int id : ids) {
+        if (const std::optional<Alarm> alarm = find(id))
+            alarms.push_back(*alarm);
+    }
+    return alarms;
 }
 
 std::optional<std::int64_t> AlarmStore::earliestDueAfter(std::int64_t instant)

@@ -22,6 +22,13 @@ struct Alarm {
     std::int64_t fired = 0; ///< the last instant that rang; 0 = none
     std::int64_t due = 0;
     int round = 0; ///< how often its past was forgotten because the clock went far back
+    std::string secret; ///< known to nobody else; given by AlarmStore::add
+};
+
+/// What outlives a store that is lost: the lowest id that was never given out.
+struct IdMark {
+    std::function<int()> read; ///< 0 when there is none
+    std::function<void(int)> write; ///< on disk when it returns
 };
 
 struct TrayEntry {
@@ -35,20 +42,25 @@ struct TrayEntry {
  */
 class AlarmStore {
 public:
-    /// Opens or makes the file. A damaged one is moved aside, logged, and replaced by an empty one
-    /// whose ids begin above all that may be known elsewhere.
-    AlarmStore(const std::string& path, std::int64_t now);
+    /// Opens or makes the file, which nobody else may read. A damaged one is moved aside and
+    /// replaced by an empty one; that one, and one that is lost, are told in the log and the tray.
+    /// Applications may still hold ids of what is lost: those of a new file begin above the mark,
+    /// and above the seconds since 2020.
+    AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark);
 
     /// Returns the id, which was never given out before.
     int add(const Alarm& alarm);
+    int countOf(const std::string& package); ///< its registrations
     bool remove(int id);
     bool remove(int id, const std::string& package);
     void updateTimes(const Alarm& alarm);
 
     std::optional<Alarm> find(int id);
     std::vector<Alarm> all(); ///< the earliest due first
-    /// Hands over the alarms due until then, the earliest first, until visit returns false.
-    void visitDue(std::int64_t until, const std::function<bool(const Alarm&)>& visit);
+    /// The alarms due after the one instant and until the other, the earliest first, of those that
+    /// are wanted.
+    using Wanted = std::function<bool(int id, const std::string& application)>;
+    std::vector<Alarm> due(std::int64_t after, std::int64_t until, const Wanted& wanted);
     std::optional<std::int64_t> earliestDueAfter(std::int64_t instant);
 
     void post(const TrayEntry& entry);
@@ -58,6 +70,15 @@ public:
     void transaction(const std::function<void()>& change);
 
 private:
+    struct Opened {
+        SQLite::Database db;
+        std::string loss; ///< what became of the file before; empty when nothing is lost
+    };
+    static Opened _open(const std::string& path, int mark);
+    AlarmStore(Opened opened, std::int64_t now, const IdMark& mark);
+    int _reserved(int id);
+
+    IdMark _mark;
     SQLite::Database _db;
 };
 

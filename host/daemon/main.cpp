@@ -1,6 +1,8 @@
 #include "host/common/Bus.h"
 #include "host/common/Log.h"
 #include "host/daemon/AlarmService.h"
+#include "host/daemon/ApplicationsService.h"
+#include "host/daemon/BootApplications.h"
 #include "host/daemon/DefaultSettings.h"
 #include "host/daemon/FocusService.h"
 #include "host/daemon/TrayService.h"
@@ -8,8 +10,11 @@
 #include "host/daemon/VolumeService.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <Ecore.h>
 #include <exception>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -41,6 +46,15 @@ void seedSettingsIfPossible()
     }
 }
 
+// A session of which nobody wants more than hostd says so.
+std::unique_ptr<host::BootApplications> startApplications(host::Applications& applications)
+{
+    const char* boot = getenv("ALARM_HOST_BOOT");
+    if (boot && strcmp(boot, "no") == 0)
+        return nullptr;
+    return std::make_unique<host::BootApplications>(applications);
+}
+
 } // namespace
 
 // What on the watch is a set of system services, for one session.
@@ -50,7 +64,9 @@ int main()
         host::serveBusOnLoop();
         ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, endCb, nullptr);
         seedSettingsIfPossible();
-        host::AlarmService alarms;
+        host::Applications applications;
+        const host::ApplicationsService applicationsService(applications);
+        host::AlarmService alarms(applications);
         host::TrayService tray(alarms.schedule());
         host::FocusService focus;
         host::VibrationService vibration;
@@ -58,6 +74,7 @@ int main()
         // Last, so that whoever sees the name is answered.
         takeName();
         alarms.start();
+        const auto boot = startApplications(applications);
         ecore_main_loop_begin();
         return 0;
     } catch (const std::exception& error) {

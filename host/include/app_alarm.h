@@ -37,6 +37,11 @@ int alarm_schedule_with_recurrence_week_flag(app_control_h app_control, struct t
                                              int week_flag, int *alarm_id);
 int alarm_cancel(int alarm_id);
 
+typedef bool (*alarm_registered_alarm_cb)(int alarm_id, void *user_data);
+int alarm_foreach_registered_alarm(alarm_registered_alarm_cb callback, void *user_data);
+int alarm_get_scheduled_date(int alarm_id, struct tm *date);
+int alarm_get_scheduled_recurrence_week_flag(int alarm_id, int *week_flag);
+
 #ifdef __cplusplus
 }
 #endif

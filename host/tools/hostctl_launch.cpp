@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <app_control.h>
-#include <com.velmora.host.Application-proxy.h>
+#include <com.velmora.host.Applications-proxy.h>
 
 namespace hostctl {
 
@@ -32,8 +32,10 @@ void addExtra(host::Entries& extras, const std::string& text)
 // Calls Launch; the answer says that the application's callback is through with the request.
 void send(const std::string& application, const host::Entries& request)
 {
-    auto target = sdbus::createProxy(bus(), application, host::kApplicationPath);
-    target->callMethod("Launch")
+    const std::string connection
+        = host::DaemonProxy<com::velmora::host::Applications_proxy>(bus()).Find(application);
+    sdbus::createProxy(bus(), connection, host::kApplicationPath)
+        ->callMethod("Launch")
         .onInterface("com.velmora.host.Application")
         .withArguments(host::toWire(request), std::string(), std::uint64_t{ 0 });
 }

@@ -4,10 +4,13 @@
 #include <app_alarm.h>
 #include <climits>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -76,8 +79,32 @@ protected:
         EXPECT_TRUE(session.alarms().empty());
     }
 
+    // The probe, as a program that is installed in the package.
+    std::string installedProbe(const std::string& package, const std::string& name)
+    {
+        fs::copy(HOST_PROBE, _programs.file(name));
+        HostSession::installProgram(package, _programs.file(name));
+        return _programs.file(name);
+    }
+
+    // The first so many of those that the platform tells of.
+    static std::vector<int> ownAlarms(size_t most)
+    {
+        std::pair<std::vector<int>, size_t> told = { {}, most };
+        const auto take = [](int id, void* data) {
+            auto& [ids, wanted] = *static_cast<std::pair<std::vector<int>, size_t>*>(data);
+            ids.push_back(id);
+            return ids.size() < wanted;
+        };
+        EXPECT_EQ(ALARM_ERROR_NONE, alarm_foreach_registered_alarm(take, &told));
+        return told.first;
+    }
+
     HostSession session;
     AppControl request = requestFor(kTarget);
+
+private:
+    TempDir _programs;
 };
 
 struct DateCase {
@@ -178,20 +205,90 @@ TEST_F(AlarmModuleTest, OnlyARegisteredAlarmIsCancelled)
         EXPECT_EQ(ALARM_ERROR_INVALID_PARAMETER, alarm_cancel(id)) << id;
 }
 
-TEST_F(AlarmModuleTest, AnyProcessOfThePackageMayCancel)
+TEST_F(AlarmModuleTest, OnlyThePackagesProgramsMayCancelWhateverAProcessClaims)
 {
     int id = 0;
     ASSERT_EQ(ALARM_ERROR_NONE, schedule(timeOfDay(7, 0, 0), 127, &id));
-    const std::string other = std::to_string(ALARM_ERROR_INVALID_PARAMETER);
+    const std::string invalid = std::to_string(ALARM_ERROR_INVALID_PARAMETER);
 
-    EXPECT_EQ(other,
-        probe({ "alarm", std::to_string(id) }, { { "ALARM_HOST_PACKAGE", "com.velmora.other" } }));
-    EXPECT_EQ(
-        other, probe({ "alarm", std::to_string(id) }, { { "ALARM_HOST_PACKAGE", std::nullopt } }));
+    EXPECT_EQ(invalid, probe({ "alarm", std::to_string(id) })); // which names the package itself
+    const std::string other = installedProbe("com.velmora.other", "other-probe");
+    EXPECT_EQ(invalid, runCommand({ other, "alarm", std::to_string(id) }).out);
     EXPECT_EQ(1u, session.alarms().size());
 
-    EXPECT_EQ("0", probe({ "alarm", std::to_string(id) }));
+    const std::string own = installedProbe("com.velmora.alarm", "own-probe");
+    EXPECT_EQ("0", runCommand({ own, "alarm", std::to_string(id) }).out);
     EXPECT_TRUE(session.alarms().empty());
+}
+
+TEST_F(AlarmModuleTest, AProgramThatIsNotInstalledRegistersNothing)
+{
+    TempDir place;
+    fs::create_directories(place.file("com.velmora.alarm/bin"));
+    const std::string program = place.file("com.velmora.alarm/bin/com.velmora.alarm-probe");
+    fs::copy(HOST_PROBE, program);
+
+    EXPECT_EQ(std::to_string(ALARM_ERROR_NOT_PERMITTED_APP) + " untouched",
+        runCommand({ program, "schedule", kTarget }).out);
+    EXPECT_TRUE(session.alarms().empty());
+}
+
+TEST_F(AlarmModuleTest, APackageSeesItsOwnRegistrations)
+{
+    int first = 0;
+    int second = 0;
+    ASSERT_EQ(ALARM_ERROR_NONE, schedule(timeOfDay(7, 30, 5), ALARM_WEEK_FLAG_MONDAY, &first));
+    ASSERT_EQ(ALARM_ERROR_NONE, schedule(onDay(2090, 2, 28, 6), 0, &second));
+    const std::string other = installedProbe("com.velmora.other", "other-probe");
+    ASSERT_EQ("0 touched", runCommand({ other, "schedule", kTarget }).out);
+    ASSERT_EQ(3u, session.alarms().size());
+
+    EXPECT_EQ((std::vector<int>{ first, second }), ownAlarms(2));
+    EXPECT_EQ(std::vector<int>{ first }, ownAlarms(1));
+
+    tm date = {};
+    EXPECT_EQ(ALARM_ERROR_NONE, alarm_get_scheduled_date(second, &date));
+    EXPECT_EQ(190, date.tm_year);
+    EXPECT_EQ(1, date.tm_mon);
+    EXPECT_EQ(28, date.tm_mday);
+    EXPECT_EQ(6, date.tm_hour);
+    EXPECT_EQ(ALARM_ERROR_NONE, alarm_get_scheduled_date(first, &date));
+    EXPECT_EQ(1, date.tm_wday);
+    EXPECT_EQ(5, date.tm_sec);
+    int flag = kUntouched;
+    EXPECT_EQ(ALARM_ERROR_NONE, alarm_get_scheduled_recurrence_week_flag(first, &flag));
+    EXPECT_EQ(ALARM_WEEK_FLAG_MONDAY, flag);
+    EXPECT_EQ(ALARM_ERROR_NONE, alarm_get_scheduled_recurrence_week_flag(second, &flag));
+    EXPECT_EQ(0, flag);
+
+    // Nobody's, and another package's.
+    for (const int id : { 0, 1, INT_MAX, session.alarms()[1].id + session.alarms()[0].id }) {
+        EXPECT_EQ(ALARM_ERROR_INVALID_PARAMETER, alarm_get_scheduled_date(id, &date)) << id;
+        flag = kUntouched;
+        EXPECT_EQ(
+            ALARM_ERROR_INVALID_PARAMETER, alarm_get_scheduled_recurrence_week_flag(id, &flag));
+        EXPECT_EQ(kUntouched, flag);
+    }
+    for (const HostSession::Alarm& alarm : session.alarms()) {
+        if (alarm.package == "com.velmora.other") {
+            EXPECT_EQ(ALARM_ERROR_INVALID_PARAMETER, alarm_get_scheduled_date(alarm.id, &date));
+        }
+    }
+    EXPECT_EQ(ALARM_ERROR_INVALID_PARAMETER, alarm_foreach_registered_alarm(nullptr, nullptr));
+    EXPECT_EQ(ALARM_ERROR_INVALID_PARAMETER, alarm_get_scheduled_date(first, nullptr));
+    EXPECT_EQ(
+        ALARM_ERROR_INVALID_PARAMETER, alarm_get_scheduled_recurrence_week_flag(first, nullptr));
+}
+
+TEST_F(AlarmModuleTest, ARequestBeyondTheLimitIsRefusedWithALineThatNamesIt)
+{
+    app_control_add_extra_data(request.get(), "text", std::string(70000, 'x').c_str());
+
+    expectRefused(ALARM_ERROR_OUT_OF_MEMORY, timeOfDay(7, 0, 0));
+
+    EXPECT_TRUE(session.waitFor([this] {
+        return session.logText().find("bytes; it may have 65536") != std::string::npos;
+    }));
 }
 
 TEST_F(AlarmModuleTest, ARegistrationOutlivesTheService)

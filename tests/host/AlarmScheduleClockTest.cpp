@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-using testing::HasSubstr;
+using testing::ElementsAre;
 using testing::StartsWith;
 
 namespace {
@@ -17,7 +17,7 @@ TEST_F(AlarmScheduleClockTest, RingsLateWithinHalfAnHour)
     runDue();
 
     ASSERT_EQ(1u, launches.size());
-    EXPECT_THAT(launches[0].once, HasSubstr(std::to_string(at("2026-11-21 07:30:00"))));
+    EXPECT_EQ(at("2026-11-21 07:30:00"), schedule().list().at(0).due);
     EXPECT_TRUE(schedule().tray().empty());
 }
 
@@ -33,7 +33,9 @@ TEST_F(AlarmScheduleClockTest, ReportsAOneShotAsMissedAfterHalfAnHour)
     const std::vector<host::TrayEntry> tray = schedule().tray();
     ASSERT_EQ(1u, tray.size());
     EXPECT_EQ(clock, tray[0].posted);
-    EXPECT_EQ("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30", tray[0].text);
+    EXPECT_EQ("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30: nobody was there to "
+              "launch it",
+        tray[0].text);
 }
 
 TEST_F(AlarmScheduleClockTest, AMissedRecurringOneGoesOnWithItsNextDay)
@@ -44,9 +46,8 @@ TEST_F(AlarmScheduleClockTest, AMissedRecurringOneGoesOnWithItsNextDay)
 
     EXPECT_TRUE(launches.empty());
     EXPECT_EQ(at("2026-11-22 07:30:00"), next);
-    EXPECT_EQ(
-        std::vector<std::string>{ "Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30" },
-        trayTexts());
+    EXPECT_THAT(trayTexts(),
+        ElementsAre(StartsWith("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30: ")));
 }
 
 TEST_F(AlarmScheduleClockTest, RingsTodayAfterDaysWithoutPower)
@@ -57,7 +58,7 @@ TEST_F(AlarmScheduleClockTest, RingsTodayAfterDaysWithoutPower)
     runDue();
 
     ASSERT_EQ(1u, launches.size());
-    EXPECT_THAT(launches[0].once, HasSubstr(std::to_string(at("2026-11-27 07:30:00"))));
+    EXPECT_EQ(at("2026-11-27 07:30:00"), schedule().list().at(0).due);
     EXPECT_EQ(1u, schedule().tray().size());
     deliverAll();
     EXPECT_EQ(at("2026-11-28 07:30:00"), next);
@@ -71,10 +72,9 @@ TEST_F(AlarmScheduleClockTest, KeepsTheTrayAcrossRestarts)
     runDue();
     open();
 
-    EXPECT_EQ(
-        (std::vector<std::string>{ "Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30",
-            "Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:40" }),
-        trayTexts());
+    EXPECT_THAT(trayTexts(),
+        ElementsAre(StartsWith("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30: "),
+            StartsWith("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:40: ")));
 }
 
 TEST_F(AlarmScheduleClockTest, DoesNotRingTwiceWhenTheClockIsSetBack)
@@ -122,7 +122,6 @@ TEST_F(AlarmScheduleClockTest, RingsAgainWhenTheClockWasADayAhead)
 
     ASSERT_EQ(1u, launches.size());
     EXPECT_NE(once, launches[0].once); // or the receiver would drop it
-    EXPECT_THAT(launches[0].once, StartsWith(once));
 }
 
 TEST_F(AlarmScheduleClockTest, RingsAgainWhenTheClockWentFarBackWhileTheDaemonWasAway)

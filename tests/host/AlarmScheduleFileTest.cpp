@@ -7,6 +7,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 namespace fs = std::filesystem;
@@ -27,7 +28,98 @@ TEST_F(AlarmScheduleFileTest, MovesADamagedFileAsideAndStartsEmpty)
     EXPECT_EQ(20000u, fs::file_size(path() + ".damaged-1"));
     ASSERT_EQ(1u, logLines.size());
     EXPECT_THAT(logLines[0], StartsWith("The registered alarms are lost: " + path()));
+    EXPECT_THAT(trayTexts(), ElementsAre(logLines[0]));
     EXPECT_GT(ringAt(7, 30, 0), lost);
+}
+
+TEST_F(AlarmScheduleFileTest, ALostFileIsToldOfAndItsIdsAreNotGivenAgain)
+{
+    int last = 0;
+    for (int minute = 0; minute < 30; ++minute)
+        last = ringAt(7, minute, 0);
+    close();
+    for (const char* part : { "", "-wal", "-shm" })
+        fs::remove(path() + part);
+
+    open();
+
+    EXPECT_THAT(trayTexts(),
+        ElementsAre("The registered alarms are lost: " + path() + " is not there any more"));
+    EXPECT_EQ(trayTexts(), logLines);
+    EXPECT_GT(ringAt(7, 30, 0), last);
+}
+
+TEST_F(AlarmScheduleFileTest, ANewFileIsNoLoss)
+{
+    EXPECT_TRUE(schedule().tray().empty());
+    EXPECT_TRUE(logLines.empty());
+}
+
+TEST_F(AlarmScheduleFileTest, WhereTheMarkIsLostTooIdsGoByTheClock)
+{
+    const int lost = ringAt(7, 30, 0);
+    close();
+    fs::remove(path());
+    idMark = 0;
+    pass(60);
+
+    open();
+
+    EXPECT_GT(ringAt(7, 30, 0), lost);
+}
+
+TEST_F(AlarmScheduleFileTest, AnEarlierFileThatIsPutBackGivesNoIdAgain)
+{
+    ringAt(7, 30, 0);
+    close();
+    fs::copy(path(), path() + ".copy");
+    open();
+    int last = 0;
+    for (int i = 0; i < 1500; ++i)
+        last = ringAt(7, 30, 0);
+    close();
+    fs::rename(path() + ".copy", path());
+
+    open();
+
+    EXPECT_GT(ringAt(7, 30, 0), last);
+}
+
+TEST_F(AlarmScheduleFileTest, AFileThatWasJustMadeWhenTheDaemonDiedIsNoReasonToBeginAtOne)
+{
+    const int lost = ringAt(7, 30, 0);
+    close();
+    std::ofstream(path(), std::ios::trunc);
+
+    open();
+
+    EXPECT_GT(ringAt(7, 30, 0), lost);
+}
+
+TEST_F(AlarmScheduleFileTest, AFileOfAnEarlierVersionIsTakenOver)
+{
+    const int id = ringAt(7, 30, kEveryDay);
+    close();
+    {
+        SQLite::Database file(path(), SQLite::OPEN_READWRITE, 1000);
+        file.exec("ALTER TABLE alarms DROP COLUMN secret");
+    }
+    open();
+
+    passUntil("2026-11-21 07:30:00");
+    runDue();
+    ASSERT_EQ(1u, launches.size());
+    EXPECT_EQ(id, launches[0].id);
+    EXPECT_EQ(32u, schedule().list().at(0).secret.size());
+}
+
+TEST_F(AlarmScheduleFileTest, NobodyElseMayReadTheFile)
+{
+    ringAt(7, 30, 0);
+    for (const char* part : { "", "-wal", "-shm" })
+        EXPECT_EQ(
+            fs::perms::owner_read | fs::perms::owner_write, fs::status(path() + part).permissions())
+            << part;
 }
 
 TEST_F(AlarmScheduleFileTest, FindsDamageInsideTheFile)

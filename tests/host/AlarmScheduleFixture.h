@@ -61,9 +61,10 @@ protected:
     {
         close();
         launches.clear();
-        _schedule = std::make_unique<host::AlarmSchedule>(path(),
-            host::Clock{ [this] { return clock; }, [this] { return _elapsed; } }, zone,
-            [this](const host::Launch& launch) { launches.push_back(launch); });
+        _schedule = std::make_unique<host::AlarmSchedule>(
+            path(), host::Clock{ [this] { return clock; }, [this] { return _elapsed; } }, zone,
+            [this](const host::Launch& launch) { launches.push_back(launch); },
+            host::IdMark{ [this] { return idMark; }, [this](int mark) { idMark = mark; } });
     }
 
     std::int64_t at(const std::string& local) const
@@ -124,6 +125,7 @@ protected:
     std::int64_t clock = 0;
     std::vector<host::Launch> launches;
     std::optional<std::int64_t> next;
+    int idMark = 0;
 
 private:
     std::string _folder;

@@ -1,12 +1,19 @@
 #include "AlarmScheduleFixture.h"
 
 #include <app_alarm.h>
+#include <gmock/gmock.h>
 #include <set>
 
 using host::Alarm;
+using host::AlarmSchedule;
 using host::AlarmTime;
 using host::Launch;
 using host::LaunchResult;
+using host::LimitExceeded;
+using testing::Each;
+using testing::ElementsAre;
+using testing::MatchesRegex;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -63,7 +70,7 @@ TEST_F(AlarmScheduleTest, LaunchesTheRequestWithTheIdAtTheSecond)
     host::Entries expected = requestFor(kTarget);
     expected.emplace_back(APP_CONTROL_DATA_ALARM_ID, std::to_string(id));
     EXPECT_EQ(expected, launches[0].request);
-    EXPECT_EQ("alarm:" + std::to_string(id) + ":" + std::to_string(clock), launches[0].once);
+    EXPECT_FALSE(launches[0].once.empty());
 }
 
 TEST_F(AlarmScheduleTest, ReplacesAnIdThatTheRequestBrought)
@@ -167,9 +174,13 @@ TEST_F(AlarmScheduleTest, CarriesOnAfterARefusedLaunch)
     EXPECT_EQ(at("2026-11-22 07:30:00"), next);
     EXPECT_EQ(1u, schedule().list().size());
     ASSERT_EQ(2u, logLines.size());
-    EXPECT_EQ("The alert of alarm 1 for com.velmora.alarm-alert cannot be launched: "
-              "no such application",
+    EXPECT_EQ("The alert of alarm " + std::to_string(once)
+            + " for com.velmora.alarm-alert cannot be launched: no such application",
         logLines[0]);
+    EXPECT_THAT(trayTexts(),
+        Each("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30: it cannot be launched: "
+             "no such application"));
+    EXPECT_EQ(2u, trayTexts().size());
 }
 
 TEST_F(AlarmScheduleTest, SendsALostAlertAgainAfterLongerAndLongerPauses)
@@ -225,12 +236,13 @@ TEST_F(AlarmScheduleTest, ReportsAnAlertAsMissedThatNobodyAnswersForHalfAnHour)
 
     EXPECT_EQ(2u, launches.size());
     EXPECT_EQ(at("2026-11-22 07:30:00"), next);
-    EXPECT_EQ("The alert of alarm 1 for com.velmora.alarm-alert was sent 2 times and never "
-              "answered: no reply",
+    EXPECT_EQ("The alert of alarm " + std::to_string(id)
+            + " for com.velmora.alarm-alert was sent 2 times and never answered: no reply",
         logLines.back());
-    EXPECT_EQ(
-        std::vector<std::string>{ "Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30" },
-        trayTexts());
+    EXPECT_THAT(trayTexts(),
+        ElementsAre(
+            "Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30: it was sent 2 times "
+            "and never answered: no reply"));
 }
 
 TEST_F(AlarmScheduleTest, ACancelledAlertIsNotSentAgain)
@@ -341,6 +353,94 @@ TEST_F(AlarmScheduleTest, LaunchesAllThatAreDueInOneSecond)
     EXPECT_EQ(expected, rung);
     EXPECT_LE(most, 64u);
     EXPECT_TRUE(schedule().list().empty());
+}
+
+TEST_F(AlarmScheduleTest, ManyAlertsOfOneApplicationDoNotHoldUpAnothers)
+{
+    const auto ringOther = [this](int minute) {
+        return schedule().schedule(
+            kPackage, requestFor("com.velmora.other"), { 7, minute, 0, 0, {} });
+    };
+    for (int i = 0; i < 200; ++i)
+        ringOther(30);
+    ringAt(7, 30, 0);
+    ringAt(7, 31, 0);
+    passUntil("2026-11-21 07:30:00");
+    runDue();
+
+    EXPECT_EQ(65u, launches.size());
+    EXPECT_EQ(kTarget, launches.back().application);
+    passUntil("2026-11-21 07:31:00");
+    runDue();
+    ASSERT_EQ(66u, launches.size());
+    EXPECT_EQ(kTarget, launches.back().application);
+
+    schedule().answered(launches[0].id, LaunchResult::Delivered, "");
+    runDue();
+    ASSERT_EQ(67u, launches.size());
+    EXPECT_EQ("com.velmora.other", launches.back().application);
+
+    passUntil("2026-11-21 08:00:00");
+    runDue();
+    EXPECT_EQ(
+        "Missed alarm of com.velmora.other at 2026-11-21 07:30: earlier ones are not answered",
+        trayTexts().back());
+}
+
+TEST_F(AlarmScheduleTest, NobodyForeseesTheTextOfAnAlert)
+{
+    ringAt(7, 30, kEveryDay);
+    ringAt(7, 30, kEveryDay);
+    passUntil("2026-11-21 07:30:00");
+    runDue();
+
+    // The registrations are alike but for their ids, which can be guessed.
+    ASSERT_EQ(2u, launches.size());
+    std::set<std::string> texts = { launches[0].once, launches[1].once };
+    fs::remove(path());
+    idMark = 0;
+    setClock("2026-11-20 12:00:00");
+    open();
+    ringAt(7, 30, kEveryDay);
+    passUntil("2026-11-21 07:30:00");
+    runDue();
+    texts.insert(launches.at(0).once);
+    EXPECT_EQ(3u, texts.size());
+    EXPECT_THAT(texts, Each(MatchesRegex("[0-9a-f]{64}")));
+}
+
+TEST_F(AlarmScheduleTest, APackageHasTenThousandAlarmsAtTheMost)
+{
+    for (int i = 0; i < AlarmSchedule::kMostAlarms; ++i)
+        ringAt(7, 30, 0);
+
+    try {
+        ringAt(7, 30, 0);
+        FAIL() << "was registered";
+    } catch (const LimitExceeded& error) {
+        EXPECT_STREQ("com.velmora.alarm has 10000 alarms, which is the most", error.what());
+    }
+    EXPECT_GT(
+        schedule().schedule("com.velmora.other", requestFor(kTarget), { 7, 30, 0, 0, {} }), 0);
+    schedule().cancel(kPackage, schedule().list().front().id);
+    EXPECT_GT(ringAt(7, 30, 0), 0);
+}
+
+TEST_F(AlarmScheduleTest, ARequestHas64KilobytesAtTheMost)
+{
+    host::Entries request = requestFor(kTarget);
+    request.emplace_back("text", "");
+    request.back().second.assign(host::kLongestRequest - host::sizeOf(request), 'x');
+    EXPECT_GT(schedule().schedule(kPackage, request, { 7, 30, 0, 0, {} }), 0);
+
+    request.back().second += 'x';
+    try {
+        schedule().schedule(kPackage, request, { 7, 30, 0, 0, {} });
+        FAIL() << "was registered";
+    } catch (const LimitExceeded& error) {
+        EXPECT_STREQ("The request has 65537 bytes; it may have 65536", error.what());
+    }
+    EXPECT_EQ(1u, schedule().list().size());
 }
 
 struct BadCase {

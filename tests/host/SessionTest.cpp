@@ -31,8 +31,10 @@ protected:
         return directory.file(folder + "/" + name);
     }
 
-    static std::string identityOf(const std::string& program, const Environment& changes = {})
+    // Who the program is in the session of the directory.
+    std::string identityOf(const std::string& program, Environment changes = {}) const
     {
+        changes.emplace("ALARM_HOST_HOME", directory.path());
         const CommandResult result = runCommand(inEnvironment(changes, { program, "identity" }));
         EXPECT_EQ(0, result.status) << result.err;
         return result.out;
@@ -128,12 +130,45 @@ TEST_F(SessionTest, ALinkDoesNotRenameAnApplication)
     EXPECT_EQ("com.velmora.alarm|com.velmora.alarm-alert", identityOf(directory.file("alert")));
 }
 
+TEST_F(SessionTest, AProgramMayBeInstalledByALink)
+{
+    const std::string program = installed("elsewhere", "com.velmora.alarm-test");
+    const std::string tool = installed("elsewhere", "tool");
+    fs::create_directories(directory.file("packages/com.velmora.alarm/bin"));
+    for (const std::string& each : { program, tool })
+        fs::create_symlink(each,
+            directory.file("packages/com.velmora.alarm/bin/" + fs::path(each).filename().string()));
+
+    EXPECT_EQ("com.velmora.alarm|com.velmora.alarm-test", identityOf(program));
+    EXPECT_EQ(
+        "com.velmora.alarm|", identityOf(tool, { { "ALARM_HOST_PACKAGE", "com.velmora.other" } }));
+}
+
+TEST_F(SessionTest, AProgramThatLiesAsAnInstalledOneDoesIsNotInstalled)
+{
+    const std::string program = installed("elsewhere/com.velmora.alarm/bin", "com.velmora.alarm");
+
+    EXPECT_EQ("|", identityOf(program, { { "ALARM_HOST_PACKAGE", std::nullopt } }));
+}
+
+TEST_F(SessionTest, AProgramThatIsReplacedWhileItRunsIsStillItself)
+{
+    const std::string program = directory.file("program");
+    fs::copy("/bin/sleep", program);
+    const BackgroundCommand running({ program, "100" });
+    EXPECT_EQ(program, host::programOfProcess(running.pid()));
+
+    fs::remove(program);
+
+    EXPECT_EQ(program, host::programOfProcess(running.pid()));
+    EXPECT_EQ("", host::programOfProcess(0));
+}
+
 TEST_F(SessionTest, AnyOtherProgramIsOfTheNamedPackage)
 {
     const Environment named = { { "ALARM_HOST_PACKAGE", "com.velmora.alarm" } };
 
     EXPECT_EQ("com.velmora.alarm|", identityOf(HOST_PROBE, named));
-    EXPECT_EQ("com.velmora.alarm|", identityOf(installed("ro/com.velmora.x/bin", "tool"), named));
     EXPECT_EQ("com.velmora.alarm|",
         identityOf(installed("ro/com.velmora.x/lib", "com.velmora.x"), named));
     EXPECT_EQ("com.velmora.alarm|", identityOf(installed("host/bin", "hostctl"), named));

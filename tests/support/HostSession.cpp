@@ -60,7 +60,17 @@ HostSession::HostSession()
 {
     if (!getenv("ALARM_HOST_HOME"))
         throw std::runtime_error("This test needs a session; run it under host-session");
+    installProgram(host::identity().package, host::programOfProcess(getpid()));
     host::serveBusOnLoop();
+}
+
+void HostSession::installProgram(const std::string& package, const std::string& executable)
+{
+    const std::string folder = host::homePath() + "packages/" + package + "/bin/";
+    fs::create_directories(folder);
+    const std::string link = folder + fs::path(executable).filename().string();
+    if (!fs::exists(link))
+        fs::create_symlink(executable, link);
 }
 
 void HostSession::setKey(const std::string& key, const host::SettingValue& value)

@@ -15,8 +15,12 @@
  */
 class HostSession {
 public:
-    /// Throws std::runtime_error outside a session, sdbus::Error without its bus.
+    /// Installs the test as a program of its package, before it connects to the bus. Throws
+    /// std::runtime_error outside a session, sdbus::Error without its bus.
     HostSession();
+
+    /// Makes an executable file a program of the package, from its next start on.
+    static void installProgram(const std::string& package, const std::string& executable);
 
     /// Writes a setting of the device: setKey("db/...", 1), (..., true) or (..., "text").
     void setKey(const std::string& key, const host::SettingValue& value);

@@ -1,4 +1,6 @@
+#include "host/common/Session.h"
 #include "RingStory.h"
+#include "TempDir.h"
 
 #include <AlarmDbModel.h>
 #include <AlarmManagerModel.h>
@@ -6,9 +8,18 @@
 #include <app_alarm.h>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <gmock/gmock.h>
 #include <memory>
 
+using testing::MatchesRegex;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
 namespace {
+
+const char* const kAlert = "com.velmora.alarm-alert";
+const char* const kPhone = "com.velmora.alarm-phone";
 
 std::vector<int> idsOf(const std::vector<HostSession::Alarm>& alarms)
 {
@@ -97,6 +108,58 @@ TEST_F(DaemonTest, AlarmOfAnAbsentApplicationIsLoggedAndTheNextRings)
     EXPECT_EQ(daemon, session.daemonPid());
     const std::vector<int> registered = idsOf(session.alarms());
     EXPECT_EQ(0, std::count(registered.begin(), registered.end(), absent));
+    ASSERT_EQ(1U, session.tray().size());
+    EXPECT_THAT(session.tray()[0].text,
+        MatchesRegex("Missed alarm of com.velmora.absent at .*: it cannot be launched: .*"));
+}
+
+TEST_F(DaemonTest, AlarmRingsWhoseProgramIsMissingForAMoment)
+{
+    const TempDir place;
+    const std::string program = place.file("alert");
+    session.installApplication(kAlert, program);
+    const AlarmDbData alarm = setAlarm(secondAfter(300));
+    const std::string again = "The alert of alarm " + std::to_string(alarm.alarm_mgr_id) + " for "
+        + kAlert + " was not answered and is sent again";
+    ASSERT_TRUE(waitForLog(again));
+
+    fs::create_symlink(host::programOf(kAlert), program);
+
+    EXPECT_TRUE(waitForRing(alarm.id));
+    EXPECT_TRUE(session.tray().empty());
+}
+
+TEST_F(DaemonTest, ApplicationThatHangsHoldsUpNoOthersAlarm)
+{
+    ASSERT_EQ(0, runCommand({ "hostctl", "launch", kPhone }).status);
+    const pid_t hanging = session.pidOf(kPhone);
+    ASSERT_NE(0, hanging);
+    kill(hanging, SIGSTOP);
+    const time_t instant = secondAfter(1500);
+    for (int i = 0; i < 100; ++i)
+        registerApplication(kPhone, instant);
+    const AlarmDbData alarm = setAlarm(instant);
+
+    EXPECT_TRUE(waitForRing(alarm.id));
+
+    kill(hanging, SIGCONT);
+}
+
+TEST_F(DaemonTest, LostRegistrationsAreToldOfAndNoOldIdRingsAnAlarm)
+{
+    const AlarmDbData lost = setAlarm(time(nullptr) + 3600);
+    const pid_t daemon = session.daemonPid();
+    for (const char* part : { "", "-wal", "-shm" })
+        fs::remove(host::homePath() + "alarms.db" + part);
+
+    session.killDaemon();
+    ASSERT_TRUE(waitForNewDaemon(daemon));
+
+    EXPECT_TRUE(session.alarms().empty());
+    ASSERT_EQ(1U, session.tray().size());
+    EXPECT_THAT(session.tray()[0].text, StartsWith("The registered alarms are lost: "));
+    EXPECT_TRUE(waitForLog("The registered alarms are lost: "));
+    EXPECT_GT(setAlarm(time(nullptr) + 3600).alarm_mgr_id, lost.alarm_mgr_id);
 }
 
 TEST_F(DaemonTest, AlarmFollowsTheZone)

@@ -105,7 +105,7 @@ TEST(HostctlTest, LaunchSaysWhyTheRequestWasNotTaken)
     expectError(hostctl({ "launch", "com.velmora.none" }), 1,
         "this session has no application com.velmora.none");
     // Not the name of any application, and the bus says so.
-    expectError(hostctl({ "launch", "nonsense" }), 1, "nonsense did not take the request: ");
+    expectError(hostctl({ "launch", "nonsense" }), 1, "this session has no application nonsense");
 
     HostSession().installApplication("com.velmora.broken", "/bin/false");
     expectError(hostctl({ "launch", "com.velmora.broken" }), 1,

@@ -1,18 +1,20 @@
 #include "app_alarm.h"
 #include "host/common/Handles.h"
 #include "host/common/Log.h"
-#include "host/common/Session.h"
 #include "host/common/Wire.h"
 
 #include <com.velmora.host.Alarm-proxy.h>
+#include <map>
+#include <optional>
+#include <string>
 
 namespace {
 
 const int kAllDays = 0x7F;
 const int kFirstYear = 1900;
 const int kLastYear = 9999;
-const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
 
+using OwnAlarm = sdbus::Struct<int32_t, int64_t, int32_t>;
 using AlarmProxy = host::DaemonProxy<com::velmora::host::Alarm_proxy>;
 
 bool isIn(int value, int low, int high) { return value >= low && value <= high; }
@@ -46,7 +48,18 @@ int checkTime(const tm& date)
     return ALARM_ERROR_NONE;
 }
 
-// Runs a call to the alarm service; only a refused argument is the caller's fault.
+int codeOf(const sdbus::Error& error)
+{
+    static const std::map<std::string, int> codes = {
+        { "org.freedesktop.DBus.Error.InvalidArgs", ALARM_ERROR_INVALID_PARAMETER },
+        { "org.freedesktop.DBus.Error.LimitsExceeded", ALARM_ERROR_OUT_OF_MEMORY },
+        { "org.freedesktop.DBus.Error.AccessDenied", ALARM_ERROR_NOT_PERMITTED_APP },
+    };
+    const auto found = codes.find(error.getName());
+    return found == codes.end() ? ALARM_ERROR_CONNECTION_FAIL : found->second;
+}
+
+// Runs a call to the alarm service.
 template <typename Call>
 int askService(Call call)
 {
@@ -56,9 +69,27 @@ int askService(Call call)
         return ALARM_ERROR_NONE;
     } catch (const sdbus::Error& error) {
         host::logError("alarm service: " + error.getMessage());
-        return error.getName() == kInvalidArgs ? ALARM_ERROR_INVALID_PARAMETER
-                                               : ALARM_ERROR_CONNECTION_FAIL;
+        return codeOf(error);
     }
+}
+
+// Hands over the registration, which is one of the package.
+template <typename Use>
+int withOwn(int id, Use use)
+{
+    std::optional<OwnAlarm> found;
+    const int code = askService([&](AlarmProxy& service) {
+        for (const OwnAlarm& alarm : service.Own()) {
+            if (alarm.get<0>() == id)
+                found = alarm;
+        }
+    });
+    if (code != ALARM_ERROR_NONE)
+        return code;
+    if (!found)
+        return ALARM_ERROR_INVALID_PARAMETER;
+    use(*found);
+    return ALARM_ERROR_NONE;
 }
 
 } // namespace
@@ -79,8 +110,8 @@ extern "C" int alarm_schedule_with_recurrence_week_flag(
     if (!hasNoDate(*date))
         day = { date->tm_year + 1900, date->tm_mon + 1, date->tm_mday };
     return askService([&](AlarmProxy& service) {
-        *alarm_id = service.Schedule(host::identity().package, host::toWire(entries), day,
-            { date->tm_hour, date->tm_min, date->tm_sec }, week_flag);
+        *alarm_id = service.Schedule(
+            host::toWire(entries), day, { date->tm_hour, date->tm_min, date->tm_sec }, week_flag);
     });
 }
 
@@ -88,6 +119,36 @@ extern "C" int alarm_cancel(int alarm_id)
 {
     if (alarm_id <= 0)
         return ALARM_ERROR_INVALID_PARAMETER;
-    return askService(
-        [=](AlarmProxy& service) { service.Cancel(host::identity().package, alarm_id); });
+    return askService([=](AlarmProxy& service) { service.Cancel(alarm_id); });
+}
+
+extern "C" int alarm_foreach_registered_alarm(alarm_registered_alarm_cb callback, void* user_data)
+{
+    if (!callback)
+        return ALARM_ERROR_INVALID_PARAMETER;
+    std::vector<OwnAlarm> alarms;
+    const int code = askService([&](AlarmProxy& service) { alarms = service.Own(); });
+    for (const OwnAlarm& alarm : alarms) {
+        if (!callback(alarm.get<0>(), user_data))
+            break;
+    }
+    return code;
+}
+
+extern "C" int alarm_get_scheduled_date(int alarm_id, struct tm* date)
+{
+    if (!date)
+        return ALARM_ERROR_INVALID_PARAMETER;
+    return withOwn(alarm_id, [=](const OwnAlarm& alarm) {
+        const time_t next = alarm.get<1>();
+        tzset();
+        localtime_r(&next, date);
+    });
+}
+
+extern "C" int alarm_get_scheduled_recurrence_week_flag(int alarm_id, int* week_flag)
+{
+    if (!week_flag)
+        return ALARM_ERROR_INVALID_PARAMETER;
+    return withOwn(alarm_id, [=](const OwnAlarm& alarm) { *week_flag = alarm.get<2>(); });
 }

@@ -1,12 +1,13 @@
 #include "app_control.h"
 
 #include "host/common/ApplicationPort.h"
-#include "host/common/Bus.h"
 #include "host/common/Handles.h"
 #include "host/common/Log.h"
+#include "host/common/Wire.h"
 
 #include <algorithm>
 #include <app_control_internal.h>
+#include <com.velmora.host.Applications-proxy.h>
 #include <cstring>
 #include <new>
 #include <sdbus-c++/sdbus-c++.h>
@@ -15,6 +16,8 @@ using host::ApplicationPort;
 using host::Entries;
 
 namespace {
+
+using ApplicationsProxy = host::DaemonProxy<com::velmora::host::Applications_proxy>;
 
 Entries::iterator entryOf(Entries& entries, const std::string& key)
 {
@@ -120,7 +123,9 @@ extern "C" int app_control_get_caller(app_control_h app_control, char** id)
     if (app_control->sender.empty())
         return APP_CONTROL_ERROR_KEY_NOT_FOUND;
     try {
-        const std::string caller = host::applicationOf(app_control->sender);
+        std::string package;
+        std::string caller;
+        std::tie(package, caller) = ApplicationsProxy().Identify(app_control->sender);
         if (caller.empty())
             return APP_CONTROL_ERROR_KEY_NOT_FOUND;
         char* copy = strdup(caller.c_str());
@@ -161,6 +166,11 @@ extern "C" int app_control_send_launch_request(
         : nullptr;
     if (!application || application->empty())
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    if (host::sizeOf(app_control->data.entries) > host::kLongestRequest) {
+        host::logError("launching " + *application + " failed: a request may have "
+            + std::to_string(host::kLongestRequest) + " bytes");
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    }
     try {
         ApplicationPort::instance().launch(
             *application, app_control->data.entries, answerTo(app_control, callback, user_data));

@@ -1,0 +1,236 @@
+#include "host/daemon/Applications.h"
+
+#include "host/common/Bus.h"
+#include "host/common/Log.h"
+#include "host/common/Peers.h"
+
+#include <spawn.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace host {
+
+namespace {
+
+const char* const kBusName = "org.freedesktop.DBus";
+const char* const kUnknown = "org.freedesktop.DBus.Error.ServiceUnknown";
+const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
+const char* const kNoReply = "org.freedesktop.DBus.Error.NoReply";
+const size_t kMostRemembered = 10000;
+const double kStartSeconds = 10;
+
+// The bus stamps its own signals; nothing may be thrown into the bus library.
+sdbus::Slot watchBus(const char* member, std::function<void(sdbus::Message&)> handler)
+{
+    return bus().addMatch(
+        std::string("type='signal',sender='org.freedesktop.DBus',member='") + member + "'",
+        [handler](sdbus::Message& message) {
+            if (message.getSender() != "org.freedesktop.DBus")
+                return;
+            try {
+                handler(message);
+            } catch (const std::exception& error) {
+                logWarning(error.what());
+            }
+        });
+}
+
+bool isUnique(const std::string& name) { return !name.empty() && name.front() == ':'; }
+
+} // namespace
+
+Applications::Applications()
+    : _bus(sdbus::createProxy(bus(), kBusName, "/org/freedesktop/DBus"))
+    , _changes(watchBus("NameOwnerChanged", [this](sdbus::Message& change) {
+        std::string name;
+        std::string before;
+        std::string after;
+        change >> name >> before >> after;
+        _ownerChanged(name, before, after);
+    }))
+{
+    std::vector<std::string> names;
+    _bus->callMethod("ListNames").onInterface(kBusName).storeResultsTo(names);
+    for (const std::string& name : names) {
+        if (isUnique(name)) {
+            (void)_clientOf(name);
+        } else if (const std::string owner = ownerOf(name); !owner.empty()) {
+            _owners[name] = owner;
+        }
+    }
+}
+
+Identity Applications::who(const std::string& connection)
+{
+    return isUnique(connection) ? _clientOf(connection).identity : Identity();
+}
+
+void Applications::find(const std::string& application, Found found)
+{
+    const std::string running = _runningOf(application);
+    if (!running.empty()) {
+        found(running, nullptr);
+        return;
+    }
+    Search& search = _searches[application];
+    search.waiting.push_back(std::move(found));
+    if (search.waiting.size() > 1)
+        return;
+    if (_owners.count(application) != 0) {
+        _startProgram(application);
+    } else {
+        _startByBus(application);
+    }
+}
+
+// The bus knows no such service, or its name could be none.
+bool Applications::isUnknown(const std::string& application, const sdbus::Error& error)
+{
+    return (error.getName() == kUnknown || error.getName() == kInvalidArgs)
+        && programOf(application).empty();
+}
+
+void Applications::ready(const std::string& connection)
+{
+    const std::string application = who(connection).application;
+    if (application.empty())
+        return;
+    _nameless[application] = connection;
+    _look(application);
+}
+
+void Applications::ending(const std::string& connection) { _clientOf(connection).isEnding = true; }
+
+Applications::Client& Applications::_clientOf(const std::string& connection)
+{
+    const auto found = _clients.find(connection);
+    if (found != _clients.end())
+        return found->second;
+    const pid_t process = processOf(connection);
+    Client& client = _clients[connection];
+    if (process != 0) {
+        client.identity = identityOfProgram(programOfProcess(process));
+    } else {
+        _remember(connection);
+    }
+    return client;
+}
+
+void Applications::_ownerChanged(
+    const std::string& name, const std::string& before, const std::string& after)
+{
+    if (!isUnique(name)) {
+        _owners.erase(name);
+        if (!after.empty()) {
+            _owners[name] = after;
+            _look(name);
+        }
+        return;
+    }
+    const Client client = _clientOf(name);
+    if (before.empty() || !after.empty())
+        return;
+    _remember(name);
+    const std::string& application = client.identity.application;
+    const auto nameless = _nameless.find(application);
+    if (nameless != _nameless.end() && nameless->second == name)
+        _nameless.erase(nameless);
+    if (!application.empty() && _ended)
+        _ended(application, client.isEnding);
+}
+
+void Applications::_remember(const std::string& connection)
+{
+    _remembered.push_back(connection);
+    if (_remembered.size() <= kMostRemembered)
+        return;
+    _clients.erase(_remembered.front());
+    _remembered.pop_front();
+}
+
+// The connection that takes the application's requests; empty when there is none.
+std::string Applications::_runningOf(const std::string& application)
+{
+    for (const auto* connections : { &_owners, &_nameless }) {
+        const auto found = connections->find(application);
+        if (found != connections->end() && who(found->second).application == application)
+            return found->second;
+    }
+    return "";
+}
+
+// Ends the search for an application that has come up.
+void Applications::_look(const std::string& application)
+{
+    const auto search = _searches.find(application);
+    if (search == _searches.end())
+        return;
+    const std::string running = _runningOf(application);
+    if (!running.empty()) {
+        _settle(application, running, nullptr);
+    } else if (!search->second.limit) {
+        _startProgram(application);
+    }
+}
+
+void Applications::_startByBus(const std::string& application)
+{
+    const auto started = [this, application](const sdbus::Error* error, std::uint32_t) {
+        const sdbus::Error ended(kNoReply, application + " has ended at once");
+        if (_searches.count(application) == 0)
+            return; // it has been found meanwhile
+        if (error || _owners.count(application) == 0)
+            _settle(application, "", error ? error : &ended);
+        else
+            _look(application);
+    };
+    try {
+        _bus->callMethodAsync("StartServiceByName")
+            .onInterface(kBusName)
+            .withArguments(application, std::uint32_t{ 0 })
+            .uponReplyInvoke(started);
+    } catch (const sdbus::Error&) {
+        const sdbus::Error unsendable(kInvalidArgs, "No application can have such an id");
+        _settle(application, "", &unsendable);
+    }
+}
+
+// For an application whose name another program holds.
+void Applications::_startProgram(const std::string& application)
+{
+    std::string program = programOf(application);
+    if (program.empty()) {
+        const sdbus::Error unknown(kUnknown, "No installed application has the id " + application);
+        _settle(application, "", &unknown);
+        return;
+    }
+    const pid_t process = processOf(_owners[application]);
+    logWarning("The name " + application + " is held by process " + std::to_string(process) + " ("
+        + programOfProcess(process)
+        + "), which is not its program; that one is started without it");
+    pid_t child = 0;
+    char* const arguments[] = { program.data(), nullptr };
+    const int failure = posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments, environ);
+    if (failure != 0) {
+        const sdbus::Error failed("org.freedesktop.DBus.Error.Spawn.ExecFailed",
+            program + ": " + std::generic_category().message(failure));
+        _settle(application, "", &failed);
+        return;
+    }
+    _searches[application].limit = std::make_unique<Timer>(kStartSeconds, [this, application] {
+        const sdbus::Error late(kNoReply, application + " was started and takes no requests");
+        _settle(application, "", &late);
+    });
+}
+
+void Applications::_settle(
+    const std::string& application, const std::string& connection, const sdbus::Error* error)
+{
+    auto search = _searches.extract(application);
+    if (search.empty())
+        return;
+    for (const Found& found : search.mapped().waiting)
+        found(connection, error);
+}
+
+} // namespace host

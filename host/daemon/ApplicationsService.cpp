@@ -1,0 +1,41 @@
+#include "host/daemon/ApplicationsService.h"
+
+#include "host/common/Bus.h"
+#include "host/daemon/ClientWatch.h"
+
+namespace host {
+
+ApplicationsService::ApplicationsService(Applications& applications)
+    : AdaptorInterfaces(bus(), kDaemonPath)
+    , _applications(applications)
+{
+    registerAdaptor();
+}
+
+ApplicationsService::~ApplicationsService() { unregisterAdaptor(); }
+
+std::tuple<std::string, std::string> ApplicationsService::Identify(const std::string& connection)
+{
+    const Identity identity = _applications.who(connection);
+    return { identity.package, identity.application };
+}
+
+void ApplicationsService::Find(sdbus::Result<std::string>&& found, std::string application)
+{
+    // Found may be called only once, but is copied on its way there.
+    auto answer = std::make_shared<sdbus::Result<std::string>>(std::move(found));
+    _applications.find(
+        application, [answer](const std::string& connection, const sdbus::Error* error) {
+            if (error) {
+                answer->returnError(*error);
+            } else {
+                answer->returnResults(connection);
+            }
+        });
+}
+
+void ApplicationsService::Ready() { _applications.ready(callerOf(getObject())); }
+
+void ApplicationsService::Ending() { _applications.ending(callerOf(getObject())); }
+
+} // namespace host

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "host/daemon/Applications.h"
+
+#include <com.velmora.host.Applications-adaptor.h>
+
+namespace host {
+
+/// Who is who on the session's bus; see com.velmora.host.Applications.xml.
+class ApplicationsService final
+    : public sdbus::AdaptorInterfaces<com::velmora::host::Applications_adaptor> {
+public:
+    /// applications must outlive the service.
+    explicit ApplicationsService(Applications& applications);
+    ~ApplicationsService();
+
+private:
+    std::tuple<std::string, std::string> Identify(const std::string& connection) override;
+    void Find(sdbus::Result<std::string>&& found, std::string application) override;
+    void Ready() override;
+    void Ending() override;
+
+    Applications& _applications;
+};
+
+} // namespace host

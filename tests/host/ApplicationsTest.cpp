@@ -1,0 +1,124 @@
+#include "EchoFixture.h"
+#include "host/common/Bus.h"
+#include "host/common/Session.h"
+#include "host/common/Wire.h"
+
+#include <app_alarm.h>
+#include <app_control.h>
+#include <com.velmora.host.Applications-proxy.h>
+#include <ctime>
+
+namespace {
+
+// Another process's hold on a name; what is sent to the name goes there.
+class NameHolder {
+public:
+    explicit NameHolder(const std::string& name)
+        : _connection(host::connectToBus())
+    {
+        _connection->requestName(name);
+    }
+
+private:
+    std::unique_ptr<sdbus::IConnection> _connection;
+};
+
+class ApplicationsTest : public EchoFixture {
+protected:
+    /// Registers the application for the next second but one.
+    static int ringSoon(const char* application)
+    {
+        app_control_h made = nullptr;
+        app_control_create(&made);
+        const std::unique_ptr<app_control_s, int (*)(app_control_h)> request(
+            made, app_control_destroy);
+        app_control_set_app_id(made, application);
+        app_control_add_extra_data(made, "text", "rings");
+        const time_t soon = time(nullptr) + 2;
+        tm date = {};
+        localtime_r(&soon, &date);
+        int id = -1;
+        EXPECT_EQ(ALARM_ERROR_NONE, alarm_schedule_with_recurrence_week_flag(made, &date, 0, &id));
+        return id;
+    }
+
+    bool waitForLog(const std::string& text)
+    {
+        return session.waitFor([&] { return session.logText().find(text) != std::string::npos; });
+    }
+
+    std::string applicationOf(const std::string& connection)
+    {
+        return std::get<1>(
+            host::DaemonProxy<com::velmora::host::Applications_proxy>().Identify(connection));
+    }
+};
+
+} // namespace
+
+TEST_F(ApplicationsTest, AnAlarmRingsAlthoughAnotherProgramHoldsItsApplicationsName)
+{
+    const NameHolder holder(kEcho);
+
+    ringSoon(kEcho);
+
+    expectRequests(echo, { "rings" });
+    EXPECT_TRUE(waitForLog(
+        std::string("The name ") + kEcho + " is held by process " + std::to_string(getpid())));
+    EXPECT_TRUE(session.tray().empty());
+}
+
+TEST_F(ApplicationsTest, ALaunchReachesTheApplicationAlthoughAnotherProgramHoldsItsName)
+{
+    auto holder = std::make_unique<NameHolder>(kEcho);
+
+    EXPECT_EQ(APP_CONTROL_ERROR_NONE, launch(kEcho, "first"));
+    expectRequests(echo, { "first" });
+    EXPECT_EQ(APP_CONTROL_ERROR_NONE, launch(kEcho, "second"));
+    EXPECT_EQ(APP_CONTROL_ERROR_NONE, launch(kEcho, "ends", { { "exit", "1" } }));
+    expectRequests(echo, { "first", "second", "ends" });
+    expectLines(echo, "create");
+    expectLines(echo, "result 0");
+
+    holder.reset();
+    EXPECT_EQ(APP_CONTROL_ERROR_NONE, launch(kEcho, "third"));
+    expectRequests(echo, { "first", "second", "ends", "third" });
+    EXPECT_EQ(session.pidOf(kEcho), echo.lines().back().pid);
+}
+
+TEST_F(ApplicationsTest, WhoSentARequestIsKnownWhenItHasEnded)
+{
+    const std::string gate = host::runtimePath() + "gate";
+    launch(kEcho, "busy", { { "wait", gate } });
+    expectRequests(echo, { "busy" });
+    launch(kOther, "go", { { "launch", kEcho }, { "caller", "1" }, { "exit", "1" } });
+    expectLines(other, "result 0");
+    ASSERT_TRUE(session.waitFor([this] { return session.pidOf(kOther) == 0; }));
+
+    makeFile("gate");
+
+    expectLines(echo, std::string("caller ") + kOther);
+}
+
+TEST_F(ApplicationsTest, OwningANameMakesNobodyAnApplication)
+{
+    const NameHolder holder(kOther);
+
+    EXPECT_EQ("", applicationOf(host::bus().getUniqueName()));
+    EXPECT_EQ("", applicationOf(":1.999999"));
+    EXPECT_EQ("", applicationOf(kEcho));
+    EXPECT_EQ("", applicationOf(""));
+}
+
+TEST_F(ApplicationsTest, ANewDaemonKnowsWhoIsThere)
+{
+    launch(kEcho, "first");
+    expectRequests(echo, { "first" });
+    session.killDaemon();
+    ASSERT_TRUE(session.waitFor([this] { return session.daemonPid() != 0; }));
+
+    ringSoon(kEcho);
+
+    expectRequests(echo, { "first", "rings" });
+    expectLines(echo, "create");
+}
