@@ -1,10 +1,10 @@
 #include "host/common/Bus.h"
 #include "host/common/SettingsStore.h"
+#include "host/common/Signals.h"
 #include "host/common/SoundStream.h"
 #include "host/tools/hostctl.h"
 
 #include <charconv>
-#include <com.velmora.host.Vibration-proxy.h>
 #include <com.velmora.host.Volume-proxy.h>
 #include <cstdio>
 #include <Ecore.h>
@@ -15,6 +15,7 @@ namespace {
 
 const char* const kDeviceStore = "device";
 const char* const kSpeaker = "speaker";
+const char* const kVibration = "com.velmora.host.Vibration";
 
 class VolumeProxy : public sdbus::ProxyInterfaces<com::velmora::host::Volume_proxy> {
 public:
@@ -25,22 +26,32 @@ public:
 };
 
 // Prints what the vibrator does.
-class VibrationWatch : public sdbus::ProxyInterfaces<com::velmora::host::Vibration_proxy> {
+class VibrationWatch {
 public:
     VibrationWatch()
-        : ProxyInterfaces(host::bus(), host::kDaemonName, host::kDaemonPath)
+        : _daemon(bus())
     {
-        registerProxy();
+        _print("Started", [](int pattern) { printf("started %d\n", pattern); });
+        _print("Stopped", [](int pattern) { printf("stopped %d\n", pattern); });
+        _daemon.watch(kVibration, "Buzzed", [](sdbus::Message& signal) {
+            std::int32_t pattern = 0;
+            std::int32_t milliseconds = 0;
+            signal >> pattern >> milliseconds;
+            printf("buzzed %d for %d ms\n", pattern, milliseconds);
+        });
     }
-    ~VibrationWatch() { unregisterProxy(); }
 
 private:
-    void onStarted(const std::int32_t& pattern) override { printf("started %d\n", pattern); }
-    void onBuzzed(const std::int32_t& pattern, const std::int32_t& milliseconds) override
+    void _print(const char* signal, void (*print)(int pattern))
     {
-        printf("buzzed %d for %d ms\n", pattern, milliseconds);
+        _daemon.watch(kVibration, signal, [print](sdbus::Message& message) {
+            std::int32_t pattern = 0;
+            message >> pattern;
+            print(pattern);
+        });
     }
-    void onStopped(const std::int32_t& pattern) override { printf("stopped %d\n", pattern); }
+
+    host::DaemonWatch _daemon;
 };
 
 int parseType(const std::string& name)

@@ -1,5 +1,6 @@
 #include "host/common/Bus.h"
 #include "host/common/Log.h"
+#include "host/common/Signals.h"
 #include "host/tools/hostctl.h"
 
 #include <Ecore.h>
@@ -28,22 +29,15 @@ class Supervisor {
 public:
     Supervisor()
         : _bus(sdbus::createProxy(bus(), kBusName, kBusPath))
-        , _lost(bus().addMatch(std::string("type='signal',sender='org.freedesktop.DBus',"
-                                           "member='NameOwnerChanged',arg0='")
-                  + host::kDaemonName + "'",
-              [this](sdbus::Message& change) { guarded([&] { _ownerChanged(change); }); }))
+        , _daemon(bus(), [this](const std::string& owner) { _ownerChanged(owner); })
     {
         _start();
     }
 
 private:
-    void _ownerChanged(sdbus::Message& change)
+    void _ownerChanged(const std::string& owner)
     {
-        std::string name;
-        std::string before;
-        std::string after;
-        change >> name >> before >> after;
-        if (!after.empty())
+        if (!owner.empty())
             return;
         host::logWarning("hostd is gone and is started again");
         _startSoon();
@@ -78,7 +72,7 @@ private:
     }
 
     std::unique_ptr<sdbus::IProxy> _bus;
-    sdbus::Slot _lost;
+    const host::DaemonWatch _daemon;
     double _started = 0;
 };
 

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <sdbus-c++/sdbus-c++.h>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// Reads a signal's values and acts on them. What it throws is logged and ends the handling of this
+/// signal only.
+using SignalHandler = std::function<void(sdbus::Message& signal)>;
+
+/// Calls handler for the signals of the bus itself that have this name, until the result is
+/// dropped. condition: the match rule for their arguments, such as "arg2=''".
+[[nodiscard]] sdbus::Slot watchBus(sdbus::IConnection& connection, const std::string& member,
+    const std::string& condition, SignalHandler handler);
+
+/**
+ * hostd as a connection sees it: which process it is, and its signals. Any process can send a
+ * signal of any name to anybody, so one that does not come from the owner of hostd's name is
+ * dropped. Belongs to the thread that serves the connection.
+ */
+class DaemonWatch {
+public:
+    /// owner: the unique name of hostd's connection, empty while there is none.
+    using OwnerChanged = std::function<void(const std::string& owner)>;
+
+    /// Throws sdbus::Error without a bus.
+    explicit DaemonWatch(sdbus::IConnection& connection, OwnerChanged changed = nullptr);
+    DaemonWatch(const DaemonWatch&) = delete;
+    DaemonWatch& operator=(const DaemonWatch&) = delete;
+
+    /// Calls handler for hostd's signals of this name, as long as the watch lives.
+    void watch(const std::string& interface, const std::string& member, SignalHandler handler);
+
+    const std::string& owner() const { return _owner; }
+
+private:
+    sdbus::IConnection& _connection;
+    std::string _owner;
+    std::vector<sdbus::Slot> _slots;
+};
+
+} // namespace host
