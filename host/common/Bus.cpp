@@ -14,6 +14,7 @@ const char* const kApplicationPath = "/com/velmora/host/Application";
 namespace {
 
 const uint64_t kCallTimeoutMicroseconds = 10'000'000;
+const int kMessagesPerTurn = 32; ///< so that nobody can keep the loop from its timers
 
 // Lives as long as the process: Ecore forgets its handlers by itself when it is shut down.
 class Loop {
@@ -52,10 +53,12 @@ private:
         return ECORE_CALLBACK_CANCEL;
     }
 
+    // The rest is for later turns: _follow sees that something is pending.
     void _drain()
     {
         try {
-            while (_handler && bus().processPendingRequest()) {
+            for (int i = 0; i < kMessagesPerTurn && _handler && bus().processPendingRequest();
+                 ++i) {
             }
         } catch (const sdbus::Error& error) {
             logInfo("the session's bus is gone: " + error.getMessage());

@@ -21,8 +21,9 @@ std::unique_ptr<sdbus::IConnection> connectToBus();
 sdbus::IConnection& bus();
 
 /// Serves the connection from the Ecore main loop from now on; initialises Ecore; idempotent.
-/// Messages that came during a synchronous call are served before the loop sleeps. When the bus
-/// goes away the main loop is ended: a session's processes end with it.
+/// Messages that came during a synchronous call are served before the loop sleeps, and however many
+/// come, the loop's timers and other descriptors have their turn. When the bus goes away the main
+/// loop is ended: a session's processes end with it.
 void serveBusOnLoop();
 
 } // namespace host
