@@ -33,6 +33,15 @@ struct FocusChange {
     FocusCause cause;
 };
 
+/// One part that a stream held or waited for when the daemon ended or hung.
+struct FocusClaim {
+    std::uint32_t number = 0;
+    int part = 0; ///< a mask of one bit
+    int reason = 0; ///< of the stream
+    std::uint64_t since = 0; ///< when it took the part
+    bool isHeld = false; ///< it takes itself for the holder
+};
+
 enum class FocusAnswer { Done, InvalidState, Policy };
 
 /**
@@ -41,12 +50,20 @@ enum class FocusAnswer { Done, InvalidState, Policy };
  */
 class FocusArbiter {
 public:
+    /// now: of the clock that the claims are by.
     FocusAnswer acquire(const FocusStream& stream, int mask, const FocusCause& cause,
-        std::vector<FocusChange>& changes);
+        std::uint64_t now, std::vector<FocusChange>& changes);
     FocusAnswer release(const FocusStream& stream, int mask, int behavior, const std::string& info,
         std::vector<FocusChange>& changes);
     /// The parts that the stream holds.
     int held(const FocusStream& stream) const;
+
+    /// Puts the claims in the place of all that the client's streams have, in the order in which
+    /// the parts were taken. Other clients may have claims, too: until settle nobody is told that
+    /// it regained a part.
+    void renew(const std::string& client, const std::vector<FocusClaim>& claims,
+        std::vector<FocusChange>& changes);
+    void settle(std::vector<FocusChange>& changes);
 
     void forget(const FocusStream& stream, std::vector<FocusChange>& changes);
     void forgetClient(const std::string& client, std::vector<FocusChange>& changes);
@@ -55,14 +72,21 @@ private:
     struct Holder {
         FocusStream stream;
         int reason = 0;
+        std::uint64_t since = 0;
+        bool isTold = false; ///< its client knows it as the holder
+
+        bool isAbove(const Holder& other) const;
     };
     using Part = std::vector<Holder>;
 
+    void _tellLosers(
+        size_t at, const FocusCause& cause, size_t first, std::vector<FocusChange>& changes);
     template <typename IsGone>
     void _remove(int mask, const IsGone& isGone, int behavior, const std::string& info,
         std::vector<FocusChange>& changes);
 
     std::array<Part, 2> _parts; ///< playback, recording
+    bool _isSettled = true;
 };
 
 } // namespace host

@@ -1,10 +1,16 @@
 #include "host/daemon/FocusService.h"
 
+#include "host/common/Log.h"
+#include "host/common/MonotonicTime.h"
+
 #include <sound_manager.h>
 
 namespace host {
 
 namespace {
+
+// Longer than clients that live take to renew what they hold.
+const double kSettleSeconds = 1;
 
 void checkMask(int mask)
 {
@@ -39,16 +45,52 @@ FocusService::FocusService()
     registerAdaptor();
 }
 
-FocusService::~FocusService() { unregisterAdaptor(); }
+FocusService::~FocusService()
+{
+    unregisterAdaptor();
+    if (_settling)
+        ecore_timer_del(_settling);
+}
 
-void FocusService::Acquire(const std::uint32_t& stream, const std::int32_t& reason,
+std::uint64_t FocusService::Acquire(const std::uint32_t& stream, const std::int32_t& reason,
     const std::int32_t& mask, const std::int32_t& behavior, const std::string& info)
 {
     checkMask(mask);
     std::vector<FocusChange> changes;
+    const std::uint64_t now = monotonicNow();
     checkAnswer(
-        _arbiter.acquire(_callersStream(stream), mask, { reason, behavior, info }, changes));
+        _arbiter.acquire(_callersStream(stream), mask, { reason, behavior, info }, now, changes));
     _announce(changes);
+    return now;
+}
+
+void FocusService::Renew(const std::vector<WireClaim>& claims)
+{
+    std::vector<FocusClaim> renewed;
+    for (const WireClaim& claim : claims) {
+        renewed.push_back(
+            { claim.get<0>(), claim.get<1>(), claim.get<2>(), claim.get<3>(), claim.get<4>() });
+    }
+    std::vector<FocusChange> changes;
+    _arbiter.renew(callerOf(getObject()), renewed, changes);
+    _announce(changes);
+    if (_settling)
+        ecore_timer_del(_settling);
+    _settling = ecore_timer_add(kSettleSeconds, _settleCb, this);
+}
+
+Eina_Bool FocusService::_settleCb(void* data)
+{
+    auto* service = static_cast<FocusService*>(data);
+    service->_settling = nullptr;
+    try {
+        std::vector<FocusChange> changes;
+        service->_arbiter.settle(changes);
+        service->_announce(changes);
+    } catch (const std::exception& error) {
+        logWarning(std::string("who holds the sound focus is not told: ") + error.what());
+    }
+    return ECORE_CALLBACK_CANCEL;
 }
 
 void FocusService::Release(const std::uint32_t& stream, const std::int32_t& mask,
@@ -58,11 +100,6 @@ void FocusService::Release(const std::uint32_t& stream, const std::int32_t& mask
     std::vector<FocusChange> changes;
     checkAnswer(_arbiter.release(_callersStream(stream), mask, behavior, info, changes));
     _announce(changes);
-}
-
-std::int32_t FocusService::Held(const std::uint32_t& stream)
-{
-    return _arbiter.held(_callersStream(stream));
 }
 
 void FocusService::Forget(const std::uint32_t& stream)

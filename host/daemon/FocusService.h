@@ -4,6 +4,7 @@
 #include "host/daemon/FocusArbiter.h"
 
 #include <com.velmora.host.Focus-adaptor.h>
+#include <Ecore.h>
 #include <string>
 #include <vector>
 
@@ -16,17 +17,22 @@ public:
     ~FocusService();
 
 private:
-    void Acquire(const std::uint32_t& stream, const std::int32_t& reason, const std::int32_t& mask,
-        const std::int32_t& behavior, const std::string& info) override;
+    using WireClaim = sdbus::Struct<std::uint32_t, std::int32_t, std::int32_t, std::uint64_t, bool>;
+
+    std::uint64_t Acquire(const std::uint32_t& stream, const std::int32_t& reason,
+        const std::int32_t& mask, const std::int32_t& behavior, const std::string& info) override;
+    void Renew(const std::vector<WireClaim>& claims) override;
     void Release(const std::uint32_t& stream, const std::int32_t& mask,
         const std::int32_t& behavior, const std::string& info) override;
-    std::int32_t Held(const std::uint32_t& stream) override;
     void Forget(const std::uint32_t& stream) override;
 
     FocusStream _callersStream(std::uint32_t number) const;
     void _announce(const std::vector<FocusChange>& changes);
 
+    static Eina_Bool _settleCb(void* data);
+
     FocusArbiter _arbiter;
+    Ecore_Timer* _settling = nullptr;
     sdbus::Slot _clients;
 };
 

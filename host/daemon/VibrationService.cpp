@@ -1,5 +1,8 @@
 #include "host/daemon/VibrationService.h"
 
+#include "host/common/Log.h"
+#include "host/common/MonotonicTime.h"
+
 #include <chrono>
 #include <feedback.h>
 
@@ -61,7 +64,16 @@ VibrationService::~VibrationService()
         ecore_timer_del(_timer);
 }
 
-void VibrationService::Play(const std::int32_t& pattern)
+void VibrationService::Play(const std::int32_t& pattern) { _begin(pattern, monotonicNow()); }
+
+void VibrationService::Renew(const std::int32_t& pattern, const std::uint64_t& since)
+{
+    const bool runsAlready = pattern == _pattern && callerOf(getObject()) == _client;
+    if (!runsAlready && (_pattern == 0 || _since < since))
+        _begin(pattern, since);
+}
+
+void VibrationService::_begin(int pattern, std::uint64_t since)
 {
     if (!findPattern(pattern)) {
         throw sdbus::Error("org.freedesktop.DBus.Error.InvalidArgs",
@@ -69,6 +81,7 @@ void VibrationService::Play(const std::int32_t& pattern)
     }
     _stop();
     _pattern = pattern;
+    _since = since;
     _client = callerOf(getObject());
     _at = 0;
     if (_history.size() == kHistoryLength)
@@ -94,7 +107,11 @@ Eina_Bool VibrationService::_stepCb(void* data)
 {
     auto* service = static_cast<VibrationService*>(data);
     service->_timer = nullptr;
-    service->_step();
+    try {
+        service->_step();
+    } catch (const std::exception& error) {
+        logWarning(std::string("the vibration has ended: ") + error.what());
+    }
     return ECORE_CALLBACK_CANCEL;
 }
 
@@ -112,7 +129,8 @@ void VibrationService::_stop()
 {
     if (_pattern == 0)
         return;
-    ecore_timer_del(_timer);
+    if (_timer)
+        ecore_timer_del(_timer);
     _timer = nullptr;
     _history.back().get<2>() = nowMilliseconds();
     emitStopped(_pattern);

@@ -21,14 +21,17 @@ private:
     using WireEntry = sdbus::Struct<std::int32_t, std::int64_t, std::int64_t>;
 
     void Play(const std::int32_t& pattern) override;
+    void Renew(const std::int32_t& pattern, const std::uint64_t& since) override;
     void Stop() override;
     std::vector<WireEntry> History() override;
 
     static Eina_Bool _stepCb(void* data);
+    void _begin(int pattern, std::uint64_t since);
     void _step();
     void _stop();
 
     int _pattern = 0; ///< 0 while nothing runs
+    std::uint64_t _since = 0; ///< of monotonicNow
     std::string _client;
     size_t _at = 0; ///< in the pattern's steps
     Ecore_Timer* _timer = nullptr;

@@ -1,13 +1,10 @@
 #include "host/daemon/VolumeService.h"
 
-#include "host/common/SettingsStore.h"
+#include "host/common/Volume.h"
 
 namespace host {
 
 namespace {
-
-const char* const kStore = "volume";
-const int kDefaultLevel = 11;
 
 void check(bool isValid, const char* text)
 {
@@ -17,18 +14,11 @@ void check(bool isValid, const char* text)
 
 void checkType(int type) { check(type >= 0 && type < kSoundTypes, "There is no such sound type"); }
 
-int storedLevel(int type)
-{
-    const auto value = SettingsStore::session().read(kStore, kSoundTypeNames[type]);
-    const int* level = value ? std::get_if<int>(&*value) : nullptr;
-    return level && *level >= 0 && *level <= kMaxVolume ? *level : kDefaultLevel;
-}
-
 Mixer::Levels storedLevels()
 {
     Mixer::Levels levels{};
     for (int type = 0; type < kSoundTypes; ++type)
-        levels[type] = storedLevel(type);
+        levels[type] = storedVolume(type);
     return levels;
 }
 
@@ -60,7 +50,7 @@ std::int32_t VolumeService::Get(const std::int32_t& type)
 {
     return answering([&] {
         checkType(type);
-        return storedLevel(type);
+        return storedVolume(type);
     });
 }
 
@@ -69,7 +59,7 @@ void VolumeService::Set(const std::int32_t& type, const std::int32_t& level)
     answering([&] {
         checkType(type);
         check(level >= 0 && level <= kMaxVolume, "A level must be within 0 to 15");
-        SettingsStore::session().write(kStore, kSoundTypeNames[type], level);
+        storeVolume(type, level);
         _mixer.set(static_cast<sound_type_e>(type), level);
     });
 }

@@ -1,4 +1,5 @@
 #include "host/common/Bus.h"
+#include "host/common/Signals.h"
 #include "host/tools/hostctl.h"
 
 #include <csignal>
@@ -21,6 +22,7 @@ namespace hostctl {
 namespace {
 
 const int kEndMilliseconds = 5000;
+const char* const kFocus = "com.velmora.host.Focus";
 
 struct Reason {
     const char* name;
@@ -178,14 +180,26 @@ void beginRecording(sdbus::IConnection&)
     }).detach();
 }
 
+// Takes it anew from each hostd.
 void beginFocus(sdbus::IConnection& connection, int reason)
 {
-    sdbus::createProxy(connection, host::kDaemonName, host::kDaemonPath)
-        ->callMethod("Acquire")
-        .onInterface("com.velmora.host.Focus")
-        .withArguments(std::uint32_t{ 1 }, std::int32_t{ reason },
-            std::int32_t{ SOUND_STREAM_FOCUS_FOR_BOTH }, std::int32_t{ SOUND_BEHAVIOR_NONE },
-            std::string());
+    using Claim = sdbus::Struct<std::uint32_t, std::int32_t, std::int32_t, std::uint64_t, bool>;
+    const std::uint32_t stream = 1;
+    std::uint64_t since = 0;
+    static auto daemon = sdbus::createProxy(connection, host::kDaemonName, host::kDaemonPath);
+    daemon->callMethod("Acquire")
+        .onInterface(kFocus)
+        .withArguments(stream, std::int32_t{ reason }, std::int32_t{ SOUND_STREAM_FOCUS_FOR_BOTH },
+            std::int32_t{ SOUND_BEHAVIOR_NONE }, std::string())
+        .storeResultsTo(since);
+    const std::vector<Claim> claims = {
+        { stream, SOUND_STREAM_FOCUS_FOR_PLAYBACK, reason, since, true },
+        { stream, SOUND_STREAM_FOCUS_FOR_RECORDING, reason, since, true },
+    };
+    static const host::DaemonWatch watch(connection, [claims](const std::string& owner) {
+        if (!owner.empty())
+            daemon->callMethod("Renew").onInterface(kFocus).withArguments(claims).dontExpectReply();
+    });
 }
 
 } // namespace

@@ -1,12 +1,15 @@
+#include "Forgery.h"
 #include "host/common/Bus.h"
 #include "HostSession.h"
 
+#include <algorithm>
 #include <com.velmora.host.Vibration-proxy.h>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <Ecore.h>
 #include <feedback.h>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
@@ -52,6 +55,31 @@ private:
         changes.push_back("stopped " + std::to_string(number));
     }
 };
+
+bool isStopped(pid_t process)
+{
+    std::string state;
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("State:", 0) == 0)
+            state = line;
+    }
+    return state.find("T (stopped)") != std::string::npos;
+}
+
+// All connections to the bus, by their unique names.
+std::vector<std::string> connections()
+{
+    std::vector<std::string> names;
+    sdbus::createProxy(host::bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus")
+        ->callMethod("ListNames")
+        .onInterface("org.freedesktop.DBus")
+        .storeResultsTo(names);
+    names.erase(std::remove_if(names.begin(), names.end(),
+                    [](const std::string& name) { return name.front() != ':'; }),
+        names.end());
+    return names;
+}
 
 // What the machine's own vibrator is asked through feedbackd.
 class Feedbackd {
@@ -208,6 +236,92 @@ TEST_F(FeedbackTest, AnotherProcessDoesNotStopIt)
 
     EXPECT_EQ(0, vibrator.History().back().get<2>());
     feedback_stop();
+}
+
+TEST_F(FeedbackTest, GoesOnWithANewHostd)
+{
+    feedback_initialize();
+    vibrate(168);
+    ASSERT_TRUE(waitFor({ "started 168" }));
+    for (const std::string& name : connections()) {
+        ASSERT_TRUE(
+            forge(name, "/com/velmora/host", "com.velmora.host.Vibration.Stopped", "int32:168"));
+    }
+    // The test's own view of the vibrator believes everybody.
+    vibrator.changes.clear();
+
+    session.killDaemon();
+    EXPECT_TRUE(session.waitFor([&] {
+        return !vibrator.changes.empty() && vibrator.changes.back() == "started 168";
+    })) << "without that anybody asked for it";
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+    EXPECT_TRUE(session.waitFor([&] { return vibrator.changes.back() == "stopped 168"; }));
+}
+
+TEST_F(FeedbackTest, WhatHasStoppedDoesNotGoOnWithANewHostd)
+{
+    feedback_initialize();
+    vibrate(168);
+    // Another process's pattern takes its place, and ends.
+    ASSERT_EQ(0,
+        system("dbus-send --session --print-reply --dest=com.velmora.host /com/velmora/host "
+               "com.velmora.host.Vibration.Play int32:170 >/dev/null"));
+    ASSERT_TRUE(waitFor({ "started 168", "stopped 168", "started 170", "stopped 170" }));
+    vibrator.changes.clear();
+    const pid_t before = session.daemonPid();
+
+    session.killDaemon();
+    ASSERT_TRUE(session.waitFor([&] {
+        const pid_t now = session.daemonPid();
+        return now != 0 && now != before;
+    }));
+    vibrate(172);
+
+    EXPECT_TRUE(waitFor({ "started 172" }));
+    feedback_stop();
+}
+
+TEST_F(FeedbackTest, AHostdThatHangsDoesLaterWhatStillCounts)
+{
+    feedback_initialize();
+    const pid_t daemon = session.daemonPid();
+    ASSERT_EQ(0, kill(daemon, SIGSTOP));
+
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(168));
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(170));
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(172));
+    EXPECT_TRUE(isStopped(daemon));
+    ASSERT_EQ(0, kill(daemon, SIGCONT));
+
+    EXPECT_TRUE(waitFor({ "started 172" })) << "and nothing of what was stopped meanwhile";
+    EXPECT_EQ(daemon, session.daemonPid());
+    feedback_stop();
+    EXPECT_TRUE(waitFor({ "started 172", "stopped 172" }));
+}
+
+TEST_F(FeedbackTest, ForgedSignalsEndNeitherHostdNorTheVibration)
+{
+    feedback_initialize();
+    vibrate(168);
+    ASSERT_TRUE(waitFor({ "started 168" }));
+    const pid_t daemon = session.daemonPid();
+    const std::string bus = "/org/freedesktop/DBus";
+    const std::string changed = "org.freedesktop.DBus.NameOwnerChanged";
+
+    ASSERT_TRUE(forge("com.velmora.host", bus, changed));
+    ASSERT_TRUE(forge("com.velmora.host", bus, changed, "string:'' string:'' string:''"));
+    for (const std::string& name : connections()) {
+        std::string gone = "string:" + name;
+        gone += " string:" + name + " string:''";
+        ASSERT_TRUE(forge("com.velmora.host", bus, changed, gone));
+    }
+
+    EXPECT_EQ(0, vibrator.History().back().get<2>());
+    EXPECT_EQ(daemon, session.daemonPid());
+    feedback_stop();
+    EXPECT_TRUE(waitFor({ "started 168", "stopped 168" }));
 }
 
 TEST_F(FeedbackTest, TheMachinesOwnVibratorJoinsInWhereThereIsOne)

@@ -1,12 +1,14 @@
+#include "Forgery.h"
 #include "host/common/Bus.h"
+#include "host/common/Volume.h"
 #include "HostSession.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
-#include <feedback.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -385,29 +387,126 @@ TEST_F(SoundManagerTest, CallsFromSeveralThreadsLeaveItUsable)
     EXPECT_EQ(3, stream.held());
 }
 
-TEST_F(SoundManagerTest, ADaemonThatHangsIsNotWaitedForLong)
+// What another process is told when it asks for the focus.
+std::string answerToAnother()
+{
+    FILE* output
+        = popen("dbus-send --session --print-reply --dest=com.velmora.host /com/velmora/host "
+                "com.velmora.host.Focus.Acquire uint32:1 int32:0 int32:3 int32:0 string: 2>&1",
+            "r");
+    std::string text;
+    for (int c = 0; (c = fgetc(output)) != EOF;)
+        text += static_cast<char>(c);
+    pclose(output);
+    return text;
+}
+
+TEST_F(SoundManagerTest, AHostdThatHangsIsNotWaitedForAndLearnsLaterWhatWasDone)
 {
     using std::chrono::steady_clock;
     const pid_t daemon = session.daemonPid();
-    ASSERT_EQ(FEEDBACK_ERROR_NONE, feedback_initialize());
-    Stream stream(SOUND_STREAM_TYPE_ALARM);
+    Stream call(SOUND_STREAM_TYPE_VOIP);
+    Stream former(SOUND_STREAM_TYPE_EMERGENCY);
+    ASSERT_EQ(kNone, former.acquire(kBoth));
     ASSERT_EQ(0, kill(daemon, SIGSTOP));
     const auto begin = steady_clock::now();
     int level = 77;
-    int feedback = FEEDBACK_ERROR_NONE;
 
-    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
-    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(1));
-    std::thread vibrator([&] {
-        feedback = feedback_play_type(FEEDBACK_TYPE_VIBRATION, FEEDBACK_PATTERN_ALARM_VIB1_SHORT);
-    });
-    EXPECT_EQ(SOUND_MANAGER_ERROR_INTERNAL, sound_manager_get_volume(SOUND_TYPE_ALARM, &level));
-    vibrator.join();
-
-    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(15));
-    EXPECT_EQ(FEEDBACK_ERROR_OPERATION_FAILED, feedback);
-    EXPECT_EQ(77, level);
+    // Each of these waited for ten seconds once.
+    EXPECT_EQ(kNone, former.release(kPlayback));
+    former.destroy();
+    EXPECT_EQ(kNone, call.acquire(kBoth));
+    EXPECT_EQ(kInvalidState, call.acquire(kBoth));
+    EXPECT_EQ(3, call.held());
+    EXPECT_EQ(kNone, sound_manager_set_volume(SOUND_TYPE_ALARM, 4));
+    EXPECT_EQ(kNone, sound_manager_set_volume(SOUND_TYPE_ALARM, 5));
+    EXPECT_EQ(kNone, sound_manager_get_volume(SOUND_TYPE_ALARM, &level));
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_EQ(5, level);
     kill(daemon, SIGCONT);
+
+    EXPECT_TRUE(session.waitFor(
+        [] { return answerToAnother().find("Focus.Error.Policy") != std::string::npos; }));
+    EXPECT_TRUE(session.waitFor([] { return host::storedVolume(SOUND_TYPE_ALARM) == 5; }));
+    EXPECT_EQ(3, call.held());
+    EXPECT_THAT(call.news(0), testing::IsEmpty());
+    EXPECT_EQ(daemon, session.daemonPid());
+}
+
+TEST_F(SoundManagerTest, WhoTookItFromACallWhileHostdHungIsToldLater)
+{
+    ASSERT_EQ(0, system("hostctl focus take --reason call"));
+    const pid_t daemon = session.daemonPid();
+    Stream alarm(SOUND_STREAM_TYPE_ALARM);
+    ASSERT_EQ(kPolicy, alarm.acquire(kBoth));
+
+    ASSERT_EQ(0, kill(daemon, SIGSTOP));
+    EXPECT_EQ(kNone, alarm.acquire(kBoth));
+    kill(daemon, SIGCONT);
+
+    const News lost{ 3, 0, SOUND_STREAM_FOCUS_CHANGED_BY_CALL, 0, "(none)" };
+    EXPECT_THAT(alarm.news(1), testing::ElementsAre(lost));
+    EXPECT_EQ(kPolicy, alarm.acquire(kBoth));
+    ASSERT_EQ(0, system("hostctl focus release --reason call"));
+    EXPECT_EQ(2u, alarm.news(2).size());
+    EXPECT_EQ(3, alarm.held());
+}
+
+TEST_F(SoundManagerTest, ANewHostdKnowsWhoHoldsTheFocus)
+{
+    Stream alarm(SOUND_STREAM_TYPE_ALARM);
+    Stream speech(SOUND_STREAM_TYPE_VOICE_RECOGNITION);
+    ASSERT_EQ(kNone, alarm.acquire(kBoth));
+    ASSERT_EQ(kNone, speech.acquire(kRecording));
+    ASSERT_EQ(0, system("hostctl focus take --reason call"));
+    const News lostPlayback{ 1, 0, SOUND_STREAM_FOCUS_CHANGED_BY_CALL, 0, "(none)" };
+    const News lostRecording{ 2, 0, SOUND_STREAM_FOCUS_CHANGED_BY_CALL, 0, "(none)" };
+    ASSERT_EQ(2u, alarm.news(2).size());
+    ASSERT_THAT(speech.news(1), testing::ElementsAre(lostRecording));
+    const pid_t before = session.daemonPid();
+
+    session.killDaemon();
+    ASSERT_TRUE(session.waitFor([&] {
+        const pid_t now = session.daemonPid();
+        return now != 0 && now != before;
+    }));
+    EXPECT_TRUE(session.waitFor(
+        [] { return answerToAnother().find("Focus.Error.Policy") != std::string::npos; }));
+    EXPECT_EQ(kPolicy, alarm.acquire(kPlayback));
+    EXPECT_EQ(0, alarm.held());
+    ASSERT_EQ(0, system("hostctl focus release --reason call"));
+
+    ASSERT_EQ(3u, alarm.news(3).size());
+    EXPECT_EQ(1, alarm.news(3)[2].mask);
+    EXPECT_EQ(1, alarm.news(3)[2].state);
+    EXPECT_EQ(2u, speech.news(2).size());
+    EXPECT_EQ(1, alarm.held());
+    EXPECT_EQ(2, speech.held());
+}
+
+TEST_F(SoundManagerTest, AForgedSignalTakesNothing)
+{
+    Stream alarm(SOUND_STREAM_TYPE_ALARM);
+    Stream media(SOUND_STREAM_TYPE_MEDIA);
+    ASSERT_EQ(kNone, alarm.acquire(kBoth));
+    std::vector<std::string> names;
+    sdbus::createProxy(host::bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus")
+        ->callMethod("ListNames")
+        .onInterface("org.freedesktop.DBus")
+        .storeResultsTo(names);
+
+    for (const std::string& name : names) {
+        const std::string lost = " uint32:1 int32:3 boolean:false int32:0 int32:0 string:''";
+        for (const std::string& to : { std::string(), name }) {
+            ASSERT_TRUE(forge(to, "/com/velmora/host", "com.velmora.host.Focus.Changed",
+                "string:" + name + lost));
+        }
+    }
+    ASSERT_EQ(kNone, media.acquire(kRecording));
+
+    const News lost{ 2, 0, SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA, 0, "(none)" };
+    EXPECT_THAT(alarm.news(1), testing::ElementsAre(lost));
+    EXPECT_EQ(1, alarm.held());
 }
 
 TEST_F(SoundManagerTest, VolumesAreElevenAtFirstAndKeptPerType)

@@ -261,6 +261,125 @@ TEST_F(RingSoundTest, AnAlarmThatCouldNotBeReadIsDismissedWhenItCan)
     EXPECT_THAT(session.alarms(), testing::IsEmpty());
 }
 
+/// Alarms that ring while hostd ends, hangs, or is aped.
+class RingHostdTest : public RingSoundTest {
+protected:
+    RingHostdTest()
+        : vibration({ "hostctl", "vibration", "--watch" })
+    {
+    }
+
+    bool waitForVibration(const std::string& text, size_t times = 1)
+    {
+        return session.waitFor([&] { return countOf(vibration.output(), text) >= times; });
+    }
+
+    bool isHostdStopped() const
+    {
+        std::ifstream status("/proc/" + std::to_string(hostd) + "/status");
+        const std::string text{ std::istreambuf_iterator<char>(status), {} };
+        return text.find("T (stopped)") != std::string::npos;
+    }
+
+    const pid_t hostd = session.daemonPid();
+    BackgroundCommand vibration;
+};
+
+TEST_F(RingHostdTest, AnAlarmThatOnlyVibratesGoesOnUnderANewHostdUntilItIsDismissed)
+{
+    const int id = addAlarmInASecond(steadyTone(), "2");
+    ASSERT_TRUE(waitForRing(id));
+    ASSERT_TRUE(waitForVibration("started 168"));
+
+    session.killDaemon();
+
+    EXPECT_TRUE(waitForVibration("started 168", 2));
+    EXPECT_EQ(0U, countOf(vibration.output(), "stopped 168"));
+    dismiss();
+    EXPECT_TRUE(waitForVibration("stopped 168"));
+}
+
+TEST_F(RingHostdTest, ToneVibrationAndFocusGoOnUnderANewHostdUntilItIsDismissed)
+{
+    const int id = addAlarmInASecond(steadyTone(), "3");
+    ASSERT_TRUE(waitForRing(id));
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    ASSERT_TRUE(waitForVibration("started 168"));
+
+    session.killDaemon();
+
+    EXPECT_TRUE(waitForVibration("started 168", 2));
+    listener.take();
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+    // It loses the focus that it holds still.
+    hostctl({ "focus", "take", "--reason", "media" });
+    EXPECT_TRUE(listener.waitForSilence(kAudible));
+    EXPECT_TRUE(waitForVibration("stopped 168"));
+    hostctl({ "focus", "release", "--reason", "media" });
+    EXPECT_TRUE(waitForVibration("started 168", 3));
+    dismiss();
+    EXPECT_TRUE(waitForVibration("stopped 168", 2));
+}
+
+TEST_F(RingHostdTest, ItSoundsWhileHostdHangsAndVibratesWhenThatGoesOn)
+{
+    // Tomorrow; today somebody else has it ring.
+    const int id = addAlarm({ "--in", "20h", "--type", "3", "--tone", steadyTone() });
+    ASSERT_EQ(0, kill(hostd, SIGSTOP));
+
+    letRingAgain(id);
+
+    ASSERT_TRUE(waitForRing(id));
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_TRUE(isHostdStopped());
+    EXPECT_EQ(0U, countOf(vibration.output(), "started"));
+    ASSERT_EQ(0, kill(hostd, SIGCONT));
+
+    EXPECT_TRUE(waitForVibration("started 168"));
+    EXPECT_EQ(1U, countOf(session.logText(), "hostd cannot be reached: it does not answer"));
+    listener.take();
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+    hostctl({ "focus", "take", "--reason", "media" });
+    EXPECT_TRUE(listener.waitForSilence(kAudible)) << "it does not hold the focus";
+    hostctl({ "focus", "release", "--reason", "media" });
+    EXPECT_TRUE(waitForVibration("started 168", 2));
+}
+
+TEST_F(RingHostdTest, ForgedSignalsEndNeitherTheToneNorTheVibration)
+{
+    const int id = addAlarmInASecond(steadyTone(), "3");
+    ASSERT_TRUE(waitForRing(id));
+    ASSERT_TRUE(listener.waitForSound(kAudible));
+    ASSERT_TRUE(waitForVibration("started 168"));
+
+    ASSERT_EQ(0, system(R"SH(
+        send() { dbus-send --session --type=signal "$@" || exit; }
+        changed="/org/freedesktop/DBus org.freedesktop.DBus.NameOwnerChanged"
+        host="/com/velmora/host com.velmora.host"
+        lost="uint32:1 int32:3 boolean:false int32:0 int32:1 string:"
+        for name in $(dbus-send --session --print-reply --dest=org.freedesktop.DBus \
+            /org/freedesktop/DBus org.freedesktop.DBus.ListNames | grep -o ':[0-9.]*'); do
+            send --dest="$name" $changed
+            send --dest="$name" $changed string:"$name" string:"$name" string:
+            for to in "" --dest="$name"; do
+                send $to $host.Focus.Changed string:"$name" $lost
+                send $to $host.Vibration.Stopped int32:168
+            done
+        done)SH"));
+
+    EXPECT_EQ(hostd, session.daemonPid());
+    listener.take();
+    EXPECT_TRUE(listener.waitForSound(kAudible));
+    EXPECT_EQ(0U, countOf(vibration.output(), "stopped"));
+    // It still holds the focus, and comes back when it gets that back.
+    hostctl({ "focus", "take", "--reason", "media" });
+    EXPECT_TRUE(waitForVibration("stopped 168"));
+    hostctl({ "focus", "release", "--reason", "media" });
+    EXPECT_TRUE(waitForVibration("started 168", 2));
+    dismiss();
+    EXPECT_TRUE(waitForVibration("stopped 168", 2));
+}
+
 /// An answer to what rings, while another process keeps everybody from the alarms' file.
 class RingAnswerTest : public RingSoundTest {
 protected:

@@ -1,59 +1,99 @@
 #include "feedback.h"
 
-#include "host/common/Bus.h"
+#include "host/common/DaemonLink.h"
 #include "host/common/Log.h"
+#include "host/common/MonotonicTime.h"
 
 #include <atomic>
-#include <com.velmora.host.Vibration-proxy.h>
+#include <cstdint>
 #include <exception>
-#include <mutex>
 
 namespace {
 
+using host::DaemonLink;
+
+const char* const kInterface = "com.velmora.host.Vibration";
+
 std::atomic<bool> initialized{ false };
 
-// The process's own line to hostd's vibrator, for calls from any thread. The vibration ends with
-// it, so it lives as long as the process.
-class Vibrator : public sdbus::ProxyInterfaces<com::velmora::host::Vibration_proxy> {
+/// What this process lets vibrate. It outlives a daemon: the next one is told to go on with it.
+class Vibration {
 public:
-    static Vibrator& instance()
+    static Vibration& instance()
     {
-        static auto& vibrator = *new Vibrator(*host::connectToBus().release());
-        return vibrator;
+        static auto& vibration = *new Vibration(DaemonLink::instance());
+        return vibration;
     }
 
-    void play(int pattern)
+    int play(int pattern)
     {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        Play(pattern);
+        const std::uint64_t now = host::monotonicNow();
+        return _link.ask(
+            kInterface, "Play",
+            [=](const DaemonLink::Answer& answer) {
+                if (answer.isThere && !answer.error.empty()) {
+                    host::logError("vibrator: " + answer.text);
+                    return static_cast<int>(FEEDBACK_ERROR_OPERATION_FAILED);
+                }
+                _pattern = pattern;
+                _since = now;
+                _isKnown = answer.isThere;
+                return static_cast<int>(FEEDBACK_ERROR_NONE);
+            },
+            pattern);
     }
 
-    // There is nothing that an answer could tell, so a daemon that hangs holds up nobody.
+    // There is nothing that an answer could tell.
     void stop()
     {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        getProxy().callMethod("Stop").onInterface(INTERFACE_NAME).dontExpectReply();
+        _link.run([this] {
+            _pattern = 0;
+            if (_link.listens())
+                _link.tell(kInterface, "Stop", nullptr);
+        });
     }
 
 private:
-    explicit Vibrator(sdbus::IConnection& connection)
-        : ProxyInterfaces(connection, host::kDaemonName, host::kDaemonPath)
+    explicit Vibration(DaemonLink& link)
+        : _link(link)
     {
+        _link.run([this] {
+            _link.watch(kInterface, "Stopped", [this](sdbus::Message&) {
+                // Another process's pattern is in its place.
+                if (_isKnown)
+                    _pattern = 0;
+            });
+            _link.addRenewal([this] { _renew(); });
+        });
     }
 
-    void onStarted(const std::int32_t&) override {}
-    void onBuzzed(const std::int32_t&, const std::int32_t&) override {}
-    void onStopped(const std::int32_t&) override {}
+    void _renew()
+    {
+        _isKnown = false;
+        if (_pattern == 0) {
+            _link.tell(kInterface, "Stop", nullptr);
+            return;
+        }
+        const auto renewed = [this, since = _since](const DaemonLink::Answer& answer) {
+            if (_since == since)
+                _isKnown = answer.isThere;
+            return 0;
+        };
+        _link.tell(kInterface, "Renew", renewed, std::int32_t{ _pattern }, _since);
+    }
 
-    std::mutex _mutex;
+    DaemonLink& _link;
+    // Of the link's thread:
+    int _pattern = 0; ///< 0 = none
+    std::uint64_t _since = 0; ///< when it began
+    bool _isKnown = false; ///< hostd has said that it runs, and not yet that it has stopped
 };
 
 template <typename Call>
-int askVibrator(Call call)
+int askVibration(Call call)
 {
     try {
-        call(Vibrator::instance());
-        return FEEDBACK_ERROR_NONE;
+        return call(Vibration::instance());
     } catch (const std::exception& error) {
         host::logError(std::string("vibrator: ") + error.what());
         return FEEDBACK_ERROR_OPERATION_FAILED;
@@ -82,12 +122,15 @@ extern "C" int feedback_play_type(feedback_type_e type, feedback_pattern_e patte
         return FEEDBACK_ERROR_NOT_SUPPORTED;
     if (type != FEEDBACK_TYPE_VIBRATION || !isPattern(pattern))
         return FEEDBACK_ERROR_INVALID_PARAMETER;
-    return askVibrator([=](Vibrator& vibrator) { vibrator.play(pattern); });
+    return askVibration([=](Vibration& vibration) { return vibration.play(pattern); });
 }
 
 extern "C" int feedback_stop(void)
 {
     if (!initialized)
         return FEEDBACK_ERROR_NOT_INITIALIZED;
-    return askVibrator([](Vibrator& vibrator) { vibrator.stop(); });
+    return askVibration([](Vibration& vibration) {
+        vibration.stop();
+        return static_cast<int>(FEEDBACK_ERROR_NONE);
+    });
 }

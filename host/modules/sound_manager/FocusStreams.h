@@ -1,25 +1,37 @@
 #pragma once
 
+#include "host/common/DaemonLink.h"
 #include "host/common/SoundStream.h"
-#include "SoundService.h"
 
+#include <array>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 
 /// A stream of this process, as hostd's arbiter knows it by its number.
 struct FocusStream : sound_stream_info_s {
+    /// A part of the focus, as far as the stream has a share in it.
+    struct Part {
+        std::uint64_t since = 0; ///< when it was taken; 0 = neither held nor waited for
+        bool isHeld = false;
+    };
+
     std::uint32_t number = 0;
     sound_stream_focus_state_changed_cb callback = nullptr;
     void* userData = nullptr;
+    bool isRemoved = false;
+    std::array<Part, 2> parts; ///< playback, recording; the link's thread
 };
 
 /**
- * The process's streams, and the thread that calls their callbacks. Any thread. hostd alone knows
- * who holds what, so there is no copy of it here that could be late.
+ * The process's streams, and the thread that calls their callbacks. Any thread. hostd decides who
+ * holds what; what it has decided is known here, so that a new daemon, or one that hung, can be
+ * told again.
  */
 class FocusStreams {
 public:
@@ -29,24 +41,43 @@ public:
     FocusStream* add(
         sound_stream_type_e type, sound_stream_focus_state_changed_cb callback, void* userData);
 
-    /// Frees the stream. Its callback does not run any more when this returns, unless it is the
-    /// caller.
+    /// Frees the stream, which lets go of what it holds. Its callback does not run any more when
+    /// this returns, unless it is the caller.
     void remove(FocusStream* stream);
 
-private:
-    FocusStreams();
+    /// SOUND_MANAGER_* codes. A daemon that does not answer learns later what was done.
+    int acquire(FocusStream* stream, int mask, int behavior, const std::string& info);
+    int release(FocusStream* stream, int mask, int behavior, const std::string& info);
 
+    /// The parts that the stream holds, as a mask.
+    int held(const FocusStream* stream);
+
+private:
+    struct News {
+        std::uint32_t number = 0;
+        int mask = 0;
+        bool isHeld = false;
+        int reason = 0;
+        int behavior = 0;
+        std::string info;
+    };
+
+    explicit FocusStreams(host::DaemonLink& link);
+
+    void _changed(sdbus::Message& signal);
+    void _renew();
     void _serve();
-    void _changed(std::uint32_t number, int mask, bool held, int reason, int behavior,
-        const std::string& info);
+    void _tell(const News& news);
+
+    host::DaemonLink& _link;
 
     std::mutex _mutex; ///< guards what follows, up to _idle; no callback runs under it
     std::map<std::uint32_t, std::unique_ptr<FocusStream>> _streams;
     std::uint32_t _lastNumber = 0;
     std::uint32_t _running = 0; ///< number of the stream whose callback runs, else 0
+    std::deque<News> _news;
+    std::condition_variable _more;
     std::condition_variable _idle;
 
-    const std::unique_ptr<sdbus::IConnection> _connection;
-    FocusProxy _announcements;
     std::thread _thread;
 };

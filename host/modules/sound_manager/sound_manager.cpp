@@ -2,13 +2,12 @@
 
 #include "FocusStreams.h"
 #include "host/common/Log.h"
+#include "Levels.h"
 
 #include <exception>
 
 namespace {
 
-const char* const kPolicy = "com.velmora.host.Focus.Error.Policy";
-const char* const kInvalidState = "com.velmora.host.Focus.Error.InvalidState";
 const int kAllBehavior = SOUND_BEHAVIOR_NO_RESUME | SOUND_BEHAVIOR_FADING;
 
 FocusStream* streamOf(sound_stream_info_h handle) { return static_cast<FocusStream*>(handle); }
@@ -22,14 +21,6 @@ bool isBehavior(int behavior) { return (behavior & ~kAllBehavior) == 0; }
 
 bool isSoundType(int type) { return type >= 0 && type < host::kSoundTypes; }
 
-// The reasons are the stream types with "call" put in before the last.
-int reasonOf(sound_stream_type_e type)
-{
-    return type == SOUND_STREAM_TYPE_MEDIA_EXTERNAL_ONLY
-        ? SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA_EXTERNAL_ONLY
-        : static_cast<int>(type);
-}
-
 sound_stream_focus_state_e stateOf(int held, int part)
 {
     return (held & part) != 0 ? SOUND_STREAM_FOCUS_STATE_ACQUIRED
@@ -37,18 +28,10 @@ sound_stream_focus_state_e stateOf(int held, int part)
 }
 
 template <typename Call>
-int askService(Call call)
+int guarded(Call call)
 {
     try {
-        call();
-        return SOUND_MANAGER_ERROR_NONE;
-    } catch (const sdbus::Error& error) {
-        if (error.getName() == kPolicy)
-            return SOUND_MANAGER_ERROR_POLICY;
-        if (error.getName() == kInvalidState)
-            return SOUND_MANAGER_ERROR_INVALID_STATE;
-        host::logError("sound service: " + error.getMessage());
-        return SOUND_MANAGER_ERROR_INTERNAL;
+        return call();
     } catch (const std::bad_alloc&) {
         return SOUND_MANAGER_ERROR_OUT_OF_MEMORY;
     } catch (const std::exception& error) {
@@ -65,18 +48,19 @@ extern "C" int sound_manager_create_stream_information(sound_stream_type_e strea
     if (!stream_info || stream_type < SOUND_STREAM_TYPE_MEDIA
         || stream_type > SOUND_STREAM_TYPE_MEDIA_EXTERNAL_ONLY)
         return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return askService(
-        [&] { *stream_info = FocusStreams::instance().add(stream_type, callback, user_data); });
+    return guarded([&] {
+        *stream_info = FocusStreams::instance().add(stream_type, callback, user_data);
+        return SOUND_MANAGER_ERROR_NONE;
+    });
 }
 
 extern "C" int sound_manager_destroy_stream_information(sound_stream_info_h stream_info)
 {
     if (!stream_info)
         return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return askService([=] {
-        const std::uint32_t number = streamOf(stream_info)->number;
+    return guarded([=] {
         FocusStreams::instance().remove(streamOf(stream_info));
-        SoundService::instance().focus([=](FocusProxy& focus) { focus.Forget(number); });
+        return SOUND_MANAGER_ERROR_NONE;
     });
 }
 
@@ -85,11 +69,9 @@ extern "C" int sound_manager_acquire_focus(sound_stream_info_h stream_info,
 {
     if (!stream_info || !isMask(focus_mask) || !isBehavior(sound_behavior))
         return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return askService([=] {
-        SoundService::instance().focus([=](FocusProxy& focus) {
-            focus.Acquire(streamOf(stream_info)->number, reasonOf(stream_info->type), focus_mask,
-                sound_behavior, additional_info ? additional_info : "");
-        });
+    return guarded([=] {
+        return FocusStreams::instance().acquire(streamOf(stream_info), focus_mask, sound_behavior,
+            additional_info ? additional_info : "");
     });
 }
 
@@ -98,11 +80,9 @@ extern "C" int sound_manager_release_focus(sound_stream_info_h stream_info,
 {
     if (!stream_info || !isMask(focus_mask) || !isBehavior(sound_behavior))
         return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return askService([=] {
-        SoundService::instance().focus([=](FocusProxy& focus) {
-            focus.Release(streamOf(stream_info)->number, focus_mask, sound_behavior,
-                additional_info ? additional_info : "");
-        });
+    return guarded([=] {
+        return FocusStreams::instance().release(streamOf(stream_info), focus_mask, sound_behavior,
+            additional_info ? additional_info : "");
     });
 }
 
@@ -111,13 +91,13 @@ extern "C" int sound_manager_get_focus_state(sound_stream_info_h stream_info,
 {
     if (!stream_info)
         return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return askService([=] {
-        const int held = SoundService::instance().focus(
-            [=](FocusProxy& focus) { return focus.Held(streamOf(stream_info)->number); });
+    return guarded([=] {
+        const int held = FocusStreams::instance().held(streamOf(stream_info));
         if (state_for_playback)
             *state_for_playback = stateOf(held, SOUND_STREAM_FOCUS_FOR_PLAYBACK);
         if (state_for_recording)
             *state_for_recording = stateOf(held, SOUND_STREAM_FOCUS_FOR_RECORDING);
+        return SOUND_MANAGER_ERROR_NONE;
     });
 }
 
@@ -125,9 +105,9 @@ extern "C" int sound_manager_get_volume(sound_type_e type, int* volume)
 {
     if (!volume || !isSoundType(type))
         return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return askService([=] {
-        *volume = SoundService::instance().volume(
-            [=](VolumeProxy& levels) { return levels.Get(type); });
+    return guarded([=] {
+        *volume = Levels::instance().get(type);
+        return SOUND_MANAGER_ERROR_NONE;
     });
 }
 
@@ -135,7 +115,5 @@ extern "C" int sound_manager_set_volume(sound_type_e type, int volume)
 {
     if (!isSoundType(type) || volume < 0 || volume > host::kMaxVolume)
         return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return askService([=] {
-        SoundService::instance().volume([=](VolumeProxy& levels) { levels.Set(type, volume); });
-    });
+    return guarded([=] { return Levels::instance().set(type, volume); });
 }

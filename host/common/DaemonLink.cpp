@@ -1,0 +1,257 @@
+#include "host/common/DaemonLink.h"
+
+#include "host/common/Bus.h"
+#include "host/common/Log.h"
+
+#include <algorithm>
+#include <exception>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace host {
+
+namespace {
+
+const std::chrono::milliseconds kPatience(200);
+const std::uint64_t kForever = UINT64_MAX;
+const int kMessagesPerTurn = 32; ///< so that nobody can keep the link from its tasks
+
+const DaemonLink::Answer kNoAnswer = { false, "", "it does not answer", nullptr };
+
+int newWake()
+{
+    const int wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wake < 0)
+        throw std::system_error(errno, std::generic_category(), "eventfd");
+    return wake;
+}
+
+// Runs what nobody else catches the exceptions of.
+template <typename Action>
+void guarded(const Action& action)
+{
+    try {
+        action();
+    } catch (const std::exception& error) {
+        logError(std::string("the line to hostd: ") + error.what());
+    }
+}
+
+} // namespace
+
+DaemonLink& DaemonLink::instance()
+{
+    // Other threads may still call while the process ends.
+    static auto& link = *new DaemonLink;
+    return link;
+}
+
+DaemonLink::DaemonLink()
+    : _connection(connectToBus())
+    , _client(_connection->getUniqueName())
+    , _daemon(*_connection,
+          [this](const std::string& owner) {
+              _isHanging = false;
+              if (!owner.empty())
+                  _renew();
+          })
+    , _proxy(sdbus::createProxy(*_connection, kDaemonName, kDaemonPath))
+    , _wake(newWake())
+    , _thread([this] { _serve(); })
+{
+}
+
+int DaemonLink::_ask(Request request)
+{
+    const auto waiting = std::make_shared<Waiting>();
+    waiting->request = std::move(request);
+    std::future<int> result = waiting->result.get_future();
+    _post([this, waiting] { _begin(waiting); });
+    return result.get();
+}
+
+void DaemonLink::run(const std::function<void()>& task)
+{
+    std::promise<void> done;
+    _post([&] {
+        try {
+            task();
+            done.set_value();
+        } catch (...) {
+            done.set_exception(std::current_exception());
+        }
+    });
+    done.get_future().get();
+}
+
+// hostd is asked first whether it listens. What lay with a daemon that hangs would be done when it
+// goes on, although it may have been taken back by then.
+void DaemonLink::_begin(const std::shared_ptr<Waiting>& waiting)
+{
+    waiting->end = Clock::now() + kPatience;
+    _waiting.push_back(waiting);
+    if (_isHanging) {
+        _end(waiting, kNoAnswer);
+        return;
+    }
+    try {
+        const Request ping = { "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr };
+        _send(ping, [this, waiting](const Answer& answer) {
+            const bool isWaiting
+                = std::find(_waiting.begin(), _waiting.end(), waiting) != _waiting.end();
+            if (!isWaiting)
+                return;
+            if (answer.isThere) {
+                _send(
+                    waiting->request, [this, waiting](const Answer& done) { _end(waiting, done); });
+            } else {
+                _end(waiting, answer);
+            }
+        });
+    } catch (const sdbus::Error& error) {
+        _end(waiting, { false, error.getName(), error.getMessage(), nullptr });
+    }
+}
+
+void DaemonLink::_end(const std::shared_ptr<Waiting>& waiting, const Answer& answer)
+{
+    const auto found = std::find(_waiting.begin(), _waiting.end(), waiting);
+    if (found == _waiting.end())
+        return;
+    _waiting.erase(found);
+    if (!answer.isThere) {
+        _isRenewalDue = true;
+        _report("hostd cannot be reached: " + answer.text);
+    }
+    try {
+        waiting->result.set_value(waiting->request.answered(answer));
+    } catch (...) {
+        waiting->result.set_exception(std::current_exception());
+    }
+}
+
+void DaemonLink::_endLate()
+{
+    if (_waiting.empty() || Clock::now() < _waiting.front()->end)
+        return;
+    _isHanging = true;
+    while (!_waiting.empty())
+        _end(_waiting.front(), kNoAnswer);
+}
+
+void DaemonLink::_send(const Request& request, std::function<void(const Answer& answer)> answered)
+{
+    sdbus::MethodCall call = _proxy->createMethodCall(request.interface, request.method);
+    if (request.write)
+        request.write(call);
+    _proxy->callMethod(
+        call,
+        [this, answered = std::move(answered)](sdbus::MethodReply& reply,
+            const sdbus::Error* error) { guarded([&] { answered(_read(reply, error)); }); },
+        kForever);
+}
+
+// The bus answers in the stead of a daemon that ends or cannot be started.
+DaemonLink::Answer DaemonLink::_read(sdbus::MethodReply& reply, const sdbus::Error* error)
+{
+    Answer answer;
+    if (error) {
+        answer.error = error->getName();
+        answer.text = error->getMessage();
+    } else {
+        answer.values = &reply;
+    }
+    answer.isThere = reply.getSender() == _daemon.owner();
+    if (!answer.isThere)
+        return answer;
+    if (_isReported)
+        logInfo("hostd answers again");
+    _isReported = false;
+    _isHanging = false;
+    if (_isRenewalDue)
+        _renew();
+    return answer;
+}
+
+void DaemonLink::_renew()
+{
+    _isRenewalDue = false;
+    for (const auto& renew : _renewals)
+        guarded(renew);
+}
+
+void DaemonLink::_report(const std::string& text)
+{
+    if (!_isReported)
+        logWarning(text);
+    _isReported = true;
+}
+
+void DaemonLink::_post(std::function<void()> task)
+{
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _tasks.push_back(std::move(task));
+    }
+    const std::uint64_t one = 1;
+    (void)!write(_wake, &one, sizeof one);
+}
+
+void DaemonLink::_runTasks()
+{
+    std::uint64_t count = 0;
+    (void)!read(_wake, &count, sizeof count);
+    std::deque<std::function<void()>> tasks;
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        tasks.swap(_tasks);
+    }
+    for (const auto& task : tasks)
+        guarded(task);
+}
+
+void DaemonLink::_serve()
+{
+    bool isBusThere = true;
+    while (true) {
+        _runTasks();
+        isBusThere = isBusThere && _processMessages();
+        _endLate();
+        _sleep(isBusThere);
+    }
+}
+
+// False when the bus is gone: then nothing more is answered, but nobody waits for it either.
+bool DaemonLink::_processMessages()
+{
+    try {
+        for (int i = 0; i < kMessagesPerTurn && _connection->processPendingRequest(); ++i) {
+        }
+        return true;
+    } catch (const sdbus::Error& error) {
+        logWarning("the line to hostd has ended: " + error.getMessage());
+        return false;
+    }
+}
+
+void DaemonLink::_sleep(bool isBusThere)
+{
+    pollfd files[2] = { { _wake, POLLIN, 0 }, { -1, 0, 0 } };
+    int milliseconds = -1;
+    if (isBusThere) {
+        const sdbus::IConnection::PollData bus = _connection->getEventLoopPollData();
+        files[1] = { bus.fd, bus.events, 0 };
+        milliseconds = bus.getPollTimeout();
+    }
+    if (!_waiting.empty()) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            _waiting.front()->end - Clock::now());
+        const int end = std::max(0, static_cast<int>(left.count()) + 1);
+        milliseconds = milliseconds < 0 ? end : std::min(milliseconds, end);
+    }
+    poll(files, 2, milliseconds);
+}
+
+} // namespace host

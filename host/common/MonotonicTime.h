@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+
+namespace host {
+
+/// Nanoseconds of the clock that all processes share and that nobody sets.
+inline std::uint64_t monotonicNow()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000
+        + static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+} // namespace host
