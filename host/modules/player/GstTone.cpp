@@ -65,6 +65,15 @@ GstTone::GstTone(const std::string& uri, const std::string& role, Events events)
     GstBus* bus = gst_element_get_bus(_pipeline.get());
     gst_bus_set_sync_handler(bus, _messageCb, this, nullptr);
     gst_object_unref(bus);
+    _isHandedOver.store(true, std::memory_order_release);
+}
+
+// The tone for a thread of the pipeline, which sees all that the constructor has written.
+GstTone& GstTone::_handedOver(gpointer data)
+{
+    auto& tone = *static_cast<GstTone*>(data);
+    (void)tone._isHandedOver.load(std::memory_order_acquire);
+    return tone;
 }
 
 GstTone::~GstTone() { gst_element_set_state(_pipeline.get(), GST_STATE_NULL); }
@@ -176,7 +185,7 @@ bool GstTone::_seek(GstClockTime position, int flags)
 GstPadProbeReturn GstTone::_flushCb(GstPad*, GstPadProbeInfo* info, gpointer data)
 {
     if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP)
-        static_cast<GstTone*>(data)->_pass = gst_util_seqnum_next();
+        _handedOver(data)._pass = gst_util_seqnum_next();
     return GST_PAD_PROBE_OK;
 }
 
@@ -209,7 +218,7 @@ bool GstTone::_isSettled() const
 
 GstBusSyncReply GstTone::_messageCb(GstBus*, GstMessage* message, gpointer data)
 {
-    static_cast<GstTone*>(data)->_handle(message);
+    _handedOver(data)._handle(message);
     gst_message_unref(message);
     return GST_BUS_DROP;
 }

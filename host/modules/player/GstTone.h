@@ -31,6 +31,7 @@ private:
 
     static GstBusSyncReply _messageCb(GstBus* bus, GstMessage* message, gpointer data);
     static GstPadProbeReturn _flushCb(GstPad* pad, GstPadProbeInfo* info, gpointer data);
+    static GstTone& _handedOver(gpointer data);
     static Element _makeServerSink(const std::string& role);
     Element _makeSink(const std::string& role);
     void _handle(GstMessage* message);
@@ -42,6 +43,7 @@ private:
     const Events _events;
     bool _isMute = false; ///< for want of a sound server
     Element _pipeline;
+    std::atomic<bool> _isHandedOver{ false }; ///< by the constructor to the pipeline's threads
     std::atomic<std::uint32_t> _pass{ 0 }; ///< a number that no other pass in this process has
 
     std::mutex
