@@ -3,6 +3,7 @@
 #include "host/common/Bus.h"
 #include "host/common/Log.h"
 #include "host/common/Peers.h"
+#include "host/common/Signals.h"
 
 #include <spawn.h>
 #include <system_error>
@@ -19,29 +20,13 @@ const char* const kNoReply = "org.freedesktop.DBus.Error.NoReply";
 const size_t kMostRemembered = 10000;
 const double kStartSeconds = 10;
 
-// The bus stamps its own signals; nothing may be thrown into the bus library.
-sdbus::Slot watchBus(const char* member, std::function<void(sdbus::Message&)> handler)
-{
-    return bus().addMatch(
-        std::string("type='signal',sender='org.freedesktop.DBus',member='") + member + "'",
-        [handler](sdbus::Message& message) {
-            if (message.getSender() != "org.freedesktop.DBus")
-                return;
-            try {
-                handler(message);
-            } catch (const std::exception& error) {
-                logWarning(error.what());
-            }
-        });
-}
-
 bool isUnique(const std::string& name) { return !name.empty() && name.front() == ':'; }
 
 } // namespace
 
 Applications::Applications()
     : _bus(sdbus::createProxy(bus(), kBusName, "/org/freedesktop/DBus"))
-    , _changes(watchBus("NameOwnerChanged", [this](sdbus::Message& change) {
+    , _changes(watchBus(bus(), "NameOwnerChanged", "", [this](sdbus::Message& change) {
         std::string name;
         std::string before;
         std::string after;

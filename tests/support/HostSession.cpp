@@ -64,6 +64,13 @@ HostSession::HostSession()
     host::serveBusOnLoop();
 }
 
+const std::string& HostSession::home() { return host::homePath(); }
+
+std::string HostSession::programOf(const std::string& application)
+{
+    return host::programOf(application);
+}
+
 void HostSession::installProgram(const std::string& package, const std::string& executable)
 {
     const std::string folder = host::homePath() + "packages/" + package + "/bin/";

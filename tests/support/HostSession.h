@@ -19,6 +19,12 @@ public:
     /// std::runtime_error outside a session, sdbus::Error without its bus.
     HostSession();
 
+    /// The session's state directory, ending in "/".
+    static const std::string& home();
+
+    /// The file of an installed application.
+    static std::string programOf(const std::string& application);
+
     /// Makes an executable file a program of the package, from its next start on.
     static void installProgram(const std::string& package, const std::string& executable);
 

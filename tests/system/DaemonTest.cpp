@@ -1,4 +1,3 @@
-#include "host/common/Session.h"
 #include "RingStory.h"
 #include "TempDir.h"
 
@@ -123,7 +122,7 @@ TEST_F(DaemonTest, AlarmRingsWhoseProgramIsMissingForAMoment)
         + kAlert + " was not answered and is sent again";
     ASSERT_TRUE(waitForLog(again));
 
-    fs::create_symlink(host::programOf(kAlert), program);
+    fs::create_symlink(HostSession::programOf(kAlert), program);
 
     EXPECT_TRUE(waitForRing(alarm.id));
     EXPECT_TRUE(session.tray().empty());
@@ -150,7 +149,7 @@ TEST_F(DaemonTest, LostRegistrationsAreToldOfAndNoOldIdRingsAnAlarm)
     const AlarmDbData lost = setAlarm(time(nullptr) + 3600);
     const pid_t daemon = session.daemonPid();
     for (const char* part : { "", "-wal", "-shm" })
-        fs::remove(host::homePath() + "alarms.db" + part);
+        fs::remove(HostSession::home() + "alarms.db" + part);
 
     session.killDaemon();
     ASSERT_TRUE(waitForNewDaemon(daemon));
