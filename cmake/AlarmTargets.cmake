@@ -100,9 +100,10 @@ endif()
 list(JOIN options ":" options)
 set(ALARM_TEST_ENVIRONMENT "${variable}=${options}")
 
-# Runs a command in a session of its own, which has a sound server of its own, also where the user
-# has one.
-set(ALARM_SESSION env -u PULSE_SERVER -u XDG_RUNTIME_DIR ${PROJECT_BINARY_DIR}/bin/host-session)
+# Runs a command in a session of its own, without applications that the command does not start, and
+# with a sound server of its own, also where the user has one.
+set(ALARM_SESSION env -u PULSE_SERVER -u XDG_RUNTIME_DIR ${PROJECT_BINARY_DIR}/bin/host-session
+                  --no-boot)
 
 # A test of a host module with its real engine. A session needs the finished build, so the cases are
 # listed when ctest starts. SERIAL: it measures time, so no other test runs beside it.

@@ -31,6 +31,8 @@ public:
     /// Sends it the signal.
     void signal(int number) const;
 
+    pid_t id() const { return _process; }
+
     /// Waits for its end. Once.
     CommandResult finish();
 
