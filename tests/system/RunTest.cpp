@@ -1,6 +1,9 @@
 #include "Command.h"
+#include "HostSession.h"
+#include "SessionTraces.h"
 #include "TempDir.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -22,7 +25,8 @@ protected:
     {
         for (const char* folder : { "scripts", "build", "scenarios" })
             fs::create_directory(tree.file(folder));
-        fs::copy(SOURCE_DIR "/run", tree.file("run"));
+        for (const char* script : { "run", "scripts/play" })
+            fs::copy(SOURCE_DIR "/" + std::string(script), tree.file(script));
         fs::create_directory_symlink(BUILD_DIR, tree.file("build/release"));
         writeScript("scripts/build", "");
     }
@@ -124,6 +128,26 @@ TEST_F(RunTest, OnlyTheScenarioThatListensIsKeptFromTheUsersSoundServer)
     EXPECT_THAT(sound.out, StartsWith("watch\nPASS sound: unix:"));
     EXPECT_THAT(sound.out, Not(HasSubstr(getenv("PULSE_SERVER"))));
     EXPECT_THAT(good.out, HasSubstr(getenv("PULSE_SERVER")));
+}
+
+TEST_F(RunTest, InterruptedScenarioLeavesNothing)
+{
+    writeScript("scenarios/long", "echo playing\nsleep 1000\n");
+    HostSession session;
+    const TempDir folder;
+    const std::string mark = "TMPDIR=" + folder.path();
+    for (const bool group : { false, true }) {
+        BackgroundCommand command({ "env", mark, "setsid", tree.file("run"), "long" });
+        ASSERT_TRUE(session.waitFor([&] { return command.output() == "playing\n"; }, 20));
+
+        kill(group ? -command.id() : command.id(), SIGINT);
+
+        const CommandResult result = command.finish();
+        EXPECT_EQ(130, result.status);
+        EXPECT_EQ("playing\n", result.out);
+        EXPECT_TRUE(processesWith(mark).empty()) << testing::PrintToString(processesWith(mark));
+        EXPECT_TRUE(fs::is_empty(folder.path()));
+    }
 }
 
 TEST_F(RunTest, FailedBuildFails)
