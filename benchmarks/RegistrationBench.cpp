@@ -5,6 +5,7 @@
 //
 // Exit status: 0 within the limit, 1 not.
 #include "Count.h"
+#include "HostSession.h"
 
 #include <algorithm>
 #include <app_alarm.h>
@@ -81,6 +82,7 @@ bool report(const std::vector<double>& taken)
 int main(int argc, char** argv)
 {
     const size_t count = parseCount(argc, argv, 10000, "ALARMS");
+    const HostSession session;
     const AppControl request = alertRequest();
     std::vector<double> taken;
     // Half a sample more, so that the last one asked for lies in the middle of its sample.

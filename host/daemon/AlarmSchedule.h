@@ -61,7 +61,7 @@ public:
     /// False when the package has registered no alarm of that id. Throws SQLite::Exception.
     bool cancel(const std::string& package, int id);
 
-    static constexpr int kMostAlarms = 10000; ///< of one package
+    static constexpr int kMostAlarms = 20000; ///< of one package
 
     std::vector<Alarm> list() { return _store.all(); }
     std::vector<TrayEntry> tray() { return _store.tray(); }

@@ -3,9 +3,11 @@
 #include "host/common/Log.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
+#include "host/daemon/Answering.h"
 #include "host/daemon/ClientWatch.h"
 
 #include <ctime>
+#include <SQLiteCpp/Exception.h>
 #include <stdexcept>
 
 namespace host {
@@ -15,7 +17,6 @@ namespace {
 const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
 const char* const kLimitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
 const char* const kAccessDenied = "org.freedesktop.DBus.Error.AccessDenied";
-const char* const kFailed = "org.freedesktop.DBus.Error.Failed";
 const std::int64_t kTryAgainSeconds = 60;
 
 std::int64_t secondsOf(clockid_t clock)
@@ -72,23 +73,23 @@ IdMark idMark()
         [=](int mark) { (void)guarded([&] { return write(mark); }); } };
 }
 
-// Runs call, with errors in the bus's terms.
+// Runs a call about alarms, with its refusals in the bus's terms.
 template <typename Call>
-auto answering(Call call)
+auto answeringAboutAlarms(Call call)
 {
-    try {
-        return call();
-    } catch (const std::invalid_argument& error) {
-        throw sdbus::Error(kInvalidArgs, error.what());
-    } catch (const LimitExceeded& error) {
-        logWarning(std::string("A registration is refused: ") + error.what());
-        throw sdbus::Error(kLimitsExceeded, error.what());
-    } catch (const sdbus::Error&) {
-        throw;
-    } catch (const std::exception& error) {
-        logError(std::string("A request about alarms failed: ") + error.what());
-        throw sdbus::Error(kFailed, error.what());
-    }
+    return answering([&] {
+        try {
+            return call();
+        } catch (const std::invalid_argument& error) {
+            throw sdbus::Error(kInvalidArgs, error.what());
+        } catch (const LimitExceeded& error) {
+            logWarning(std::string("A registration is refused: ") + error.what());
+            throw sdbus::Error(kLimitsExceeded, error.what());
+        } catch (const SQLite::Exception& error) {
+            logError(std::string("A request about alarms failed: ") + error.what());
+            throw;
+        }
+    });
 }
 
 } // namespace
@@ -120,7 +121,7 @@ std::string AlarmService::_callersPackage()
 int32_t AlarmService::Schedule(
     const WireEntries& request, const Triple& date, const Triple& time, const int32_t& weekFlag)
 {
-    const int id = answering([&] {
+    const int id = answeringAboutAlarms([&] {
         const std::string package = _callersPackage();
         if (package.empty())
             throw sdbus::Error(kAccessDenied, "The caller is no program of an installed package");
@@ -134,7 +135,7 @@ int32_t AlarmService::Schedule(
 
 void AlarmService::Cancel(const int32_t& id)
 {
-    answering([&] {
+    answeringAboutAlarms([&] {
         const std::string package = _callersPackage();
         if (!_schedule.cancel(package, id)) {
             throw std::invalid_argument(
@@ -146,7 +147,7 @@ void AlarmService::Cancel(const int32_t& id)
 
 std::vector<AlarmService::WireAlarm> AlarmService::List()
 {
-    return answering([&] {
+    return answeringAboutAlarms([&] {
         std::vector<WireAlarm> alarms;
         for (const Alarm& alarm : _schedule.list()) {
             const AlarmTime& time = alarm.time;
@@ -159,7 +160,7 @@ std::vector<AlarmService::WireAlarm> AlarmService::List()
 
 std::vector<AlarmService::WireOwn> AlarmService::Own()
 {
-    return answering([&] {
+    return answeringAboutAlarms([&] {
         const std::string package = _callersPackage();
         std::vector<WireOwn> alarms;
         for (const Alarm& alarm : _schedule.list()) {

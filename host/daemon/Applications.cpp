@@ -50,6 +50,11 @@ Identity Applications::who(const std::string& connection)
     return isUnique(connection) ? _clientOf(connection).identity : Identity();
 }
 
+std::string Applications::programBehind(const std::string& connection)
+{
+    return isUnique(connection) ? _clientOf(connection).program : "";
+}
+
 void Applications::find(const std::string& application, Found found)
 {
     const std::string running = _runningOf(application);
@@ -94,7 +99,8 @@ Applications::Client& Applications::_clientOf(const std::string& connection)
     const pid_t process = processOf(connection);
     Client& client = _clients[connection];
     if (process != 0) {
-        client.identity = identityOfProgram(programOfProcess(process));
+        client.program = programOfProcess(process);
+        client.identity = identityOfProgram(client.program);
     } else {
         _remember(connection);
     }

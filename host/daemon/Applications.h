@@ -28,6 +28,10 @@ public:
     /// Nobody for a connection that was never there, or ended too long ago.
     Identity who(const std::string& connection);
 
+    /// The file of the program behind the connection, for what one program may have in all; empty
+    /// when that is not known.
+    std::string programBehind(const std::string& connection);
+
     /// Where the application takes requests, or why nowhere.
     using Found = std::function<void(const std::string& connection, const sdbus::Error* error)>;
     /// Starts the application if need be. Where another program holds its name, the application's
@@ -48,6 +52,7 @@ public:
 
 private:
     struct Client {
+        std::string program;
         Identity identity;
         bool isEnding = false;
     };

@@ -1,6 +1,7 @@
 #include "host/daemon/ApplicationsService.h"
 
 #include "host/common/Bus.h"
+#include "host/daemon/Answering.h"
 #include "host/daemon/ClientWatch.h"
 
 namespace host {
@@ -16,26 +17,36 @@ ApplicationsService::~ApplicationsService() { unregisterAdaptor(); }
 
 std::tuple<std::string, std::string> ApplicationsService::Identify(const std::string& connection)
 {
-    const Identity identity = _applications.who(connection);
-    return { identity.package, identity.application };
+    return answering([&]() -> std::tuple<std::string, std::string> {
+        const Identity identity = _applications.who(connection);
+        return { identity.package, identity.application };
+    });
 }
 
 void ApplicationsService::Find(sdbus::Result<std::string>&& found, std::string application)
 {
     // Found may be called only once, but is copied on its way there.
     auto answer = std::make_shared<sdbus::Result<std::string>>(std::move(found));
-    _applications.find(
-        application, [answer](const std::string& connection, const sdbus::Error* error) {
-            if (error) {
-                answer->returnError(*error);
-            } else {
-                answer->returnResults(connection);
-            }
-        });
+    answering([&] {
+        _applications.find(
+            application, [answer](const std::string& connection, const sdbus::Error* error) {
+                if (error) {
+                    answer->returnError(*error);
+                } else {
+                    answer->returnResults(connection);
+                }
+            });
+    });
 }
 
-void ApplicationsService::Ready() { _applications.ready(callerOf(getObject())); }
+void ApplicationsService::Ready()
+{
+    answering([this] { _applications.ready(callerOf(getObject())); });
+}
 
-void ApplicationsService::Ending() { _applications.ending(callerOf(getObject())); }
+void ApplicationsService::Ending()
+{
+    answering([this] { _applications.ending(callerOf(getObject())); });
+}
 
 } // namespace host

@@ -128,6 +128,16 @@ void FocusArbiter::settle(std::vector<FocusChange>& changes)
     }
 }
 
+std::set<FocusStream> FocusArbiter::streams() const
+{
+    std::set<FocusStream> found;
+    for (const Part& part : _parts) {
+        for (const Holder& holder : part)
+            found.insert(holder.stream);
+    }
+    return found;
+}
+
 void FocusArbiter::forget(const FocusStream& stream, std::vector<FocusChange>& changes)
 {
     _remove(

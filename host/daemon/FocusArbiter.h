@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cstdint>
+#include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace host {
@@ -15,6 +17,10 @@ struct FocusStream {
     bool operator==(const FocusStream& other) const
     {
         return client == other.client && number == other.number;
+    }
+    bool operator<(const FocusStream& other) const
+    {
+        return std::tie(client, number) < std::tie(other.client, other.number);
     }
 };
 
@@ -57,6 +63,8 @@ public:
         std::vector<FocusChange>& changes);
     /// The parts that the stream holds.
     int held(const FocusStream& stream) const;
+    /// The streams that hold a part or wait for it.
+    std::set<FocusStream> streams() const;
 
     /// Puts the claims in the place of all that the client's streams have, in the order in which
     /// the parts were taken. Other clients may have claims, too: until settle nobody is told that

@@ -11,6 +11,7 @@ namespace {
 
 // Longer than clients that live take to renew what they hold.
 const double kSettleSeconds = 1;
+const size_t kMostStreams = 100; ///< of one program
 
 void checkMask(int mask)
 {
@@ -34,8 +35,9 @@ void checkAnswer(FocusAnswer answer)
 
 } // namespace
 
-FocusService::FocusService()
+FocusService::FocusService(Applications& applications)
     : AdaptorInterfaces(bus(), kDaemonPath)
+    , _applications(applications)
     , _clients(watchClients([this](const std::string& client) {
         std::vector<FocusChange> changes;
         _arbiter.forgetClient(client, changes);
@@ -56,6 +58,7 @@ std::uint64_t FocusService::Acquire(const std::uint32_t& stream, const std::int3
     const std::int32_t& mask, const std::int32_t& behavior, const std::string& info)
 {
     checkMask(mask);
+    _checkCount({ _callersStream(stream) });
     std::vector<FocusChange> changes;
     const std::uint64_t now = monotonicNow();
     checkAnswer(
@@ -67,10 +70,13 @@ std::uint64_t FocusService::Acquire(const std::uint32_t& stream, const std::int3
 void FocusService::Renew(const std::vector<WireClaim>& claims)
 {
     std::vector<FocusClaim> renewed;
+    std::set<FocusStream> streams;
     for (const WireClaim& claim : claims) {
+        streams.insert(_callersStream(claim.get<0>()));
         renewed.push_back(
             { claim.get<0>(), claim.get<1>(), claim.get<2>(), claim.get<3>(), claim.get<4>() });
     }
+    _checkCount(std::move(streams));
     std::vector<FocusChange> changes;
     _arbiter.renew(callerOf(getObject()), renewed, changes);
     _announce(changes);
@@ -112,6 +118,22 @@ void FocusService::Forget(const std::uint32_t& stream)
 FocusStream FocusService::_callersStream(std::uint32_t number) const
 {
     return { callerOf(getObject()), number };
+}
+
+// Each stream makes every change of the focus a little slower, for everybody.
+void FocusService::_checkCount(std::set<FocusStream> wanted)
+{
+    const std::string program = _applications.programBehind(callerOf(getObject()));
+    for (const FocusStream& stream : _arbiter.streams()) {
+        if (_applications.programBehind(stream.client) == program)
+            wanted.insert(stream);
+    }
+    if (wanted.size() <= kMostStreams)
+        return;
+    const std::string text = program + " has " + std::to_string(kMostStreams)
+        + " streams in the sound focus, which is the most";
+    logWarning(text);
+    throw sdbus::Error("org.freedesktop.DBus.Error.LimitsExceeded", text);
 }
 
 void FocusService::_announce(const std::vector<FocusChange>& changes)

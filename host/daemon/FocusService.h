@@ -1,10 +1,12 @@
 #pragma once
 
+#include "host/daemon/Applications.h"
 #include "host/daemon/ClientWatch.h"
 #include "host/daemon/FocusArbiter.h"
 
 #include <com.velmora.host.Focus-adaptor.h>
 #include <Ecore.h>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,8 @@ namespace host {
 /// The arbiter of sound focus on the session's bus; see com.velmora.host.Focus.xml.
 class FocusService : public sdbus::AdaptorInterfaces<com::velmora::host::Focus_adaptor> {
 public:
-    FocusService();
+    /// applications must outlive the service.
+    explicit FocusService(Applications& applications);
     ~FocusService();
 
 private:
@@ -27,10 +30,12 @@ private:
     void Forget(const std::uint32_t& stream) override;
 
     FocusStream _callersStream(std::uint32_t number) const;
+    void _checkCount(std::set<FocusStream> wanted);
     void _announce(const std::vector<FocusChange>& changes);
 
     static Eina_Bool _settleCb(void* data);
 
+    Applications& _applications;
     FocusArbiter _arbiter;
     Ecore_Timer* _settling = nullptr;
     sdbus::Slot _clients;

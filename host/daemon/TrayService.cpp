@@ -1,5 +1,7 @@
 #include "host/daemon/TrayService.h"
 
+#include "host/daemon/Answering.h"
+
 namespace host {
 
 TrayService::TrayService(AlarmSchedule& schedule)
@@ -13,14 +15,12 @@ TrayService::~TrayService() { unregisterAdaptor(); }
 
 std::vector<sdbus::Struct<int64_t, std::string>> TrayService::List()
 {
-    try {
+    return answering([&] {
         std::vector<sdbus::Struct<int64_t, std::string>> entries;
         for (const TrayEntry& entry : _schedule.tray())
             entries.emplace_back(entry.posted, entry.text);
         return entries;
-    } catch (const std::exception& error) {
-        throw sdbus::Error("org.freedesktop.DBus.Error.Failed", error.what());
-    }
+    });
 }
 
 } // namespace host

@@ -1,6 +1,7 @@
 #include "host/daemon/VolumeService.h"
 
 #include "host/common/Volume.h"
+#include "host/daemon/Answering.h"
 
 namespace host {
 
@@ -20,19 +21,6 @@ Mixer::Levels storedLevels()
     for (int type = 0; type < kSoundTypes; ++type)
         levels[type] = storedVolume(type);
     return levels;
-}
-
-// Runs call, with errors in the bus's terms.
-template <typename Call>
-auto answering(Call call)
-{
-    try {
-        return call();
-    } catch (const sdbus::Error&) {
-        throw;
-    } catch (const std::exception& error) {
-        throw sdbus::Error("org.freedesktop.DBus.Error.Failed", error.what());
-    }
 }
 
 } // namespace

@@ -68,7 +68,7 @@ int main()
         const host::ApplicationsService applicationsService(applications);
         host::AlarmService alarms(applications);
         host::TrayService tray(alarms.schedule());
-        host::FocusService focus;
+        host::FocusService focus(applications);
         host::VibrationService vibration;
         host::VolumeService volume;
         // Last, so that whoever sees the name is answered.

@@ -409,7 +409,7 @@ TEST_F(AlarmScheduleTest, NobodyForeseesTheTextOfAnAlert)
     EXPECT_THAT(texts, Each(MatchesRegex("[0-9a-f]{64}")));
 }
 
-TEST_F(AlarmScheduleTest, APackageHasTenThousandAlarmsAtTheMost)
+TEST_F(AlarmScheduleTest, APackageHasTwentyThousandAlarmsAtTheMost)
 {
     for (int i = 0; i < AlarmSchedule::kMostAlarms; ++i)
         ringAt(7, 30, 0);
@@ -418,7 +418,7 @@ TEST_F(AlarmScheduleTest, APackageHasTenThousandAlarmsAtTheMost)
         ringAt(7, 30, 0);
         FAIL() << "was registered";
     } catch (const LimitExceeded& error) {
-        EXPECT_STREQ("com.velmora.alarm has 10000 alarms, which is the most", error.what());
+        EXPECT_STREQ("com.velmora.alarm has 20000 alarms, which is the most", error.what());
     }
     EXPECT_GT(
         schedule().schedule("com.velmora.other", requestFor(kTarget), { 7, 30, 0, 0, {} }), 0);

@@ -156,11 +156,11 @@ TEST_F(SessionTest, AProgramThatIsReplacedWhileItRunsIsStillItself)
     const std::string program = directory.file("program");
     fs::copy("/bin/sleep", program);
     const BackgroundCommand running({ program, "100" });
-    EXPECT_EQ(program, host::programOfProcess(running.pid()));
+    EXPECT_EQ(program, host::programOfProcess(running.id()));
 
     fs::remove(program);
 
-    EXPECT_EQ(program, host::programOfProcess(running.pid()));
+    EXPECT_EQ(program, host::programOfProcess(running.id()));
     EXPECT_EQ("", host::programOfProcess(0));
 }
 

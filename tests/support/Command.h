@@ -26,8 +26,6 @@ public:
     /// What it has written to standard output so far.
     std::string output() const;
 
-    pid_t pid() const { return _process; }
-
     /// Sends it the signal.
     void signal(int number) const;
 

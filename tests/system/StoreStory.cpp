@@ -104,6 +104,7 @@ void Gate::letPass() const { flock(_file, LOCK_UN); }
 
 void StoreStory::startWriter(Writers& writers, const std::string& home, const Gate& gate, int saves)
 {
+    HostSession::installProgram("com.velmora.alarm", STORE_WRITER);
     writers.emplace_back(std::vector<std::string>{ "env", "ALARM_HOST_HOME=" + home,
         "ALARM_HOST_LOG=S", STORE_WRITER, gate.path(), std::to_string(saves),
         "writer" + std::to_string(writers.size()) });
