@@ -15,6 +15,7 @@ namespace host {
 namespace {
 
 const std::chrono::milliseconds kPatience(200);
+const std::chrono::milliseconds kPrompt(20);
 const std::uint64_t kForever = UINT64_MAX;
 const int kMessagesPerTurn = 32; ///< so that nobody can keep the link from its tasks
 
@@ -54,10 +55,13 @@ DaemonLink::DaemonLink()
     , _daemon(*_connection,
           [this](const std::string& owner) {
               _isHanging = false;
-              if (!owner.empty())
-                  _renew();
+              if (owner.empty())
+                  return;
+              _seeIfPrompt();
+              _renew();
           })
     , _proxy(sdbus::createProxy(*_connection, kDaemonName, kDaemonPath))
+    , _patience(kPatience)
     , _wake(newWake())
     , _thread([this] { _serve(); })
 {
@@ -90,15 +94,16 @@ void DaemonLink::run(const std::function<void()>& task)
 // goes on, although it may have been taken back by then.
 void DaemonLink::_begin(const std::shared_ptr<Waiting>& waiting)
 {
-    waiting->end = Clock::now() + kPatience;
+    waiting->begin = Clock::now();
+    waiting->end = waiting->begin + _patience;
     _waiting.push_back(waiting);
-    if (_isHanging) {
+    if (_isHanging || _patience == Clock::duration::zero()) {
         _end(waiting, kNoAnswer);
+        guarded([this] { _seeIfPrompt(); });
         return;
     }
     try {
-        const Request ping = { "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr };
-        _send(ping, [this, waiting](const Answer& answer) {
+        _send(_ping, [this, waiting](const Answer& answer) {
             const bool isWaiting
                 = std::find(_waiting.begin(), _waiting.end(), waiting) != _waiting.end();
             if (!isWaiting)
@@ -115,12 +120,18 @@ void DaemonLink::_begin(const std::shared_ptr<Waiting>& waiting)
     }
 }
 
-void DaemonLink::_end(const std::shared_ptr<Waiting>& waiting, const Answer& answer)
+// Holds what it takes from the list.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+void DaemonLink::_end(std::shared_ptr<Waiting> waiting, const Answer& answer)
 {
     const auto found = std::find(_waiting.begin(), _waiting.end(), waiting);
     if (found == _waiting.end())
         return;
     _waiting.erase(found);
+    const Clock::duration waited = Clock::now() - waiting->begin;
+    _patience = std::max(Clock::duration::zero(), _patience - waited);
+    if (answer.isThere && waited < kPrompt)
+        _becomePatient();
     if (!answer.isThere) {
         _isRenewalDue = true;
         _report("hostd cannot be reached: " + answer.text);
@@ -134,11 +145,18 @@ void DaemonLink::_end(const std::shared_ptr<Waiting>& waiting, const Answer& ans
 
 void DaemonLink::_endLate()
 {
-    if (_waiting.empty() || Clock::now() < _waiting.front()->end)
+    if (_waiting.empty() || Clock::now() < _firstEnd())
         return;
     _isHanging = true;
     while (!_waiting.empty())
         _end(_waiting.front(), kNoAnswer);
+}
+
+DaemonLink::Clock::time_point DaemonLink::_firstEnd() const
+{
+    const auto first = std::min_element(_waiting.begin(), _waiting.end(),
+        [](const auto& one, const auto& other) { return one->end < other->end; });
+    return (*first)->end;
 }
 
 void DaemonLink::_send(const Request& request, std::function<void(const Answer& answer)> answered)
@@ -166,13 +184,38 @@ DaemonLink::Answer DaemonLink::_read(sdbus::MethodReply& reply, const sdbus::Err
     answer.isThere = reply.getSender() == _daemon.owner();
     if (!answer.isThere)
         return answer;
-    if (_isReported)
-        logInfo("hostd answers again");
-    _isReported = false;
+    if (_isHanging)
+        _seeIfPrompt();
     _isHanging = false;
     if (_isRenewalDue)
         _renew();
     return answer;
+}
+
+// A daemon that is slow may answer each request in time, and hold up a ring by all of them together.
+void DaemonLink::_seeIfPrompt()
+{
+    if (_isSeeing)
+        return;
+    _isSeeing = true;
+    _send(_ping, [this, begin = Clock::now()](const Answer& answer) {
+        _isSeeing = false;
+        if (!answer.isThere)
+            return;
+        if (Clock::now() - begin < kPrompt) {
+            _becomePatient();
+        } else {
+            _seeIfPrompt();
+        }
+    });
+}
+
+void DaemonLink::_becomePatient()
+{
+    _patience = kPatience;
+    if (_isReported)
+        logInfo("hostd answers again");
+    _isReported = false;
 }
 
 void DaemonLink::_renew()
@@ -246,8 +289,8 @@ void DaemonLink::_sleep(bool isBusThere)
         milliseconds = bus.getPollTimeout();
     }
     if (!_waiting.empty()) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            _waiting.front()->end - Clock::now());
+        const auto left
+            = std::chrono::duration_cast<std::chrono::milliseconds>(_firstEnd() - Clock::now());
         const int end = std::max(0, static_cast<int>(left.count()) + 1);
         milliseconds = milliseconds < 0 ? end : std::min(milliseconds, end);
     }

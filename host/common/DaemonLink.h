@@ -18,9 +18,10 @@ namespace host {
 
 /**
  * The process's line to hostd for what a ringing alarm needs, on a thread of its own. Who asks for
- * something waits for a daemon that hangs for 200 ms, and from then on nobody waits until it goes
- * on. What was asked of a daemon that did not answer is not sent later: it is told to the daemon
- * anew by the renewals, when it goes on or another process has become hostd.
+ * something waits for a daemon that is slow or hangs, but all together for 200 ms only: from then on
+ * nobody waits until it is prompt again. What was asked of a daemon that did not answer is not sent
+ * later: it is told to the daemon anew by the renewals, when it goes on or another process has become
+ * hostd.
  */
 class DaemonLink {
 public:
@@ -89,16 +90,20 @@ private:
     struct Waiting {
         Request request;
         std::promise<int> result;
+        Clock::time_point begin;
         Clock::time_point end;
     };
 
     DaemonLink();
     int _ask(Request request);
     void _begin(const std::shared_ptr<Waiting>& waiting);
-    void _end(const std::shared_ptr<Waiting>& waiting, const Answer& answer);
+    void _end(std::shared_ptr<Waiting> waiting, const Answer& answer);
     void _endLate();
+    Clock::time_point _firstEnd() const; ///< of those that wait
     void _send(const Request& request, std::function<void(const Answer& answer)> answered);
     Answer _read(sdbus::MethodReply& reply, const sdbus::Error* error);
+    void _seeIfPrompt();
+    void _becomePatient();
     void _renew();
     void _report(const std::string& text);
 
@@ -112,9 +117,12 @@ private:
     const std::string _client;
     DaemonWatch _daemon;
     const std::unique_ptr<sdbus::IProxy> _proxy;
+    const Request _ping = { "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr };
     std::vector<std::function<void()>> _renewals;
-    std::list<std::shared_ptr<Waiting>> _waiting; ///< the earliest end first
+    std::list<std::shared_ptr<Waiting>> _waiting;
+    Clock::duration _patience; ///< how long requests may still wait, all together
     bool _isHanging = false;
+    bool _isSeeing = false; ///< whether it is prompt again
     bool _isRenewalDue = false; ///< something was asked for in vain
     bool _isReported = false; ///< that nobody answers is in the log
 

@@ -1,5 +1,6 @@
 #include "Forgery.h"
 #include "host/common/Bus.h"
+#include "host/common/Log.h"
 #include "host/common/Volume.h"
 #include "HostSession.h"
 
@@ -440,9 +441,15 @@ TEST_F(SoundManagerTest, WhoTookItFromACallWhileHostdHungIsToldLater)
     Stream alarm(SOUND_STREAM_TYPE_ALARM);
     ASSERT_EQ(kPolicy, alarm.acquire(kBoth));
 
+    static std::atomic<bool> answers{ false };
+    host::setLogHook([](int, const char*, const char* text) {
+        answers = answers || std::string(text) == "hostd answers again";
+    });
     ASSERT_EQ(0, kill(daemon, SIGSTOP));
     EXPECT_EQ(kNone, alarm.acquire(kBoth));
     kill(daemon, SIGCONT);
+    EXPECT_TRUE(session.waitFor([] { return answers.load(); }));
+    host::setLogHook(nullptr);
 
     const News lost{ 3, 0, SOUND_STREAM_FOCUS_CHANGED_BY_CALL, 0, "(none)" };
     EXPECT_THAT(alarm.news(1), testing::ElementsAre(lost));
