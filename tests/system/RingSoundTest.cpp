@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 
 namespace {
 
@@ -112,8 +113,15 @@ protected:
     /// Lets the alarm be due once more, for the same registration.
     void letRingAgain(int id)
     {
-        hostctl({ "launch", "com.velmora.alarm-alert", "--extra",
-            APP_CONTROL_DATA_ALARM_ID "=" + std::to_string(storedAlarm(id).alarm_mgr_id) });
+        // As an application does it, which needs no hostd for that.
+        app_control_h made = nullptr;
+        app_control_create(&made);
+        const std::unique_ptr<app_control_s, int (*)(app_control_h)> request(
+            made, app_control_destroy);
+        app_control_set_app_id(made, "com.velmora.alarm-alert");
+        app_control_add_extra_data(
+            made, APP_CONTROL_DATA_ALARM_ID, std::to_string(storedAlarm(id).alarm_mgr_id).c_str());
+        EXPECT_EQ(APP_CONTROL_ERROR_NONE, app_control_send_launch_request(made, nullptr, nullptr));
     }
 
     /// The alert alone is asked: the alarm application does nothing without a store.

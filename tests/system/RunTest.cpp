@@ -185,6 +185,17 @@ TEST_F(RunTest, RoadPasses)
     EXPECT_EQ("", result.err);
 }
 
+TEST_F(RunTest, FaultsPasses)
+{
+    copyScenario("faults");
+
+    const CommandResult result = run({ "faults" });
+
+    EXPECT_EQ(0, result.status) << result.out << result.err;
+    EXPECT_THAT(result.out, EndsWith("PASS faults: 5 faults, 5 rang\n"));
+    EXPECT_EQ("", result.err);
+}
+
 TEST_F(RunTest, PhonePasses)
 {
     copyScenario("phone");
