@@ -62,13 +62,15 @@ function(host_service_file name target)
     add_dependencies(session ${target})
 endfunction()
 
-# A test of one class of the library, on doubles of the platform.
+# A test of one class of the library, on doubles of the platform: one process for all of its cases.
 function(alarm_unit_test class)
     add_executable(${class}Test unit/${class}Test.cpp)
     add_dependencies(unit-tests ${class}Test)
     target_link_libraries(${class}Test PRIVATE alarm-build alarm-common-objects platform-doubles
                                                GTest::gmock_main)
-    gtest_discover_tests(${class}Test NO_PRETTY_VALUES PROPERTIES LABELS unit TIMEOUT 30)
+    target_precompile_headers(${class}Test REUSE_FROM test-headers)
+    add_test(NAME ${class}Test COMMAND ${class}Test --gtest_brief=1)
+    set_tests_properties(${class}Test PROPERTIES LABELS unit TIMEOUT 120)
 endfunction()
 
 # A fuzz target of a class of the library, on doubles of the platform. Built for fuzzing it is a
@@ -100,35 +102,55 @@ endif()
 list(JOIN options ":" options)
 set(ALARM_TEST_ENVIRONMENT "${variable}=${options}")
 
-# Runs a command in a session of its own, without applications that the command does not start, and
-# with a sound server of its own, also where the user has one.
-set(ALARM_SESSION env -u PULSE_SERVER -u XDG_RUNTIME_DIR ${PROJECT_BINARY_DIR}/bin/host-session
-                  --no-boot)
+# Runs a test in a session of its own, without applications that it does not start itself.
+set(ALARM_SESSION ${PROJECT_SOURCE_DIR}/tests/support/in-session
+                  ${PROJECT_BINARY_DIR}/bin/host-session)
 
-# A test of a host module with its real engine. A session needs the finished build, so the cases are
-# listed when ctest starts. SERIAL: it measures time, so no other test runs beside it.
+# The cases of a test's executable, each in a session of its own. The cases of SHARED, names as
+# --gtest_filter takes them, leave the session as they found it: those of a name have one for all and
+# are one test. SERIAL: it measures time, so no other that does runs beside it; the row of these is long,
+# and begins first.
+function(alarm_session_test target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "LABEL;TIMEOUT" "SHARED")
+    set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${ALARM_SESSION}")
+    set(properties LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT} ENVIRONMENT ${ALARM_TEST_ENVIRONMENT})
+    if(arg_SERIAL)
+        list(APPEND properties RESOURCE_LOCK time COST 100)
+    endif()
+    foreach(cases IN LISTS arg_SHARED)
+        string(REGEX REPLACE "\\.?\\*$" "" name "${cases}")
+        if(name STREQUAL "")
+            set(name ${target})
+        endif()
+        add_test(NAME ${name} COMMAND ${target} --gtest_filter=${cases} --gtest_brief=1)
+        set_tests_properties(${name} PROPERTIES ${properties})
+    endforeach()
+    list(JOIN arg_SHARED ":" shared)
+    if(NOT shared STREQUAL "*")
+        gtest_discover_tests(${target} NO_PRETTY_VALUES TEST_FILTER "*-${shared}"
+                             DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+    endif()
+endfunction()
+
+# A test of a host module with its real engine.
 function(alarm_host_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "SHARED")
     add_executable(${name}Test ${name}Test.cpp)
     target_link_libraries(${name}Test PRIVATE alarm-build host-support ${arg_UNPARSED_ARGUMENTS}
                                               GTest::gmock_main)
-    set_target_properties(${name}Test PROPERTIES CROSSCOMPILING_EMULATOR "${ALARM_SESSION}")
-    gtest_discover_tests(${name}Test NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 30
-                         PROPERTIES LABELS host TIMEOUT 60 RUN_SERIAL ${arg_SERIAL}
-                                    ENVIRONMENT ${ALARM_TEST_ENVIRONMENT})
+    target_precompile_headers(${name}Test REUSE_FROM test-headers)
+    alarm_session_test(${name}Test LABEL host TIMEOUT 120 ${ARGN})
 endfunction()
 
-# A story of library, platform and applications, in a session of its own. SERIAL as above.
+# A story of library, platform and applications.
 function(alarm_system_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "TIMEOUT" "")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "TIMEOUT" "SHARED")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
     endif()
     add_executable(${name}Test ${name}Test.cpp)
     target_link_libraries(${name}Test PRIVATE alarm-build alarm-common host-support
                                               GTest::gmock_main)
-    set_target_properties(${name}Test PROPERTIES CROSSCOMPILING_EMULATOR "${ALARM_SESSION}")
-    gtest_discover_tests(${name}Test NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 30
-                         PROPERTIES LABELS system TIMEOUT ${arg_TIMEOUT} RUN_SERIAL ${arg_SERIAL}
-                                    ENVIRONMENT ${ALARM_TEST_ENVIRONMENT})
+    target_precompile_headers(${name}Test REUSE_FROM test-headers)
+    alarm_session_test(${name}Test LABEL system TIMEOUT ${arg_TIMEOUT} ${ARGN})
 endfunction()
