@@ -10,7 +10,7 @@ protected:
     /// may be the first, or on a file.
     void writeAtOnce(bool onFile, int writerCount, int saves)
     {
-        const int rounds = 200;
+        const int rounds = 25 * times();
         std::vector<int> registered;
         for (int round = 1; round <= rounds && !HasFailure(); ++round) {
             SCOPED_TRACE("round " + std::to_string(round));

@@ -76,6 +76,22 @@ protected:
         return savedRows(result.out);
     }
 
+    /// How long the first saves of a writer take on this machine, in microseconds.
+    int firstSavesTime()
+    {
+        const TempDir home;
+        const Gate gate(home.file("gate"));
+        Writers writers;
+        startWriter(writers, home.path(), gate, 5);
+        waitUntilReady(writers);
+        const auto begin = std::chrono::steady_clock::now();
+        gate.letPass();
+        (void)finish(writers);
+        const auto taken = std::chrono::steady_clock::now() - begin;
+        return static_cast<int>(
+            std::chrono::duration_cast<std::chrono::microseconds>(taken).count());
+    }
+
     std::vector<Row> saveOne(const std::string& home)
     {
         const TempDir folder;
@@ -108,11 +124,10 @@ TEST_F(StoreCrashTest, KilledWriterLeavesWhatItSaved)
     const unsigned seed = given != 0 ? given : std::random_device()() % 100000;
     printf("the instants are those of --gtest_random_seed=%u\n", seed);
     std::mt19937 random(seed);
-    // The first saves of a writer take about that long.
-    std::uniform_int_distribution<int> instants(0, 100000);
+    std::uniform_int_distribution<int> instants(0, firstSavesTime());
 
     size_t savedByKilled = 0;
-    for (int first = 0; first < 20 && !HasFailure(); ++first) {
+    for (int first = 0; first < 5 * times() && !HasFailure(); ++first) {
         const TempDir home;
         std::vector<Row> saved;
         for (int kill = 0; kill < 10 && !HasFailure(); ++kill) {

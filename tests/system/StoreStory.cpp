@@ -102,6 +102,12 @@ Gate::~Gate() { close(_file); }
 
 void Gate::letPass() const { flock(_file, LOCK_UN); }
 
+int StoreStory::times()
+{
+    const char* wanted = getenv("ALARM_TEST_TIMES");
+    return wanted ? std::max(1, atoi(wanted)) : 1;
+}
+
 void StoreStory::startWriter(Writers& writers, const std::string& home, const Gate& gate, int saves)
 {
     HostSession::installProgram("com.velmora.alarm", STORE_WRITER);

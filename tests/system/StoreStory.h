@@ -64,6 +64,9 @@ class StoreStory : public testing::Test {
 protected:
     using Writers = std::deque<BackgroundCommand>;
 
+    /// How often a story is to be told that depends on luck: $ALARM_TEST_TIMES, else once.
+    static int times();
+
     static void startWriter(Writers& writers, const std::string& home, const Gate& gate, int saves);
     /// Waits until all are at the gate.
     void waitUntilReady(const Writers& writers);
