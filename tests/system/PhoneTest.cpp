@@ -45,7 +45,7 @@ protected:
 TEST_F(PhoneTest, AlarmsOfThePhoneShowAndRing)
 {
     connectWithThreeAlarms();
-    phone({ "add", "--in", "2s", "--name", "Now" });
+    phone({ "add", "--in", "4s", "--name", "Now" });
     expectSame();
 
     EXPECT_EQ(4U, alarmsOnWatch().size());

@@ -23,7 +23,7 @@ std::string clockText(time_t instant)
 
 TEST_F(RoadTest, AnotherProcessRingsAtTheAlarmsSecond)
 {
-    const int id = addAlarm({ "--in", "2s" });
+    const int id = addAlarm({ "--in", "4s" }); // looked at before it rings
     const auto registered = registration(id);
     ASSERT_TRUE(registered);
     EXPECT_EQ("com.velmora.alarm-alert", registered->application);
