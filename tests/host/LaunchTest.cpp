@@ -415,6 +415,24 @@ TEST_F(LaunchTest, AMessageOfAnotherShapeIsRefused)
     EXPECT_EQ(pid, session.pidOf(kEcho));
 }
 
+TEST_F(LaunchTest, ARequestOfMoreThan64KilobytesIsRefusedOnBothSides)
+{
+    const std::string text(host::kLongestRequest, 'x');
+
+    EXPECT_EQ(APP_CONTROL_ERROR_INVALID_PARAMETER, ask(kEcho, text, {}));
+    launch(kEcho, "first");
+    try {
+        launchOnce(text, "");
+        FAIL() << "was taken";
+    } catch (const sdbus::Error& error) {
+        EXPECT_EQ("org.freedesktop.DBus.Error.LimitsExceeded", error.getName());
+        EXPECT_EQ("A request may have 65536 bytes", error.getMessage());
+    }
+
+    launch(kEcho, "last");
+    expectRequests(echo, { "first", "last" });
+}
+
 TEST_F(LaunchTest, AReplyThatNobodyAskedForIsNothing)
 {
     launch(kEcho, "first");

@@ -1,3 +1,4 @@
+#include "Command.h"
 #include "Forgery.h"
 #include "host/common/Bus.h"
 #include "host/common/Log.h"
@@ -10,6 +11,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -164,6 +166,29 @@ TEST_F(SoundManagerTest, PartsAreTakenAndReleasedOneByOneOrTogether)
     EXPECT_EQ(3, stream.held());
     EXPECT_EQ(kNone, stream.release(kBoth));
     EXPECT_EQ(0, stream.held());
+}
+
+TEST_F(SoundManagerTest, OneProgramHasAHundredStreamsInTheFocusAtTheMost)
+{
+    std::deque<Stream> streams;
+    for (int i = 0; i < 100; ++i) {
+        streams.emplace_back(SOUND_STREAM_TYPE_ALARM);
+        ASSERT_EQ(kNone, streams.back().acquire(kPlayback)) << i;
+    }
+    streams.emplace_back(SOUND_STREAM_TYPE_ALARM);
+
+    EXPECT_EQ(SOUND_MANAGER_ERROR_INTERNAL, streams.back().acquire(kPlayback));
+    EXPECT_EQ(0, streams.back().held());
+    EXPECT_TRUE(session.waitFor([this] {
+        return session.logText().find("has 100 streams in the sound focus, which is the most")
+            != std::string::npos;
+    }));
+    // Another program is not concerned.
+    EXPECT_EQ(0, runCommand({ "hostctl", "focus", "take", "--reason", "media" }).status);
+    EXPECT_EQ(0, runCommand({ "hostctl", "focus", "release", "--reason", "media" }).status);
+
+    streams.pop_front();
+    EXPECT_EQ(kNone, streams.back().acquire(kPlayback));
 }
 
 TEST_F(SoundManagerTest, LoserIsToldOnAnotherThreadAndGetsItBack)
