@@ -110,7 +110,8 @@ TEST_F(AppCommonTest, AnApplicationKnowsItsId)
     const std::string alert = home.file("ro/com.velmora.alarm/bin/com.velmora.alarm-alert");
     fs::copy(HOST_PROBE, alert);
 
-    EXPECT_EQ("0|com.velmora.alarm-alert", runCommand({ alert, "id" }).out);
+    EXPECT_EQ("0|com.velmora.alarm-alert",
+        runCommand(inEnvironment({ { "ALARM_HOST_HOME", home.path() } }, { alert, "id" })).out);
 }
 
 TEST_F(AppCommonTest, AnotherProgramHasNoId)

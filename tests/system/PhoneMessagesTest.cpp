@@ -577,11 +577,13 @@ TEST_F(PhoneMessagesTest, ServiceRestsWhileItCanOpenNoMoreFiles)
 {
     meet(1, { kWork });
     const pid_t pid = service();
-    const auto files = std::distance(
-        fs::directory_iterator("/proc/" + std::to_string(pid) + "/fd"), fs::directory_iterator());
+    // The lowest number that is free is the one that the next file would have.
+    rlim_t files = 0;
+    while (fs::is_symlink("/proc/" + std::to_string(pid) + "/fd/" + std::to_string(files)))
+        ++files;
     rlimit before = {};
     ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, nullptr, &before));
-    const rlimit less = { static_cast<rlim_t>(files), before.rlim_max };
+    const rlimit less = { files, before.rlim_max };
     ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, &less, nullptr));
     const int socket = app::connectIn(app::phoneSocketFolder(), app::kPhoneSocket);
     ASSERT_GE(socket, 0);

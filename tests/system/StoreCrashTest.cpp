@@ -16,7 +16,7 @@ class SmallDisk {
 public:
     explicit SmallDisk(HostSession& session)
         : _keeper({ "unshare", "-rm", "sh", "-c",
-            "mount -t tmpfs -o size=256k small " + _folder.path()
+            "mount -t tmpfs -o size=256k,mode=0700 small " + _folder.path()
                 + " && echo $$ && exec sleep 1000" })
     {
         (void)session.waitFor([this] { return _keeper.output().find('\n') != std::string::npos; });
