@@ -142,9 +142,10 @@ private:
             throw sdbus::Error(kEnded, "the application ends");
         if (!receiver)
             throw sdbus::Error("org.freedesktop.DBus.Error.Failed", "not an application");
-        if (sizeOf(fromWire(request)) > kLongestRequest)
+        if (sizeOf(fromWire(request)) > kLongestRequest) {
             throw sdbus::Error("org.freedesktop.DBus.Error.LimitsExceeded",
                 "A request may have " + std::to_string(kLongestRequest) + " bytes");
+        }
         receiver({ fromWire(request), _sender(), ticket, std::move(once), std::move(handled) });
     }
 

@@ -116,7 +116,7 @@ void passThrough(const fs::path& path)
 Identity readIdentity()
 {
     try {
-        const Identity installed = identityOfProgram(programOfProcess(getpid()));
+        Identity installed = identityOfProgram(programOfProcess(getpid()));
         if (!installed.package.empty())
             return installed;
     } catch (const std::system_error&) {

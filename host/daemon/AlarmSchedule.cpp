@@ -329,7 +329,8 @@ void AlarmSchedule::_launch(std::int64_t now)
             alarm.id, Flight{ launchFor(alarm, request.value_or(Entries())), alarm.due, 1, {} });
         ++_flightsOf[alarm.application];
         if (request) {
-            _launcher(at->second.launch);
+            const Launch launch = at->second.launch; // an answer at once ends the flight
+            _launcher(launch);
         } else {
             answered(alarm.id, LaunchResult::Refused, "its request on disk cannot be read");
         }

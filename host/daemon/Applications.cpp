@@ -170,10 +170,11 @@ void Applications::_startByBus(const std::string& application)
         const sdbus::Error ended(kNoReply, application + " has ended at once");
         if (_searches.count(application) == 0)
             return; // it has been found meanwhile
-        if (error || _owners.count(application) == 0)
+        if (error || _owners.count(application) == 0) {
             _settle(application, "", error ? error : &ended);
-        else
+        } else {
             _look(application);
+        }
     };
     try {
         _bus->callMethodAsync("StartServiceByName")
