@@ -3,6 +3,7 @@
 #include "host/common/Log.h"
 #include "host/common/Peers.h"
 #include "host/common/Session.h"
+#include "host/common/Signals.h"
 #include "host/common/Wire.h"
 
 #include <app_control.h>
@@ -23,7 +24,6 @@ namespace {
 
 const char* const kInterface = "com.velmora.host.Application";
 const char* const kDaemonInterface = "com.velmora.host.Applications";
-const char* const kEnded = "com.velmora.host.Application.Error.Ended";
 const char* const kNoReply = "org.freedesktop.DBus.Error.NoReply";
 
 const int kMostTries = 3; ///< for an application that ends in the moment when it is called
@@ -57,7 +57,7 @@ void removeOldTraces()
 bool isOf(const std::string& connection, const std::string& application)
 {
     const pid_t process = connection.empty() ? 0 : processOf(connection);
-    return process != 0 && identityOfProgram(programOfProcess(process)).application == application;
+    return process != 0 && identityOfProcess(process).application == application;
 }
 
 // Where the application takes requests; starts it when it does not run. The bus itself tells, so
@@ -139,7 +139,7 @@ private:
         sdbus::Result<>&& handled, WireEntries request, std::string once, uint64_t ticket) override
     {
         if (isClosed)
-            throw sdbus::Error(kEnded, "the application ends");
+            throw sdbus::Error(kApplicationEnded, "the application ends");
         if (!receiver)
             throw sdbus::Error("org.freedesktop.DBus.Error.Failed", "not an application");
         if (sizeOf(fromWire(request)) > kLongestRequest) {
@@ -201,6 +201,10 @@ void ApplicationPort::open(const std::string& application, Receiver receiver)
             throw; // it runs already
         logError("The name " + application + " is held by process "
             + std::to_string(processOf(holder)) + ", which is another program");
+        _daemon = std::make_unique<DaemonWatch>(bus(), [](const std::string& owner) {
+            if (!owner.empty())
+                tellDaemon("Ready");
+        });
         tellDaemon("Ready");
     }
 }
@@ -265,7 +269,8 @@ void ApplicationPort::_failed(Sending sending, const sdbus::Error& error)
 {
     std::string reason = error.getMessage();
     const std::string& name = error.getName();
-    const bool hasEnded = name == kEnded || name == "org.freedesktop.DBus.Error.NameHasNoOwner"
+    const bool hasEnded = name == kApplicationEnded
+        || name == "org.freedesktop.DBus.Error.NameHasNoOwner"
         || name == "org.freedesktop.DBus.Error.ServiceUnknown";
     if (hasEnded && sending.tries++ < kMostTries) {
         try {

@@ -11,6 +11,8 @@
 
 namespace host {
 
+class DaemonWatch;
+
 /**
  * Where the launch requests and replies for this process arrive, and from where it sends its own.
  * Main thread; everything arrives from the main loop. Errors of the bus are thrown as sdbus::Error.
@@ -71,6 +73,7 @@ private:
     std::unique_ptr<Object> _object;
     std::string _application;
     bool _hasName = false;
+    std::unique_ptr<DaemonWatch> _daemon; ///< of an application without its name: hostd must know
     bool _isKnown = false; ///< to hostd, which remembers who this process is
 };
 

@@ -10,6 +10,7 @@ namespace host {
 const char* const kDaemonName = "com.velmora.host";
 const char* const kDaemonPath = "/com/velmora/host";
 const char* const kApplicationPath = "/com/velmora/host/Application";
+const char* const kApplicationEnded = "com.velmora.host.Application.Error.Ended";
 
 namespace {
 

@@ -9,6 +9,7 @@ namespace host {
 extern const char* const kDaemonName; ///< bus name of hostd
 extern const char* const kDaemonPath; ///< its one object
 extern const char* const kApplicationPath; ///< an application's object, at its id as bus name
+extern const char* const kApplicationEnded; ///< the error of one that takes no requests any more
 
 /// A connection to the session's bus on which a call waits for its answer for 10 seconds at most.
 /// Throws sdbus::Error.

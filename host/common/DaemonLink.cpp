@@ -102,21 +102,29 @@ void DaemonLink::_begin(const std::shared_ptr<Waiting>& waiting)
         guarded([this] { _seeIfPrompt(); });
         return;
     }
+    _sendIfPossible(waiting, _ping, [this, waiting](const Answer& answer) {
+        const bool isWaiting
+            = std::find(_waiting.begin(), _waiting.end(), waiting) != _waiting.end();
+        if (!isWaiting)
+            return;
+        if (answer.isThere) {
+            _sendIfPossible(
+                waiting, waiting->request, [=](const Answer& done) { _end(waiting, done); });
+        } else {
+            _end(waiting, answer);
+        }
+    });
+}
+
+// Ends what waits when the request cannot even be sent, such as for a text that is not UTF-8.
+void DaemonLink::_sendIfPossible(const std::shared_ptr<Waiting>& waiting, const Request& request,
+    std::function<void(const Answer& answer)> answered)
+{
     try {
-        _send(_ping, [this, waiting](const Answer& answer) {
-            const bool isWaiting
-                = std::find(_waiting.begin(), _waiting.end(), waiting) != _waiting.end();
-            if (!isWaiting)
-                return;
-            if (answer.isThere) {
-                _send(
-                    waiting->request, [this, waiting](const Answer& done) { _end(waiting, done); });
-            } else {
-                _end(waiting, answer);
-            }
-        });
+        _send(request, std::move(answered));
     } catch (const sdbus::Error& error) {
-        _end(waiting, { false, error.getName(), error.getMessage(), nullptr });
+        const bool isRefused = error.getName() == "org.freedesktop.DBus.Error.InvalidArgs";
+        _end(waiting, { isRefused, error.getName(), error.getMessage(), nullptr });
     }
 }
 
@@ -192,7 +200,8 @@ DaemonLink::Answer DaemonLink::_read(sdbus::MethodReply& reply, const sdbus::Err
     return answer;
 }
 
-// A daemon that is slow may answer each request in time, and hold up a ring by all of them together.
+// A daemon that is slow may answer each request in time, and hold up a ring by all of them
+// together.
 void DaemonLink::_seeIfPrompt()
 {
     if (_isSeeing)

@@ -18,10 +18,10 @@ namespace host {
 
 /**
  * The process's line to hostd for what a ringing alarm needs, on a thread of its own. Who asks for
- * something waits for a daemon that is slow or hangs, but all together for 200 ms only: from then on
- * nobody waits until it is prompt again. What was asked of a daemon that did not answer is not sent
- * later: it is told to the daemon anew by the renewals, when it goes on or another process has become
- * hostd.
+ * something waits for a daemon that is slow or hangs, but all together for 200 ms only: from then
+ * on nobody waits until it is prompt again. What was asked of a daemon that did not answer is not
+ * sent later: it is told to the daemon anew by the renewals, when it goes on or another process has
+ * become hostd.
  */
 class DaemonLink {
 public:
@@ -100,6 +100,8 @@ private:
     void _end(std::shared_ptr<Waiting> waiting, const Answer& answer);
     void _endLate();
     Clock::time_point _firstEnd() const; ///< of those that wait
+    void _sendIfPossible(const std::shared_ptr<Waiting>& waiting, const Request& request,
+        std::function<void(const Answer& answer)> answered);
     void _send(const Request& request, std::function<void(const Answer& answer)> answered);
     Answer _read(sdbus::MethodReply& reply, const sdbus::Error* error);
     void _seeIfPrompt();

@@ -18,8 +18,11 @@ std::vector<std::pair<std::string, fs::path>> placesOf(const std::string& name)
     std::vector<std::pair<std::string, fs::path>> places;
     for (const char* area : { "ro", "packages" }) {
         std::error_code error;
-        for (const auto& package : fs::directory_iterator(homePath() + area, error))
-            places.emplace_back(package.path().filename(), package.path() / "bin" / name);
+        fs::directory_iterator package(homePath() + area, error);
+        for (; !error && package != fs::directory_iterator(); package.increment(error))
+            places.emplace_back(package->path().filename(), package->path() / "bin" / name);
+        if (error && error != std::errc::no_such_file_or_directory)
+            throw std::system_error(error, homePath() + area);
     }
     return places;
 }
@@ -30,14 +33,43 @@ bool isApplicationOf(const std::string& package, const std::string& name)
     return package.find('.') != std::string::npos && name.compare(0, package.size(), package) == 0;
 }
 
+const std::string kReplaced = " (deleted)"; // as the kernel marks a file that is no more
+
+std::string linkOf(pid_t process)
+{
+    std::error_code error;
+    return fs::read_symlink("/proc/" + std::to_string(process) + "/exe", error);
+}
+
+bool isReplaced(pid_t process)
+{
+    const std::string link = linkOf(process);
+    return link.size() > kReplaced.size()
+        && link.compare(link.size() - kReplaced.size(), kReplaced.size(), kReplaced) == 0;
+}
+
+bool isOfOurMounts(const std::string& proc)
+{
+    std::error_code error;
+    return fs::read_symlink(proc + "/ns/mnt", error)
+        == fs::read_symlink("/proc/self/ns/mnt", error);
+}
+
 } // namespace
 
-Identity identityOfProgram(const std::string& file)
+Identity identityOfProcess(pid_t process)
 {
+    const std::string proc = "/proc/" + std::to_string(process);
+    const std::string file = programOfProcess(process);
     const std::string name = fs::path(file).filename();
     for (const auto& [package, place] : placesOf(name)) {
         std::error_code error;
-        if (fs::canonical(place, error) == file && !error)
+        // What is mounted over a file in a namespace of one's own has its path, but is not that
+        // file.
+        const bool isIt = fs::canonical(place, error) == file && !error
+            && (isReplaced(process) ? isOfOurMounts(proc)
+                                    : fs::equivalent(proc + "/exe", place, error));
+        if (isIt)
             return { package, isApplicationOf(package, name) ? name : "" };
     }
     return {};
@@ -57,12 +89,9 @@ std::string programOf(const std::string& application)
 
 std::string programOfProcess(pid_t process)
 {
-    static const std::string replaced = " (deleted)"; // as the kernel marks it
-    std::error_code error;
-    std::string file = fs::read_symlink("/proc/" + std::to_string(process) + "/exe", error);
-    const size_t size = file.size() - std::min(file.size(), replaced.size());
-    if (file.compare(size, replaced.size(), replaced) == 0)
-        file.erase(size);
+    std::string file = linkOf(process);
+    if (isReplaced(process))
+        file.erase(file.size() - kReplaced.size());
     return file;
 }
 

@@ -11,10 +11,10 @@ struct Identity {
     std::string application; ///< empty for a program of the package that is no application
 };
 
-/// Who the program of that file is: one that is installed at <package>/bin/<its name> below the
+/// Whose program the process runs: one that is installed at <package>/bin/<its name> below the
 /// session's ro/ or packages/, itself or by a link. Its name is its application id when it begins
-/// with the package's. Any thread.
-Identity identityOfProgram(const std::string& file);
+/// with the package's. Throws std::system_error when that cannot be looked up for now. Any thread.
+Identity identityOfProcess(pid_t process);
 
 /// The file of an installed application; empty when none has the id. Any thread.
 std::string programOf(const std::string& application);

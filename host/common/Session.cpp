@@ -116,7 +116,7 @@ void passThrough(const fs::path& path)
 Identity readIdentity()
 {
     try {
-        Identity installed = identityOfProgram(programOfProcess(getpid()));
+        Identity installed = identityOfProcess(getpid());
         if (!installed.package.empty())
             return installed;
     } catch (const std::system_error&) {

@@ -119,6 +119,12 @@ bool AlarmSchedule::cancel(const std::string& package, int id)
     return true;
 }
 
+std::optional<Alarm> AlarmSchedule::find(const std::string& package, int id)
+{
+    std::optional<Alarm> alarm = _store.find(id);
+    return alarm && alarm->package == package ? alarm : std::nullopt;
+}
+
 void AlarmSchedule::clockChanged(const cctz::time_zone& zone)
 {
     const std::int64_t offset = _clock.now() - _clock.elapsed();
@@ -184,11 +190,11 @@ void AlarmSchedule::_end(int id, const std::string& failure)
     const auto found = _flights.find(id);
     if (found == _flights.end())
         return;
-    const std::string application = found->second.launch.application;
-    _rung[id] = { application, found->second.due, failure };
+    const Whose whose = found->second.whose;
+    _rung[id] = { whose.second, found->second.due, failure };
     _flights.erase(found);
-    if (--_flightsOf[application] == 0)
-        _flightsOf.erase(application);
+    if (--_flightsOf[whose] == 0)
+        _flightsOf.erase(whose);
 }
 
 // Returns how many seconds the next of those has to wait that nobody has answered.
@@ -287,9 +293,10 @@ bool AlarmSchedule::_follow(Alarm& alarm, std::int64_t now) const
 void AlarmSchedule::_passOver(std::int64_t now)
 {
     const std::int64_t tooOld = now - kLatestSeconds;
-    const auto waits = [this](int id, const std::string&) { return !_isRinging(id); };
+    const auto waits
+        = [this](int id, const std::string&, const std::string&) { return !_isRinging(id); };
     for (Alarm& alarm : _store.due(std::numeric_limits<std::int64_t>::min(), tooOld, waits)) {
-        const bool isBehind = _flightsOf.count(alarm.application) != 0;
+        const bool isBehind = _flightsOf.count({ alarm.package, alarm.application }) != 0;
         _report(alarm.application, alarm.due, now,
             isBehind ? "earlier ones are not answered" : "nobody was there to launch it");
         if (alarm.time.weekSet == 0) {
@@ -313,11 +320,11 @@ void AlarmSchedule::_report(
 
 void AlarmSchedule::_launch(std::int64_t now)
 {
-    std::map<std::string, std::size_t> inFlight = _flightsOf;
-    const auto mayGo = [&](int id, const std::string& application) {
+    std::map<Whose, std::size_t> inFlight = _flightsOf;
+    const auto mayGo = [&](int id, const std::string& application, const std::string& package) {
         if (_isRinging(id))
             return false;
-        std::size_t& count = inFlight[application];
+        std::size_t& count = inFlight[{ package, application }];
         if (count == kMostFlights)
             return false;
         ++count;
@@ -325,9 +332,10 @@ void AlarmSchedule::_launch(std::int64_t now)
     };
     for (const Alarm& alarm : _store.due(now - kLatestSeconds, now, mayGo)) {
         const std::optional<Entries> request = decodeEntries(alarm.request);
-        const auto& [at, added] = _flights.try_emplace(
-            alarm.id, Flight{ launchFor(alarm, request.value_or(Entries())), alarm.due, 1, {} });
-        ++_flightsOf[alarm.application];
+        const auto& [at, added] = _flights.try_emplace(alarm.id,
+            Flight{ launchFor(alarm, request.value_or(Entries())),
+                { alarm.package, alarm.application }, alarm.due, 1, {} });
+        ++_flightsOf[at->second.whose];
         if (request) {
             const Launch launch = at->second.launch; // an answer at once ends the flight
             _launcher(launch);

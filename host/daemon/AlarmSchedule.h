@@ -64,15 +64,18 @@ public:
     static constexpr int kMostAlarms = 20000; ///< of one package
 
     std::vector<Alarm> list() { return _store.all(); }
+    std::vector<Alarm> list(const std::string& package) { return _store.of(package); }
+    /// None when the package has registered no alarm of that id.
+    std::optional<Alarm> find(const std::string& package, int id);
     std::vector<TrayEntry> tray() { return _store.tray(); }
 
     /// Computes every alarm anew, after the clock or the zone was changed.
     void clockChanged(const cctz::time_zone& zone);
 
     /// Launches what is due, then writes down what was answered, and returns when to call it again,
-    /// if ever. To be called at that instant, and soon after any number of the other calls. Of one
-    /// application at most kMostFlights alerts wait for their answers; another's do not wait behind
-    /// them.
+    /// if ever. To be called at that instant, and soon after any number of the other calls. Of the
+    /// alarms that one package has for one application, kMostFlights at most wait for their
+    /// answers; others do not wait behind them.
     std::optional<std::int64_t> launchDue();
 
     /// Whether the alarm's launch still waits for its answer.
@@ -82,8 +85,12 @@ public:
     void answered(int id, LaunchResult result, const std::string& detail);
 
 private:
+    /// A package and the application that its alarms launch.
+    using Whose = std::pair<std::string, std::string>;
+
     struct Flight {
         Launch launch;
+        Whose whose;
         std::int64_t due = 0;
         int sent = 0;
         std::optional<std::int64_t> again; ///< when to send it again, by Clock::elapsed
@@ -118,7 +125,7 @@ private:
     bool _wentFarBack = false;
     bool _stale = true;
     std::map<int, Flight> _flights; ///< sent, not answered
-    std::map<std::string, std::size_t> _flightsOf; ///< how many an application has
+    std::map<Whose, std::size_t> _flightsOf; ///< how many there are of each
     std::map<int, Rung> _rung; ///< over, not yet on disk
 };
 

@@ -7,6 +7,8 @@
 #include "host/daemon/ClientWatch.h"
 
 #include <ctime>
+#include <Ecore.h>
+#include <sqlite3.h>
 #include <SQLiteCpp/Exception.h>
 #include <stdexcept>
 
@@ -18,6 +20,7 @@ const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
 const char* const kLimitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
 const char* const kAccessDenied = "org.freedesktop.DBus.Error.AccessDenied";
 const std::int64_t kTryAgainSeconds = 60;
+const int kMostTries = 3; ///< for an application that ends in the moment of its launch
 
 std::int64_t secondsOf(clockid_t clock)
 {
@@ -45,6 +48,19 @@ std::optional<cctz::civil_day> toDay(int year, int month, int day)
     if (date.year() != year || date.month() != month || date.day() != day)
         throw std::invalid_argument("The date is not in the calendar");
     return date;
+}
+
+std::string unknownAlarm(int id)
+{
+    return "The caller's package has registered no alarm " + std::to_string(id);
+}
+
+// Whether the application has ended between the look for it and the launch.
+bool hasEnded(const sdbus::Error& error)
+{
+    const std::string& name = error.getName();
+    return name == kApplicationEnded || name == "org.freedesktop.DBus.Error.NameHasNoOwner"
+        || name == "org.freedesktop.DBus.Error.ServiceUnknown";
 }
 
 // Kept in the device's settings, which are another file. Without it, ids go by the clock alone.
@@ -99,7 +115,7 @@ AlarmService::AlarmService(Applications& applications)
     , _applications(applications)
     , _schedule(
           homePath() + "alarms.db", Clock{ now, [] { return secondsOf(CLOCK_BOOTTIME); } },
-          currentZone(), [this](const Launch& launch) { _launch(launch); }, idMark())
+          currentZone(), [this](const Launch& launch) { _launch(launch, 1); }, idMark())
     , _clock([this] { _update(); }, [this] { _clockChanged(); })
 {
     registerAdaptor();
@@ -158,32 +174,46 @@ std::vector<AlarmService::WireAlarm> AlarmService::List()
     });
 }
 
-std::vector<AlarmService::WireOwn> AlarmService::Own()
+std::vector<std::int32_t> AlarmService::Own()
 {
     return answeringAboutAlarms([&] {
         const std::string package = _callersPackage();
-        std::vector<WireOwn> alarms;
-        for (const Alarm& alarm : _schedule.list()) {
-            if (alarm.package == package)
-                alarms.emplace_back(alarm.id, alarm.due, alarm.time.weekSet);
-        }
+        std::vector<std::int32_t> alarms;
+        for (const Alarm& alarm : _schedule.list(package))
+            alarms.push_back(alarm.id);
         return alarms;
     });
 }
 
-void AlarmService::_launch(const Launch& launch)
+std::tuple<std::int64_t, std::int32_t> AlarmService::Get(const std::int32_t& id)
 {
-    _applications.find(launch.application,
-        [this, launch](const std::string& connection, const sdbus::Error* error) {
-            if (error) {
-                _answered(launch, error);
-            } else if (_schedule.isInFlight(launch.id)) {
-                _send(launch, connection);
-            }
-        });
+    return answeringAboutAlarms([&] {
+        const std::optional<Alarm> alarm = _schedule.find(_callersPackage(), id);
+        if (!alarm)
+            throw std::invalid_argument(unknownAlarm(id));
+        return std::make_tuple(alarm->due, std::int32_t{ alarm->time.weekSet });
+    });
 }
 
-void AlarmService::_send(const Launch& launch, const std::string& connection)
+void AlarmService::_launch(const Launch& launch, int tries)
+{
+    const auto found
+        = [this, launch, tries](const std::string& connection, const sdbus::Error* error) {
+              if (error) {
+                  _answered(launch, error);
+              } else if (_schedule.isInFlight(launch.id)) {
+                  _send(launch, connection, tries);
+              }
+          };
+    try {
+        _applications.find(launch.application, found);
+    } catch (const std::exception& error) {
+        const sdbus::Error failed("org.freedesktop.DBus.Error.Failed", error.what());
+        _answered(launch, &failed);
+    }
+}
+
+void AlarmService::_send(const Launch& launch, const std::string& connection, int tries)
 {
     try {
         auto& call = _calls[launch.id]; // kept, because a proxy ends its calls with itself
@@ -191,11 +221,15 @@ void AlarmService::_send(const Launch& launch, const std::string& connection)
         call->callMethodAsync("Launch")
             .onInterface("com.velmora.host.Application")
             .withArguments(toWire(launch.request), launch.once, std::uint64_t{ 0 })
-            .uponReplyInvoke([this, launch](const sdbus::Error* error) {
+            .uponReplyInvoke([this, launch, tries](const sdbus::Error* error) {
                 auto answered = _calls.extract(launch.id);
                 if (!answered.empty())
                     _answeredCalls.push_back(std::move(answered.mapped()));
-                _answered(launch, error);
+                if (error && hasEnded(*error) && tries < kMostTries) {
+                    _launch(launch, tries + 1);
+                } else {
+                    _answered(launch, error);
+                }
             });
     } catch (const sdbus::Error& error) {
         _calls.erase(launch.id);
@@ -237,6 +271,12 @@ void AlarmService::_update()
     std::optional<std::int64_t> next;
     try {
         next = _schedule.launchDue();
+    } catch (const SQLite::Exception& error) {
+        logError(std::string("The alarms cannot be read for now: ") + error.what());
+        // A new process moves a damaged file aside and says so.
+        if (error.getErrorCode() == SQLITE_CORRUPT || error.getErrorCode() == SQLITE_NOTADB)
+            ecore_main_loop_quit();
+        next = now() + kTryAgainSeconds;
     } catch (const std::exception& error) {
         logError(std::string("The alarms cannot be read for now: ") + error.what());
         next = now() + kTryAgainSeconds;

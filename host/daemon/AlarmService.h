@@ -30,17 +30,16 @@ private:
     using Triple = sdbus::Struct<int32_t, int32_t, int32_t>;
     using WireAlarm = sdbus::Struct<int32_t, std::string, std::string, int64_t, Triple, int32_t>;
 
-    using WireOwn = sdbus::Struct<int32_t, int64_t, int32_t>;
-
     int32_t Schedule(const WireEntries& request, const Triple& date, const Triple& time,
         const int32_t& weekFlag) override;
     void Cancel(const int32_t& id) override;
-    std::vector<WireOwn> Own() override;
+    std::vector<int32_t> Own() override;
+    std::tuple<int64_t, int32_t> Get(const int32_t& id) override;
     std::vector<WireAlarm> List() override;
 
     std::string _callersPackage();
-    void _launch(const Launch& launch);
-    void _send(const Launch& launch, const std::string& connection);
+    void _launch(const Launch& launch, int tries);
+    void _send(const Launch& launch, const std::string& connection, int tries);
     void _answered(const Launch& launch, const sdbus::Error* error);
     void _clockChanged();
     void _update();

@@ -39,7 +39,7 @@ const char* const kSchema = R"(
         due INTEGER NOT NULL,
         round INTEGER NOT NULL,
         secret TEXT NOT NULL);
-    CREATE INDEX IF NOT EXISTS alarms_due_application ON alarms (due, id, application);
+    CREATE INDEX IF NOT EXISTS alarms_due_whose ON alarms (due, id, application, package);
     CREATE INDEX IF NOT EXISTS alarms_package ON alarms (package);
     CREATE TABLE IF NOT EXISTS tray (
         id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -113,29 +113,10 @@ std::string moveAside(const std::string& path)
     return path + suffix;
 }
 
-// An id above those that anybody may know of a file that is lost, or was put back to an earlier
-// state.
-void raiseIds(SQLite::Database& db, std::int64_t now, int mark)
-{
-    const SQLite::Column last
-        = db.execAndGet("SELECT max(seq) FROM sqlite_sequence WHERE name = 'alarms'");
-    if (!last.isNull() && last.getInt64() >= mark - kReservedIds)
-        return;
-    const auto bySeconds = std::clamp<std::int64_t>(now - kFirstSecond, 0, kHighestId);
-    SQLite::Transaction transaction(db);
-    db.exec("DELETE FROM sqlite_sequence WHERE name = 'alarms'");
-    SQLite::Statement insert(db, "INSERT INTO sqlite_sequence (name, seq) VALUES ('alarms', ?)");
-    insert.bind(1, last.isNull() ? std::max<std::int64_t>(bySeconds, mark) : mark);
-    insert.exec();
-    transaction.commit();
-}
-
 } // namespace
 
-AlarmStore::Opened AlarmStore::_open(const std::string& path, int mark)
+AlarmStore::Opened AlarmStore::_open(const std::string& path)
 {
-    if (!fs::exists(path))
-        return { openChecked(path), mark == 0 ? "" : path + " is not there any more" };
     try {
         return { openChecked(path), "" };
     } catch (const SQLite::Exception& error) {
@@ -149,19 +130,40 @@ AlarmStore::Opened AlarmStore::_open(const std::string& path, int mark)
 }
 
 AlarmStore::AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark)
-    : AlarmStore(_open(path, mark.read()), now, mark)
+    : AlarmStore(_open(path), path, now, mark)
 {
 }
 
-AlarmStore::AlarmStore(Opened opened, std::int64_t now, const IdMark& mark)
+AlarmStore::AlarmStore(Opened opened, const std::string& path, std::int64_t now, const IdMark& mark)
     : _mark(mark)
     , _db(std::move(opened.db))
 {
-    raiseIds(_db, now, _mark.read());
-    if (opened.loss.empty())
+    _raiseIds(path, now, std::move(opened.loss));
+}
+
+// Goes on above all ids that anybody may know, whatever became of the file meanwhile, and tells of
+// a file that has lost them.
+void AlarmStore::_raiseIds(const std::string& path, std::int64_t now, std::string loss)
+{
+    const int mark = _mark.read();
+    const SQLite::Column last
+        = _db.execAndGet("SELECT max(seq) FROM sqlite_sequence WHERE name = 'alarms'");
+    if (!last.isNull() && last.getInt64() >= mark)
         return;
-    logError("The registered alarms are lost: " + opened.loss);
-    post({ now, "The registered alarms are lost: " + opened.loss });
+    if (last.isNull() && loss.empty() && mark != 0)
+        loss = path + " is not there any more, or empty";
+    const auto bySeconds = std::clamp<std::int64_t>(now - kFirstSecond, 0, kHighestId);
+    transaction([&] {
+        _db.exec("DELETE FROM sqlite_sequence WHERE name = 'alarms'");
+        SQLite::Statement insert(
+            _db, "INSERT INTO sqlite_sequence (name, seq) VALUES ('alarms', ?)");
+        insert.bind(1, last.isNull() ? std::max<std::int64_t>(bySeconds, mark) : mark);
+        insert.exec();
+        if (!loss.empty())
+            post({ now, "The registered alarms are lost: " + loss });
+    });
+    if (!loss.empty())
+        logError("The registered alarms are lost: " + loss);
 }
 
 int AlarmStore::add(const Alarm& alarm)
@@ -243,10 +245,22 @@ std::optional<Alarm> AlarmStore::find(int id)
     return readAlarm(select);
 }
 
-std::vector<Alarm> AlarmStore::all()
+std::vector<Alarm> AlarmStore::all() { return _select("", ""); }
+
+std::vector<Alarm> AlarmStore::of(const std::string& package)
 {
+    return _select("WHERE package = ?", package);
+}
+
+// Without the requests, which may be long and many.
+std::vector<Alarm> AlarmStore::_select(const std::string& condition, const std::string& package)
+{
+    std::string columns = kSelect;
+    columns.replace(columns.find("request"), std::string("request").size(), "''");
+    SQLite::Statement select(_db, columns + condition + " ORDER BY due, id");
+    if (!condition.empty())
+        select.bind(1, package);
     std::vector<Alarm> alarms;
-    SQLite::Statement select(_db, kSelect + "ORDER BY due, id");
     while (select.executeStep())
         alarms.push_back(readAlarm(select));
     return alarms;
@@ -256,13 +270,13 @@ std::vector<Alarm> AlarmStore::due(std::int64_t after, std::int64_t until, const
 {
     // The index alone tells which are wanted, so that thousands of others cost little.
     std::vector<int> ids;
-    SQLite::Statement select(
-        _db, "SELECT id, application FROM alarms WHERE due > ? AND due <= ? ORDER BY due, id");
+    SQLite::Statement select(_db,
+        "SELECT id, application, package FROM alarms WHERE due > ? AND due <= ? ORDER BY due, id");
     select.bind(1, after);
     select.bind(2, until);
     while (select.executeStep()) {
         const int id = select.getColumn(0).getInt();
-        if (wanted(id, select.getColumn(1).getString()))
+        if (wanted(id, select.getColumn(1).getString(), select.getColumn(2).getString()))
             ids.push_back(id);
     }
     std::vector<Alarm> alarms;

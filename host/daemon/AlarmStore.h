@@ -56,10 +56,12 @@ public:
     void updateTimes(const Alarm& alarm);
 
     std::optional<Alarm> find(int id);
-    std::vector<Alarm> all(); ///< the earliest due first
+    std::vector<Alarm> all(); ///< the earliest due first, without their requests
+    std::vector<Alarm> of(const std::string& package); ///< likewise
     /// The alarms due after the one instant and until the other, the earliest first, of those that
     /// are wanted.
-    using Wanted = std::function<bool(int id, const std::string& application)>;
+    using Wanted
+        = std::function<bool(int id, const std::string& application, const std::string& package)>;
     std::vector<Alarm> due(std::int64_t after, std::int64_t until, const Wanted& wanted);
     std::optional<std::int64_t> earliestDueAfter(std::int64_t instant);
 
@@ -74,9 +76,11 @@ private:
         SQLite::Database db;
         std::string loss; ///< what became of the file before; empty when nothing is lost
     };
-    static Opened _open(const std::string& path, int mark);
-    AlarmStore(Opened opened, std::int64_t now, const IdMark& mark);
+    static Opened _open(const std::string& path);
+    AlarmStore(Opened opened, const std::string& path, std::int64_t now, const IdMark& mark);
     int _reserved(int id);
+    void _raiseIds(const std::string& path, std::int64_t now, std::string loss);
+    std::vector<Alarm> _select(const std::string& condition, const std::string& package);
 
     IdMark _mark;
     SQLite::Database _db;

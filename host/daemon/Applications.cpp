@@ -5,6 +5,7 @@
 #include "host/common/Peers.h"
 #include "host/common/Signals.h"
 
+#include <algorithm>
 #include <spawn.h>
 #include <system_error>
 #include <unistd.h>
@@ -16,6 +17,8 @@ namespace {
 const char* const kBusName = "org.freedesktop.DBus";
 const char* const kUnknown = "org.freedesktop.DBus.Error.ServiceUnknown";
 const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
+const char* const kNotThere = "org.freedesktop.DBus.Error.Spawn.ExecFailed";
+const char* const kFailed = "org.freedesktop.DBus.Error.Failed";
 const char* const kNoReply = "org.freedesktop.DBus.Error.NoReply";
 const size_t kMostRemembered = 10000;
 const double kStartSeconds = 10;
@@ -66,11 +69,7 @@ void Applications::find(const std::string& application, Found found)
     search.waiting.push_back(std::move(found));
     if (search.waiting.size() > 1)
         return;
-    if (_owners.count(application) != 0) {
-        _startProgram(application);
-    } else {
-        _startByBus(application);
-    }
+    _start(application);
 }
 
 // The bus knows no such service, or its name could be none.
@@ -89,21 +88,25 @@ void Applications::ready(const std::string& connection)
     _look(application);
 }
 
-void Applications::ending(const std::string& connection) { _clientOf(connection).isEnding = true; }
+void Applications::ending(const std::string& connection)
+{
+    _ending.insert(_clientOf(connection).process);
+}
 
-Applications::Client& Applications::_clientOf(const std::string& connection)
+// Of a connection that is not there nothing is kept: its name may be another's one day.
+Applications::Client Applications::_clientOf(const std::string& connection)
 {
     const auto found = _clients.find(connection);
     if (found != _clients.end())
         return found->second;
-    const pid_t process = processOf(connection);
-    Client& client = _clients[connection];
-    if (process != 0) {
-        client.program = programOfProcess(process);
-        client.identity = identityOfProgram(client.program);
-    } else {
-        _remember(connection);
-    }
+    Client client;
+    client.process = processOf(connection);
+    if (client.process == 0)
+        return client;
+    client.program = programOfProcess(client.process);
+    client.identity = identityOfProcess(client.process);
+    _ending.erase(client.process);
+    _clients[connection] = client;
     return client;
 }
 
@@ -118,16 +121,18 @@ void Applications::_ownerChanged(
         }
         return;
     }
-    const Client client = _clientOf(name);
-    if (before.empty() || !after.empty())
+    if (before.empty() && !after.empty())
+        (void)_clientOf(name);
+    if (before.empty() || !after.empty() || _clients.count(name) == 0)
         return;
+    const Client client = _clients[name];
     _remember(name);
     const std::string& application = client.identity.application;
     const auto nameless = _nameless.find(application);
     if (nameless != _nameless.end() && nameless->second == name)
         _nameless.erase(nameless);
     if (!application.empty() && _ended)
-        _ended(application, client.isEnding);
+        _ended(application, _ending.count(client.process) != 0);
 }
 
 void Applications::_remember(const std::string& connection)
@@ -160,7 +165,22 @@ void Applications::_look(const std::string& application)
     if (!running.empty()) {
         _settle(application, running, nullptr);
     } else if (!search->second.limit) {
-        _startProgram(application);
+        _start(application);
+    }
+}
+
+// A search that cannot be begun is over.
+void Applications::_start(const std::string& application)
+{
+    try {
+        if (_owners.count(application) != 0) {
+            _startProgram(application);
+        } else {
+            _startByBus(application);
+        }
+    } catch (const std::exception& error) {
+        const sdbus::Error failed(kFailed, error.what());
+        _settle(application, "", &failed);
     }
 }
 
@@ -176,15 +196,18 @@ void Applications::_startByBus(const std::string& application)
             _look(application);
         }
     };
-    try {
-        _bus->callMethodAsync("StartServiceByName")
-            .onInterface(kBusName)
-            .withArguments(application, std::uint32_t{ 0 })
-            .uponReplyInvoke(started);
-    } catch (const sdbus::Error&) {
-        const sdbus::Error unsendable(kInvalidArgs, "No application can have such an id");
-        _settle(application, "", &unsendable);
-    }
+    _bus->callMethodAsync("StartServiceByName")
+        .onInterface(kBusName)
+        .withArguments(application, std::uint32_t{ 0 })
+        .uponReplyInvoke(started);
+}
+
+// Whether the bus can start it, when its program is there.
+bool Applications::_isActivatable(const std::string& application)
+{
+    std::vector<std::string> names;
+    _bus->callMethod("ListActivatableNames").onInterface(kBusName).storeResultsTo(names);
+    return std::find(names.begin(), names.end(), application) != names.end();
 }
 
 // For an application whose name another program holds.
@@ -192,8 +215,9 @@ void Applications::_startProgram(const std::string& application)
 {
     std::string program = programOf(application);
     if (program.empty()) {
-        const sdbus::Error unknown(kUnknown, "No installed application has the id " + application);
-        _settle(application, "", &unknown);
+        const sdbus::Error missing(_isActivatable(application) ? kNotThere : kUnknown,
+            "There is no program of the id " + application);
+        _settle(application, "", &missing);
         return;
     }
     const pid_t process = processOf(_owners[application]);
@@ -204,8 +228,8 @@ void Applications::_startProgram(const std::string& application)
     char* const arguments[] = { program.data(), nullptr };
     const int failure = posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments, environ);
     if (failure != 0) {
-        const sdbus::Error failed("org.freedesktop.DBus.Error.Spawn.ExecFailed",
-            program + ": " + std::generic_category().message(failure));
+        const sdbus::Error failed(
+            kNotThere, program + ": " + std::generic_category().message(failure));
         _settle(application, "", &failed);
         return;
     }
@@ -221,8 +245,13 @@ void Applications::_settle(
     auto search = _searches.extract(application);
     if (search.empty())
         return;
-    for (const Found& found : search.mapped().waiting)
-        found(connection, error);
+    for (const Found& found : search.mapped().waiting) {
+        try {
+            found(connection, error);
+        } catch (const std::exception& failure) {
+            logError("a search for " + application + ": " + failure.what());
+        }
+    }
 }
 
 } // namespace host

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <sdbus-c++/sdbus-c++.h>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,37 +44,40 @@ public:
 
     /// The connection's application takes requests without its name.
     void ready(const std::string& connection);
-    /// The connection's application ends because it was told to.
+    /// The connection's process ends because it was told to.
     void ending(const std::string& connection);
 
-    /// Called when a process of an application has ended.
+    /// Called when a connection of an application has ended; a process may have several.
     using Ended = std::function<void(const std::string& application, bool wasTold)>;
     void whenEnded(Ended ended) { _ended = std::move(ended); }
 
 private:
     struct Client {
+        pid_t process = 0;
         std::string program;
         Identity identity;
-        bool isEnding = false;
     };
     struct Search {
         std::vector<Found> waiting;
         std::unique_ptr<Timer> limit; ///< of a program that was started without the bus
     };
 
-    Client& _clientOf(const std::string& connection);
+    Client _clientOf(const std::string& connection);
     void _ownerChanged(
         const std::string& name, const std::string& before, const std::string& after);
     void _remember(const std::string& connection);
     std::string _runningOf(const std::string& application);
     void _look(const std::string& application);
+    void _start(const std::string& application);
     void _startByBus(const std::string& application);
+    bool _isActivatable(const std::string& application);
     void _startProgram(const std::string& application);
     void _settle(
         const std::string& application, const std::string& connection, const sdbus::Error* error);
 
     std::unique_ptr<sdbus::IProxy> _bus;
     std::map<std::string, Client> _clients; ///< by connection, those that are remembered, too
+    std::set<pid_t> _ending; ///< processes that were told to end
     std::deque<std::string> _remembered; ///< connections that have ended, the oldest first
     std::map<std::string, std::string> _owners; ///< names and who holds them
     std::map<std::string, std::string> _nameless; ///< applications that run without their name

@@ -10,6 +10,8 @@ namespace host {
 namespace {
 
 // Longer than clients that live take to renew what they hold.
+const char* const kLimitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
+
 const double kSettleSeconds = 1;
 const size_t kMostStreams = 100; ///< of one program
 
@@ -69,6 +71,8 @@ std::uint64_t FocusService::Acquire(const std::uint32_t& stream, const std::int3
 
 void FocusService::Renew(const std::vector<WireClaim>& claims)
 {
+    if (claims.size() > 2 * kMostStreams)
+        throw sdbus::Error(kLimitsExceeded, "A stream has two parts of the focus at the most");
     std::vector<FocusClaim> renewed;
     std::set<FocusStream> streams;
     for (const WireClaim& claim : claims) {
@@ -80,9 +84,8 @@ void FocusService::Renew(const std::vector<WireClaim>& claims)
     std::vector<FocusChange> changes;
     _arbiter.renew(callerOf(getObject()), renewed, changes);
     _announce(changes);
-    if (_settling)
-        ecore_timer_del(_settling);
-    _settling = ecore_timer_add(kSettleSeconds, _settleCb, this);
+    if (!_settling)
+        _settling = ecore_timer_add(kSettleSeconds, _settleCb, this);
 }
 
 Eina_Bool FocusService::_settleCb(void* data)
@@ -133,7 +136,7 @@ void FocusService::_checkCount(std::set<FocusStream> wanted)
     const std::string text = program + " has " + std::to_string(kMostStreams)
         + " streams in the sound focus, which is the most";
     logWarning(text);
-    throw sdbus::Error("org.freedesktop.DBus.Error.LimitsExceeded", text);
+    throw sdbus::Error(kLimitsExceeded, text);
 }
 
 void FocusService::_announce(const std::vector<FocusChange>& changes)

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "host/common/Log.h"
+
 #include <Ecore.h>
+#include <exception>
 #include <functional>
+#include <string>
 
 namespace host {
 
@@ -27,7 +31,11 @@ private:
         auto* timer = static_cast<Timer*>(data);
         timer->_timer = nullptr;
         const std::function<void()> call = std::move(timer->_call);
-        call(); // which may destroy the timer
+        try {
+            call(); // which may destroy the timer
+        } catch (const std::exception& error) {
+            logError(std::string("at its time: ") + error.what()); // Ecore is written in C
+        }
         return ECORE_CALLBACK_CANCEL;
     }
 

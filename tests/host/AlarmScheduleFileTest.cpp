@@ -44,7 +44,8 @@ TEST_F(AlarmScheduleFileTest, ALostFileIsToldOfAndItsIdsAreNotGivenAgain)
     open();
 
     EXPECT_THAT(trayTexts(),
-        ElementsAre("The registered alarms are lost: " + path() + " is not there any more"));
+        ElementsAre(
+            "The registered alarms are lost: " + path() + " is not there any more, or empty"));
     EXPECT_EQ(trayTexts(), logLines);
     EXPECT_GT(ringAt(7, 30, 0), last);
 }
@@ -70,22 +71,25 @@ TEST_F(AlarmScheduleFileTest, WhereTheMarkIsLostTooIdsGoByTheClock)
 
 TEST_F(AlarmScheduleFileTest, AnEarlierFileThatIsPutBackGivesNoIdAgain)
 {
-    ringAt(7, 30, 0);
-    close();
-    fs::copy(path(), path() + ".copy");
-    open();
-    int last = 0;
-    for (int i = 0; i < 1500; ++i)
-        last = ringAt(7, 30, 0);
-    close();
-    fs::rename(path() + ".copy", path());
+    for (const int between : { 1, 500, 1500 }) {
+        ringAt(7, 30, 0);
+        close();
+        fs::copy(path(), path() + ".copy");
+        open();
+        int last = 0;
+        for (int i = 0; i < between; ++i)
+            last = ringAt(7, 30, 0);
+        close();
+        fs::rename(path() + ".copy", path());
 
-    open();
+        open();
 
-    EXPECT_GT(ringAt(7, 30, 0), last);
+        EXPECT_GT(ringAt(7, 30, 0), last) << between;
+    }
+    EXPECT_TRUE(trayTexts().empty());
 }
 
-TEST_F(AlarmScheduleFileTest, AFileThatWasJustMadeWhenTheDaemonDiedIsNoReasonToBeginAtOne)
+TEST_F(AlarmScheduleFileTest, AFileThatIsEmptyIsALoss)
 {
     const int lost = ringAt(7, 30, 0);
     close();
@@ -94,6 +98,11 @@ TEST_F(AlarmScheduleFileTest, AFileThatWasJustMadeWhenTheDaemonDiedIsNoReasonToB
     open();
 
     EXPECT_GT(ringAt(7, 30, 0), lost);
+    EXPECT_THAT(trayTexts(),
+        ElementsAre(
+            "The registered alarms are lost: " + path() + " is not there any more, or empty"));
+    open();
+    EXPECT_EQ(1u, trayTexts().size());
 }
 
 TEST_F(AlarmScheduleFileTest, AFileOfAnEarlierVersionIsTakenOver)

@@ -380,6 +380,14 @@ TEST_F(AlarmScheduleTest, ManyAlertsOfOneApplicationDoNotHoldUpAnothers)
     ASSERT_EQ(67u, launches.size());
     EXPECT_EQ("com.velmora.other", launches.back().application);
 
+    // Nor do they hold up those that another package has for the same application.
+    const int own = schedule().schedule(
+        "com.velmora.own", requestFor("com.velmora.other"), { 7, 32, 0, 0, {} });
+    passUntil("2026-11-21 07:32:00");
+    runDue();
+    ASSERT_EQ(68u, launches.size());
+    EXPECT_EQ(own, launches.back().id);
+
     passUntil("2026-11-21 08:00:00");
     runDue();
     EXPECT_EQ(

@@ -2,6 +2,7 @@
 #include "host/common/Bus.h"
 #include "host/common/Session.h"
 #include "host/common/Wire.h"
+#include "Probing.h"
 
 #include <app_alarm.h>
 #include <app_control.h>
@@ -108,6 +109,46 @@ TEST_F(ApplicationsTest, OwningANameMakesNobodyAnApplication)
     EXPECT_EQ("", applicationOf(":1.999999"));
     EXPECT_EQ("", applicationOf(kEcho));
     EXPECT_EQ("", applicationOf(""));
+}
+
+// One asks for connections that are not there yet, so that they be nobody's later.
+TEST_F(ApplicationsTest, NobodyIsRememberedBeforeItIsThere)
+{
+    const std::string self = host::bus().getUniqueName(); // ":1.N"
+    const int number = std::stoi(self.substr(self.find('.') + 1));
+    for (int i = 1; i < 50; ++i)
+        EXPECT_EQ("", applicationOf(":1." + std::to_string(number + i)));
+
+    launch(kOther, "go", { { "launch", kEcho }, { "caller", "1" } });
+
+    expectLines(echo, std::string("caller ") + kOther);
+}
+
+// In a name space of its own a process may have any path.
+TEST_F(ApplicationsTest, AProgramThatIsMountedOverAnothersFileIsNobody)
+{
+    if (runCommand({ "unshare", "-rm", "true" }).status != 0)
+        GTEST_SKIP() << "the kernel makes no name spaces for this user";
+    const CommandResult hostile = runCommand({ "unshare", "-rm", "sh", "-c",
+        "mount --bind \"$1\" \"$2\" && exec \"$2\" schedule com.velmora.alarm-alert", "sh",
+        HOST_PROBE, HostSession::programOf(kEcho) });
+
+    EXPECT_EQ(std::to_string(ALARM_ERROR_NOT_PERMITTED_APP) + " untouched", hostile.out)
+        << hostile.err;
+}
+
+TEST_F(ApplicationsTest, AnApplicationWithoutItsNameIsKnownToANewDaemonToo)
+{
+    const NameHolder holder(kEcho);
+    EXPECT_EQ(APP_CONTROL_ERROR_NONE, launch(kEcho, "first"));
+    expectRequests(echo, { "first" });
+    session.killDaemon();
+    ASSERT_TRUE(session.waitFor([this] { return session.daemonPid() != 0; }));
+
+    ringSoon(kEcho);
+
+    expectRequests(echo, { "first", "rings" });
+    expectLines(echo, "create");
 }
 
 TEST_F(ApplicationsTest, ANewDaemonKnowsWhoIsThere)

@@ -5,7 +5,6 @@
 
 #include <com.velmora.host.Alarm-proxy.h>
 #include <map>
-#include <optional>
 #include <string>
 
 namespace {
@@ -14,7 +13,6 @@ const int kAllDays = 0x7F;
 const int kFirstYear = 1900;
 const int kLastYear = 9999;
 
-using OwnAlarm = sdbus::Struct<int32_t, int64_t, int32_t>;
 using AlarmProxy = host::DaemonProxy<com::velmora::host::Alarm_proxy>;
 
 bool isIn(int value, int low, int high) { return value >= low && value <= high; }
@@ -73,25 +71,6 @@ int askService(Call call)
     }
 }
 
-// Hands over the registration, which is one of the package.
-template <typename Use>
-int withOwn(int id, Use use)
-{
-    std::optional<OwnAlarm> found;
-    const int code = askService([&](AlarmProxy& service) {
-        for (const OwnAlarm& alarm : service.Own()) {
-            if (alarm.get<0>() == id)
-                found = alarm;
-        }
-    });
-    if (code != ALARM_ERROR_NONE)
-        return code;
-    if (!found)
-        return ALARM_ERROR_INVALID_PARAMETER;
-    use(*found);
-    return ALARM_ERROR_NONE;
-}
-
 } // namespace
 
 extern "C" int alarm_schedule_with_recurrence_week_flag(
@@ -126,10 +105,10 @@ extern "C" int alarm_foreach_registered_alarm(alarm_registered_alarm_cb callback
 {
     if (!callback)
         return ALARM_ERROR_INVALID_PARAMETER;
-    std::vector<OwnAlarm> alarms;
-    const int code = askService([&](AlarmProxy& service) { alarms = service.Own(); });
-    for (const OwnAlarm& alarm : alarms) {
-        if (!callback(alarm.get<0>(), user_data))
+    std::vector<int32_t> ids;
+    const int code = askService([&](AlarmProxy& service) { ids = service.Own(); });
+    for (const int32_t id : ids) {
+        if (!callback(id, user_data))
             break;
     }
     return code;
@@ -139,8 +118,8 @@ extern "C" int alarm_get_scheduled_date(int alarm_id, struct tm* date)
 {
     if (!date)
         return ALARM_ERROR_INVALID_PARAMETER;
-    return withOwn(alarm_id, [=](const OwnAlarm& alarm) {
-        const time_t next = alarm.get<1>();
+    return askService([=](AlarmProxy& service) {
+        const time_t next = std::get<0>(service.Get(alarm_id));
         tzset();
         localtime_r(&next, date);
     });
@@ -150,5 +129,6 @@ extern "C" int alarm_get_scheduled_recurrence_week_flag(int alarm_id, int* week_
 {
     if (!week_flag)
         return ALARM_ERROR_INVALID_PARAMETER;
-    return withOwn(alarm_id, [=](const OwnAlarm& alarm) { *week_flag = alarm.get<2>(); });
+    return askService(
+        [=](AlarmProxy& service) { *week_flag = std::get<1>(service.Get(alarm_id)); });
 }

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <system_error>
 #include <unistd.h>
@@ -178,8 +179,8 @@ void Folder::_openLog()
 {
     const std::string path = _home + "/log";
     const mode_t mode = 0600;
-    _log = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, mode);
-    if (_log < 0)
+    _log = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, mode);
+    if (_log < 0 || fchmod(_log, mode) != 0)
         fail(errno, path);
     _logBegin = lseek(_log, 0, SEEK_END);
 }
