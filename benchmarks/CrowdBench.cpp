@@ -8,13 +8,12 @@
 #include "Command.h"
 #include "Count.h"
 #include "HostSession.h"
+#include "Registration.h"
 
 #include <algorithm>
-#include <app_alarm.h>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
-#include <memory>
 #include <regex>
 #include <stdexcept>
 #include <vector>
@@ -36,14 +35,7 @@ const char* const kHangingId = "com.velmora.alarm-phone";
 
 void registerFor(const char* application, time_t instant)
 {
-    app_control_h made = nullptr;
-    app_control_create(&made);
-    const std::unique_ptr<app_control_s, int (*)(app_control_h)> control(made, app_control_destroy);
-    app_control_set_app_id(made, application);
-    tm date = {};
-    localtime_r(&instant, &date);
-    int id = -1;
-    if (alarm_schedule_with_recurrence_week_flag(made, &date, 0, &id) != ALARM_ERROR_NONE)
+    if (registerApplication(application, instant) < 0)
         throw std::runtime_error(std::string("no alarm can be registered for ") + application);
 }
 

@@ -3,8 +3,8 @@
 #include "host/common/Session.h"
 #include "host/common/Wire.h"
 #include "Probing.h"
+#include "Registration.h"
 
-#include <app_alarm.h>
 #include <app_control.h>
 #include <com.velmora.host.Applications-proxy.h>
 #include <ctime>
@@ -27,20 +27,22 @@ private:
 class ApplicationsTest : public EchoFixture {
 protected:
     /// Registers the application for the next second but one.
-    static int ringSoon(const char* application)
+    static void ringSoon(const char* application)
     {
-        app_control_h made = nullptr;
-        app_control_create(&made);
-        const std::unique_ptr<app_control_s, int (*)(app_control_h)> request(
-            made, app_control_destroy);
-        app_control_set_app_id(made, application);
-        app_control_add_extra_data(made, "text", "rings");
-        const time_t soon = time(nullptr) + 2;
-        tm date = {};
-        localtime_r(&soon, &date);
-        int id = -1;
-        EXPECT_EQ(ALARM_ERROR_NONE, alarm_schedule_with_recurrence_week_flag(made, &date, 0, &id));
-        return id;
+        EXPECT_GT(registerApplication(application, time(nullptr) + 2, "rings"), 0);
+    }
+
+    /// A new hostd sends the alert to the process that took the request "first".
+    void expectOneProcessUnderANewDaemon()
+    {
+        expectRequests(echo, { "first" });
+        session.killDaemon();
+        ASSERT_TRUE(session.waitFor([this] { return session.daemonPid() != 0; }));
+
+        ringSoon(kEcho);
+
+        expectRequests(echo, { "first", "rings" });
+        expectLines(echo, "create");
     }
 
     bool waitForLog(const std::string& text)
@@ -140,26 +142,15 @@ TEST_F(ApplicationsTest, AProgramThatIsMountedOverAnothersFileIsNobody)
 TEST_F(ApplicationsTest, AnApplicationWithoutItsNameIsKnownToANewDaemonToo)
 {
     const NameHolder holder(kEcho);
+
     EXPECT_EQ(APP_CONTROL_ERROR_NONE, launch(kEcho, "first"));
-    expectRequests(echo, { "first" });
-    session.killDaemon();
-    ASSERT_TRUE(session.waitFor([this] { return session.daemonPid() != 0; }));
 
-    ringSoon(kEcho);
-
-    expectRequests(echo, { "first", "rings" });
-    expectLines(echo, "create");
+    expectOneProcessUnderANewDaemon();
 }
 
 TEST_F(ApplicationsTest, ANewDaemonKnowsWhoIsThere)
 {
-    launch(kEcho, "first");
-    expectRequests(echo, { "first" });
-    session.killDaemon();
-    ASSERT_TRUE(session.waitFor([this] { return session.daemonPid() != 0; }));
+    EXPECT_EQ(APP_CONTROL_ERROR_NONE, launch(kEcho, "first"));
 
-    ringSoon(kEcho);
-
-    expectRequests(echo, { "first", "rings" });
-    expectLines(echo, "create");
+    expectOneProcessUnderANewDaemon();
 }

@@ -1,10 +1,10 @@
+#include "Registration.h"
 #include "RingStory.h"
 #include "TempDir.h"
 
 #include <AlarmDbModel.h>
 #include <AlarmManagerModel.h>
 #include <algorithm>
-#include <app_alarm.h>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -26,20 +26,6 @@ std::vector<int> idsOf(const std::vector<HostSession::Alarm>& alarms)
     for (const HostSession::Alarm& alarm : alarms)
         ids.push_back(alarm.id);
     return ids;
-}
-
-// Registers an application for a time of day, as any application of the watch may.
-int registerApplication(const char* application, time_t instant)
-{
-    app_control_h made = nullptr;
-    app_control_create(&made);
-    const std::unique_ptr<app_control_s, int (*)(app_control_h)> control(made, app_control_destroy);
-    app_control_set_app_id(made, application);
-    tm date = {};
-    localtime_r(&instant, &date);
-    int id = -1;
-    EXPECT_EQ(ALARM_ERROR_NONE, alarm_schedule_with_recurrence_week_flag(made, &date, 0, &id));
-    return id;
 }
 
 } // namespace
