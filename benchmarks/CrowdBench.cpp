@@ -30,7 +30,7 @@ struct Crowd {
     int seconds;
 };
 const Crowd kWhole = { 4000, 60 };
-const Crowd kSmall = { 100, 4 }; ///< when the rounds are too few to judge
+const Crowd kSmall = { 20, 8 }; ///< when the rounds are too few to judge
 const char* const kHangingId = "com.velmora.alarm-phone";
 
 void registerFor(const char* application, time_t instant)

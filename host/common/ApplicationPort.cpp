@@ -43,11 +43,22 @@ std::string traceOf(const std::string& once)
     return traces() + name.get();
 }
 
+// Where no trace can be left, an alert that may come twice is better than one that counts as lost.
+void leaveTrace(const std::string& once)
+{
+    try {
+        makeDirectory(traces());
+        makePrivateFile(traceOf(once));
+    } catch (const std::system_error& error) {
+        logWarning(std::string("A request may be handled twice: ") + error.what());
+    }
+}
+
 void removeOldTraces()
 {
     const auto oldest = fs::file_time_type::clock::now() - kLongestTrace;
     std::error_code error;
-    for (const fs::directory_entry& trace : fs::directory_iterator(traces())) {
+    for (const fs::directory_entry& trace : fs::directory_iterator(traces(), error)) {
         if (trace.last_write_time(error) < oldest)
             fs::remove(trace.path(), error);
     }
@@ -57,7 +68,11 @@ void removeOldTraces()
 bool isOf(const std::string& connection, const std::string& application)
 {
     const pid_t process = connection.empty() ? 0 : processOf(connection);
-    return process != 0 && identityOfProcess(process).application == application;
+    try {
+        return process != 0 && identityOfProcess(process).application == application;
+    } catch (const std::system_error& error) {
+        throw sdbus::Error("org.freedesktop.DBus.Error.Failed", error.what());
+    }
 }
 
 // Where the application takes requests; starts it when it does not run. The bus itself tells, so
@@ -226,17 +241,16 @@ bool ApplicationPort::isNew(const Request& request)
 }
 
 void ApplicationPort::finish(const Request& request)
-try {
-    // Where no trace can be left, an alert that may come twice is better than none.
-    if (!request.once.empty()) {
-        makeDirectory(traces());
-        makePrivateFile(traceOf(request.once));
+{
+    if (!request.once.empty())
+        leaveTrace(request.once);
+    try {
+        request.handled.returnResults();
+    } catch (const sdbus::Error& error) {
+        logWarning("That a request was handled cannot be told: " + error.getMessage());
     }
-    request.handled.returnResults();
     if (!request.once.empty())
         removeOldTraces();
-} catch (const std::exception& error) {
-    logWarning(std::string("That a request was handled cannot be told: ") + error.what());
 }
 
 void ApplicationPort::launch(

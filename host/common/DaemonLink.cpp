@@ -206,7 +206,6 @@ void DaemonLink::_seeIfPrompt()
 {
     if (_isSeeing)
         return;
-    _isSeeing = true;
     _send(_ping, [this, begin = Clock::now()](const Answer& answer) {
         _isSeeing = false;
         if (!answer.isThere)
@@ -217,6 +216,7 @@ void DaemonLink::_seeIfPrompt()
             _seeIfPrompt();
         }
     });
+    _isSeeing = true;
 }
 
 void DaemonLink::_becomePatient()

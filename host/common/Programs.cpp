@@ -2,7 +2,10 @@
 
 #include "host/common/Session.h"
 
+#include <cstdint>
+#include <fcntl.h>
 #include <filesystem>
+#include <sys/stat.h>
 #include <system_error>
 #include <vector>
 
@@ -48,11 +51,12 @@ bool isReplaced(pid_t process)
         && link.compare(link.size() - kReplaced.size(), kReplaced.size(), kReplaced) == 0;
 }
 
-bool isOfOurMounts(const std::string& proc)
+// The mount that the file lies on, which no other name space has; 0 when there is no such file.
+std::uint64_t mountOf(const std::string& file)
 {
-    std::error_code error;
-    return fs::read_symlink(proc + "/ns/mnt", error)
-        == fs::read_symlink("/proc/self/ns/mnt", error);
+    struct statx status = {};
+    const bool isThere = statx(AT_FDCWD, file.c_str(), 0, STATX_MNT_ID, &status) == 0;
+    return isThere ? status.stx_mnt_id : 0;
 }
 
 } // namespace
@@ -64,10 +68,10 @@ Identity identityOfProcess(pid_t process)
     const std::string name = fs::path(file).filename();
     for (const auto& [package, place] : placesOf(name)) {
         std::error_code error;
-        // What is mounted over a file in a namespace of one's own has its path, but is not that
+        // What is mounted over a file in a name space of one's own has its path, but is not that
         // file.
         const bool isIt = fs::canonical(place, error) == file && !error
-            && (isReplaced(process) ? isOfOurMounts(proc)
+            && (isReplaced(process) ? mountOf(proc + "/exe") == mountOf(place)
                                     : fs::equivalent(proc + "/exe", place, error));
         if (isIt)
             return { package, isApplicationOf(package, name) ? name : "" };

@@ -143,6 +143,7 @@ std::optional<std::int64_t> AlarmSchedule::launchDue()
     const std::optional<std::int64_t> pause = _sendAgain();
     _launch(now);
     saved = _save(now) && saved;
+    _launch(now); // what a save after a long time has made due
 
     std::optional<std::int64_t> next = _store.earliestDueAfter(now);
     const auto wakeBy
@@ -231,6 +232,8 @@ bool AlarmSchedule::_save(std::int64_t now)
             _passOver(now);
         });
     } catch (const SQLite::Exception& error) {
+        if (isDamage(error))
+            throw;
         logError(std::string("The alarms' state cannot be written and is kept for now: ")
             + error.what());
         return false;

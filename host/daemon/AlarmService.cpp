@@ -8,7 +8,6 @@
 
 #include <ctime>
 #include <Ecore.h>
-#include <sqlite3.h>
 #include <SQLiteCpp/Exception.h>
 #include <stdexcept>
 
@@ -89,6 +88,13 @@ IdMark idMark()
         [=](int mark) { (void)guarded([&] { return write(mark); }); } };
 }
 
+// A new process moves a damaged file aside and says so.
+void endIfDamaged(const SQLite::Exception& error)
+{
+    if (isDamage(error))
+        ecore_main_loop_quit();
+}
+
 // Runs a call about alarms, with its refusals in the bus's terms.
 template <typename Call>
 auto answeringAboutAlarms(Call call)
@@ -103,6 +109,7 @@ auto answeringAboutAlarms(Call call)
             throw sdbus::Error(kLimitsExceeded, error.what());
         } catch (const SQLite::Exception& error) {
             logError(std::string("A request about alarms failed: ") + error.what());
+            endIfDamaged(error);
             throw;
         }
     });
@@ -273,9 +280,7 @@ void AlarmService::_update()
         next = _schedule.launchDue();
     } catch (const SQLite::Exception& error) {
         logError(std::string("The alarms cannot be read for now: ") + error.what());
-        // A new process moves a damaged file aside and says so.
-        if (error.getErrorCode() == SQLITE_CORRUPT || error.getErrorCode() == SQLITE_NOTADB)
-            ecore_main_loop_quit();
+        endIfDamaged(error);
         next = now() + kTryAgainSeconds;
     } catch (const std::exception& error) {
         logError(std::string("The alarms cannot be read for now: ") + error.what());

@@ -91,7 +91,7 @@ SQLite::Database openChecked(const std::string& path)
     makePrivateFile(path);
     SQLite::Database db(path, SQLite::OPEN_READWRITE, kBusyMilliseconds);
     db.exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL");
-    const std::string state = db.execAndGet("PRAGMA quick_check(1)").getString();
+    const std::string state = db.execAndGet("PRAGMA integrity_check(1)").getString();
     if (state != "ok")
         throw SQLite::Exception(state, SQLITE_CORRUPT);
     db.exec(kSchema);
@@ -115,13 +115,17 @@ std::string moveAside(const std::string& path)
 
 } // namespace
 
+bool isDamage(const SQLite::Exception& error)
+{
+    return error.getErrorCode() == SQLITE_CORRUPT || error.getErrorCode() == SQLITE_NOTADB;
+}
+
 AlarmStore::Opened AlarmStore::_open(const std::string& path)
 {
     try {
         return { openChecked(path), "" };
     } catch (const SQLite::Exception& error) {
-        const int code = error.getErrorCode();
-        if (code != SQLITE_CORRUPT && code != SQLITE_NOTADB)
+        if (!isDamage(error))
             throw;
         const std::string loss
             = path + " is damaged (" + error.what() + "); it was moved to " + moveAside(path);

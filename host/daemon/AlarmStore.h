@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Exception.h>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,9 @@ struct IdMark {
     std::function<int()> read; ///< 0 when there is none
     std::function<void(int)> write; ///< on disk when it returns
 };
+
+/// Whether the file is damaged, which a new start of the daemon mends by moving it aside.
+bool isDamage(const SQLite::Exception& error);
 
 struct TrayEntry {
     std::int64_t posted = 0;

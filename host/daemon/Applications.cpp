@@ -41,7 +41,7 @@ Applications::Applications()
     _bus->callMethod("ListNames").onInterface(kBusName).storeResultsTo(names);
     for (const std::string& name : names) {
         if (isUnique(name)) {
-            (void)_clientOf(name);
+            _tryToKnow(name);
         } else if (const std::string owner = ownerOf(name); !owner.empty()) {
             _owners[name] = owner;
         }
@@ -58,6 +58,18 @@ std::string Applications::programBehind(const std::string& connection)
     return isUnique(connection) ? _clientOf(connection).program : "";
 }
 
+// A search that fails is over: nobody else would end it.
+template <typename Work>
+void Applications::_orSettle(const std::string& application, Work work)
+{
+    try {
+        work();
+    } catch (const std::exception& error) {
+        const sdbus::Error failed(kFailed, error.what());
+        _settle(application, "", &failed);
+    }
+}
+
 void Applications::find(const std::string& application, Found found)
 {
     const std::string running = _runningOf(application);
@@ -69,14 +81,18 @@ void Applications::find(const std::string& application, Found found)
     search.waiting.push_back(std::move(found));
     if (search.waiting.size() > 1)
         return;
-    _start(application);
+    _orSettle(application, [&] { _start(application); });
 }
 
 // The bus knows no such service, or its name could be none.
 bool Applications::isUnknown(const std::string& application, const sdbus::Error& error)
 {
-    return (error.getName() == kUnknown || error.getName() == kInvalidArgs)
-        && programOf(application).empty();
+    try {
+        return (error.getName() == kUnknown || error.getName() == kInvalidArgs)
+            && programOf(application).empty();
+    } catch (const std::exception&) {
+        return false; // what cannot be looked up now may be there
+    }
 }
 
 void Applications::ready(const std::string& connection)
@@ -90,7 +106,11 @@ void Applications::ready(const std::string& connection)
 
 void Applications::ending(const std::string& connection)
 {
-    _ending.insert(_clientOf(connection).process);
+    const Client client = _clientOf(connection);
+    _ending.insert(client.process);
+    const auto nameless = _nameless.find(client.identity.application);
+    if (nameless != _nameless.end() && nameless->second == connection)
+        _nameless.erase(nameless);
 }
 
 // Of a connection that is not there nothing is kept: its name may be another's one day.
@@ -110,6 +130,16 @@ Applications::Client Applications::_clientOf(const std::string& connection)
     return client;
 }
 
+// Whoever asks about it later looks again.
+void Applications::_tryToKnow(const std::string& connection)
+{
+    try {
+        (void)_clientOf(connection);
+    } catch (const std::exception& error) {
+        logWarning("who " + connection + " is cannot be seen for now: " + error.what());
+    }
+}
+
 void Applications::_ownerChanged(
     const std::string& name, const std::string& before, const std::string& after)
 {
@@ -122,7 +152,7 @@ void Applications::_ownerChanged(
         return;
     }
     if (before.empty() && !after.empty())
-        (void)_clientOf(name);
+        _tryToKnow(name);
     if (before.empty() || !after.empty() || _clients.count(name) == 0)
         return;
     const Client client = _clients[name];
@@ -149,7 +179,12 @@ std::string Applications::_runningOf(const std::string& application)
 {
     for (const auto* connections : { &_owners, &_nameless }) {
         const auto found = connections->find(application);
-        if (found != connections->end() && who(found->second).application == application)
+        if (found == connections->end())
+            continue;
+        // Its program may have been away when it was looked at, as while an update replaces it.
+        if (who(found->second).application.empty())
+            _clients.erase(found->second);
+        if (who(found->second).application == application)
             return found->second;
     }
     return "";
@@ -161,26 +196,22 @@ void Applications::_look(const std::string& application)
     const auto search = _searches.find(application);
     if (search == _searches.end())
         return;
-    const std::string running = _runningOf(application);
-    if (!running.empty()) {
-        _settle(application, running, nullptr);
-    } else if (!search->second.limit) {
-        _start(application);
-    }
+    _orSettle(application, [&] {
+        const std::string running = _runningOf(application);
+        if (!running.empty()) {
+            _settle(application, running, nullptr);
+        } else if (!search->second.limit) {
+            _start(application);
+        }
+    });
 }
 
-// A search that cannot be begun is over.
 void Applications::_start(const std::string& application)
 {
-    try {
-        if (_owners.count(application) != 0) {
-            _startProgram(application);
-        } else {
-            _startByBus(application);
-        }
-    } catch (const std::exception& error) {
-        const sdbus::Error failed(kFailed, error.what());
-        _settle(application, "", &failed);
+    if (_owners.count(application) != 0) {
+        _startProgram(application);
+    } else {
+        _startByBus(application);
     }
 }
 

@@ -65,9 +65,12 @@ private:
     Client _clientOf(const std::string& connection);
     void _ownerChanged(
         const std::string& name, const std::string& before, const std::string& after);
+    void _tryToKnow(const std::string& connection);
     void _remember(const std::string& connection);
     std::string _runningOf(const std::string& application);
     void _look(const std::string& application);
+    template <typename Work>
+    void _orSettle(const std::string& application, Work work);
     void _start(const std::string& application);
     void _startByBus(const std::string& application);
     bool _isActivatable(const std::string& application);

@@ -62,13 +62,18 @@ void BootApplications::_start(const std::string& application)
     Boot& boot = _boots[application];
     boot.wait.reset();
     boot.begun = ecore_time_get();
-    _applications.find(
-        application, [this, application](const std::string&, const sdbus::Error* error) {
-            if (!error)
-                return;
-            logWarning(application + " cannot be started for now: " + error->getMessage());
-            _startLater(application);
+    const auto failed = [this, application](const std::string& reason) {
+        logWarning(application + " cannot be started for now: " + reason);
+        _startLater(application);
+    };
+    try {
+        _applications.find(application, [failed](const std::string&, const sdbus::Error* error) {
+            if (error)
+                failed(error->getMessage());
         });
+    } catch (const std::exception& error) {
+        failed(error.what());
+    }
 }
 
 // One that has run for long has not failed to start.

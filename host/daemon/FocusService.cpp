@@ -2,6 +2,7 @@
 
 #include "host/common/Log.h"
 #include "host/common/MonotonicTime.h"
+#include "host/daemon/Answering.h"
 
 #include <sound_manager.h>
 
@@ -9,9 +10,9 @@ namespace host {
 
 namespace {
 
-// Longer than clients that live take to renew what they hold.
 const char* const kLimitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
 
+// Longer than clients that live take to renew what they hold.
 const double kSettleSeconds = 1;
 const size_t kMostStreams = 100; ///< of one program
 
@@ -59,14 +60,16 @@ FocusService::~FocusService()
 std::uint64_t FocusService::Acquire(const std::uint32_t& stream, const std::int32_t& reason,
     const std::int32_t& mask, const std::int32_t& behavior, const std::string& info)
 {
-    checkMask(mask);
-    _checkCount({ _callersStream(stream) });
-    std::vector<FocusChange> changes;
-    const std::uint64_t now = monotonicNow();
-    checkAnswer(
-        _arbiter.acquire(_callersStream(stream), mask, { reason, behavior, info }, now, changes));
-    _announce(changes);
-    return now;
+    return answering([&] {
+        checkMask(mask);
+        _checkCount({ _callersStream(stream) });
+        std::vector<FocusChange> changes;
+        const std::uint64_t now = monotonicNow();
+        checkAnswer(_arbiter.acquire(
+            _callersStream(stream), mask, { reason, behavior, info }, now, changes));
+        _announce(changes);
+        return now;
+    });
 }
 
 void FocusService::Renew(const std::vector<WireClaim>& claims)
@@ -80,7 +83,7 @@ void FocusService::Renew(const std::vector<WireClaim>& claims)
         renewed.push_back(
             { claim.get<0>(), claim.get<1>(), claim.get<2>(), claim.get<3>(), claim.get<4>() });
     }
-    _checkCount(std::move(streams));
+    answering([&] { _checkCount(std::move(streams)); });
     std::vector<FocusChange> changes;
     _arbiter.renew(callerOf(getObject()), renewed, changes);
     _announce(changes);

@@ -221,6 +221,23 @@ TEST_F(AlarmScheduleFileTest, RingsOnceOnAFullDiskAndWritesItDownLater)
     EXPECT_EQ(1u, schedule().list().size());
 }
 
+TEST_F(AlarmScheduleFileTest, RingsTodayAfterADayOnWhichNothingCouldBeWrittenDown)
+{
+    ringAt(7, 30, kEveryDay);
+    passUntil("2026-11-21 07:30:00");
+    {
+        const NoFileGrows full(path() + "-wal");
+        runDue();
+        EXPECT_EQ(1, deliverAll());
+    }
+    passUntil("2026-11-22 07:35:00");
+
+    runDue();
+
+    EXPECT_EQ(1, deliverAll());
+    EXPECT_EQ(at("2026-11-23 07:30:00"), next);
+}
+
 TEST_F(AlarmScheduleFileTest, ARequestThatCannotBeReadIsLoggedAndPassed)
 {
     ringAt(7, 30, 0);

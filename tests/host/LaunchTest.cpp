@@ -338,6 +338,15 @@ TEST_F(LaunchTest, WhatWasDeliveredLongAgoIsForgotten)
     expectRequests(echo, { "first", "second", "third", "ends", "last" });
 }
 
+TEST_F(LaunchTest, ARequestOfWhichNoTraceCanBeLeftIsAnsweredAllTheSame)
+{
+    makeFile("handled"); // where a folder is to be
+
+    EXPECT_NO_THROW(launchOnce("first", onceText("alarm:10:100:")));
+
+    expectRequests(echo, { "first" });
+}
+
 TEST_F(LaunchTest, ARequestThatKilledItsReceiverIsHandledByTheNextProcess)
 {
     const std::string bomb = makeFile("bomb");

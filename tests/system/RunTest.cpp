@@ -29,6 +29,7 @@ protected:
             fs::copy(SOURCE_DIR "/" + std::string(script), tree.file(script));
         fs::create_directory_symlink(BUILD_DIR, tree.file("build/release"));
         writeScript("scripts/build", "");
+        writeScript("scripts/setup", "");
     }
 
     void writeScript(const std::string& name, const std::string& text)
@@ -147,6 +148,24 @@ TEST_F(RunTest, InterruptedScenarioLeavesNothing)
         EXPECT_EQ("playing\n", result.out);
         EXPECT_TRUE(processesWith(mark).empty()) << testing::PrintToString(processesWith(mark));
         EXPECT_TRUE(fs::is_empty(folder.path()));
+    }
+}
+
+TEST_F(RunTest, InterruptedBuildLeavesNothing)
+{
+    writeScript("scenarios/good", "echo it went well >&3\n");
+    writeScript("scripts/build", "echo building\nsleep 1000\n");
+    HostSession session;
+    const TempDir folder;
+    const std::string mark = "TMPDIR=" + folder.path();
+    for (const int signal : { SIGINT, SIGTERM, SIGHUP }) {
+        BackgroundCommand command({ "env", mark, tree.file("run"), "good" });
+        ASSERT_TRUE(session.waitFor([&] { return command.output() == "building\n"; }));
+
+        command.signal(signal);
+
+        EXPECT_EQ(128 + signal, command.finish().status);
+        EXPECT_TRUE(session.waitFor([&] { return processesWith(mark).empty(); })) << signal;
     }
 }
 
