@@ -21,6 +21,15 @@ const double kNoGap = 0.0005; ///< seconds
 
 double lengthOf(const Samples& samples) { return static_cast<double>(samples.size()) / kRate; }
 
+// The largest step from one sample to the next.
+int steepest(const Samples& samples)
+{
+    int step = 0;
+    for (size_t at = 1; at < samples.size(); ++at)
+        step = std::max(step, std::abs(samples[at] - samples[at - 1]));
+    return step;
+}
+
 // What a callback tells a test that waits for it.
 class Event {
 public:
@@ -328,15 +337,18 @@ TEST_F(PlayerTest, LoopsWithoutAGap)
     player_start(player);
     ASSERT_TRUE(listener.waitForSound());
 
-    const Samples heard = listener.listenWithoutGap(2.2, kNoGap, 1000); // four seams
+    // A sine is never steeper. On a busy machine the server may tear a hole, shorter than a gap,
+    // into what it plays; a wrong seam comes every time.
+    const double steepestSine = 16384 * 2 * M_PI * 880 / kRate * 1.05;
+    const Samples heard = hearUntil([&] { return listener.listen(2.2); }, // four seams
+        [=](const Samples& loop) {
+            return longestSilence(loop, 1000) < kNoGap && steepest(loop) < steepestSine;
+        });
 
     EXPECT_NEAR(880, pitch(heard), 0.5);
     EXPECT_NEAR(16384, peak(heard), 200);
     EXPECT_LT(longestSilence(heard, 1000), kNoGap);
-    int steepest = 0;
-    for (size_t at = 1; at < heard.size(); ++at)
-        steepest = std::max(steepest, std::abs(heard[at] - heard[at - 1]));
-    EXPECT_LT(steepest, 16384 * 2 * M_PI * 880 / kRate * 1.05);
+    EXPECT_LT(steepest(heard), steepestSine);
 }
 
 TEST_F(PlayerTest, LoopingMayBeSwitchedOnWhileItPlays)
