@@ -5,6 +5,8 @@
 #include <AlarmDbModel.h>
 #include <app_common.h>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <memory>
 #include <sqlite3.h>
@@ -15,6 +17,29 @@ inline std::string storePath()
     const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
     return std::string(folder.get()) + ".alarm.db";
 }
+
+/// Makes the file one that nobody can read.
+inline void spoil(const std::string& path) { std::ofstream(path) << std::string(5000, 'x'); }
+
+/// The alarms' file, in whose place lies for a while what nobody can read. There is no instant
+/// without a file: who looks just then would make a new one.
+class HiddenStore {
+public:
+    HiddenStore()
+    {
+        const std::string spoilt = _path + ".spoilt";
+        spoil(spoilt);
+        std::filesystem::create_hard_link(_path, _hidden);
+        std::filesystem::rename(spoilt, _path);
+    }
+    HiddenStore(const HiddenStore&) = delete;
+    HiddenStore& operator=(const HiddenStore&) = delete;
+    ~HiddenStore() { std::filesystem::rename(_hidden, _path); }
+
+private:
+    const std::string _path = storePath();
+    const std::string _hidden = _path + ".hidden";
+};
 
 /// The alarms' file, seen with a connection of its own.
 class StoreView {

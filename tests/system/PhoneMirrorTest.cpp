@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -114,13 +110,11 @@ protected:
 TEST_F(PhoneMirrorTest, UpdateThatCannotBeStoredIsNotAcknowledged)
 {
     meet(1, { kWork });
-    const std::string path = storePath();
-    fs::rename(path, path + ".kept");
-    std::ofstream(path) << std::string(8192, 'x');
-
-    sendUpdate(2, kLate);
-    ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
-    fs::rename(path + ".kept", path);
+    {
+        const HiddenStore hidden;
+        sendUpdate(2, kLate);
+        ASSERT_TRUE(waitForLog("what the phone sent could not be stored"));
+    }
     expectMadeGood();
 }
 

@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 
 namespace {
@@ -25,8 +24,6 @@ std::string homeFile(const std::string& name)
 // Sounds all the time, a bit more than three periods a second.
 void writeSteadyTone(const std::string& path) { writeWav(path, sine(660, 0.3)); }
 
-void spoil(const std::string& path) { std::ofstream(path) << std::string(5000, 'x'); }
-
 /// The session's ringtones, in which the default tone is as the test wants it.
 class Ringtones {
 public:
@@ -41,23 +38,6 @@ public:
 
 private:
     const std::string _folder;
-};
-
-/// The alarms' file, in whose place lies for a while what nobody can read.
-class HiddenStore {
-public:
-    HiddenStore()
-    {
-        std::filesystem::rename(_path, _hidden);
-        spoil(_path);
-    }
-    HiddenStore(const HiddenStore&) = delete;
-    HiddenStore& operator=(const HiddenStore&) = delete;
-    ~HiddenStore() { std::filesystem::rename(_hidden, _path); }
-
-private:
-    const std::string _path = storePath();
-    const std::string _hidden = _path + ".hidden";
 };
 
 /// The alarms' file, from which everybody is kept for a while.
