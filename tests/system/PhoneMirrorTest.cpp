@@ -6,21 +6,6 @@
 
 namespace {
 
-const time_t kDay = 24L * 60 * 60;
-
-// An alarm that rings once, so many seconds from now.
-PhoneAlarm oneShotIn(time_t seconds)
-{
-    PhoneAlarm alarm = { "once", "Once" };
-    const time_t instant = time(nullptr) + seconds;
-    tm local = {};
-    localtime_r(&instant, &local);
-    alarm.time = 100 * local.tm_hour + local.tm_min;
-    alarm.alert = 1000LL * instant;
-    alarm.repeat = 1;
-    return alarm;
-}
-
 // As in a message, of an alarm that rings once.
 std::string repeatOf(const PhoneAlarm& alarm)
 {

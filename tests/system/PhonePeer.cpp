@@ -40,6 +40,18 @@ PhoneAlarm changed(PhoneAlarm alarm, int time, int modified)
     return alarm;
 }
 
+PhoneAlarm oneShotIn(time_t seconds)
+{
+    PhoneAlarm alarm = { "once", "Once" };
+    const time_t instant = time(nullptr) + seconds;
+    tm local = {};
+    localtime_r(&instant, &local);
+    alarm.time = 100 * local.tm_hour + local.tm_min;
+    alarm.alert = 1000LL * instant;
+    alarm.repeat = 1;
+    return alarm;
+}
+
 size_t count(const std::string& text, const std::string& part)
 {
     size_t found = 0;

@@ -3,6 +3,7 @@
 #include "common/LineConnection.h"
 #include "PhoneStory.h"
 
+#include <ctime>
 #include <deque>
 #include <memory>
 
@@ -22,6 +23,10 @@ struct PhoneAlarm {
 const PhoneAlarm kWork = { "u1", "Work", 730 };
 const PhoneAlarm kLate = { "u2", "Late", 900 };
 
+const time_t kDay = 24L * 60 * 60; ///< seconds
+
+/// An alarm that rings once, so many seconds from now.
+PhoneAlarm oneShotIn(time_t seconds);
 PhoneAlarm changed(PhoneAlarm alarm, int time, int modified);
 
 /// How often the part is in the text.
