@@ -1,3 +1,4 @@
+#include "NoMoreFiles.h"
 #include "Registration.h"
 #include "RingStory.h"
 #include "TempDir.h"
@@ -38,6 +39,12 @@ protected:
     {
         const AlarmDbData last = setAlarm(secondAfter(300));
         EXPECT_TRUE(waitForRing(last.id));
+    }
+
+    bool waitForSendingAgain(const AlarmDbData& alarm)
+    {
+        return waitForLog("The alert of alarm " + std::to_string(alarm.alarm_mgr_id) + " for "
+            + kAlert + " was not answered and is sent again");
     }
 };
 
@@ -104,12 +111,21 @@ TEST_F(DaemonTest, AlarmRingsWhoseProgramIsMissingForAMoment)
     const std::string program = place.file("alert");
     session.installApplication(kAlert, program);
     const AlarmDbData alarm = setAlarm(secondAfter(300));
-    const std::string again = "The alert of alarm " + std::to_string(alarm.alarm_mgr_id) + " for "
-        + kAlert + " was not answered and is sent again";
-    ASSERT_TRUE(waitForLog(again));
+    ASSERT_TRUE(waitForSendingAgain(alarm));
 
     fs::create_symlink(HostSession::programOf(kAlert), program);
 
+    EXPECT_TRUE(waitForRing(alarm.id));
+    EXPECT_TRUE(session.tray().empty());
+}
+
+TEST_F(DaemonTest, AlarmRingsThatComesWhileTheBusCanStartNoProgram)
+{
+    const AlarmDbData alarm = setAlarm(secondAfter(300));
+    {
+        const NoMoreFiles full(session.pidOf("org.freedesktop.DBus"));
+        ASSERT_TRUE(waitForSendingAgain(alarm));
+    }
     EXPECT_TRUE(waitForRing(alarm.id));
     EXPECT_TRUE(session.tray().empty());
 }

@@ -1,13 +1,10 @@
 #include "common/LocalSocket.h"
 #include "common/PhoneLink.h"
+#include "NoMoreFiles.h"
 #include "PhonePeer.h"
 
-#include <filesystem>
 #include <fstream>
-#include <sys/resource.h>
 #include <unistd.h>
-
-namespace fs = std::filesystem;
 
 using testing::HasSubstr;
 
@@ -580,26 +577,18 @@ TEST_F(PhoneMessagesTest, ServiceRestsWhileItCanOpenNoMoreFiles)
 {
     meet(1, { kWork });
     const pid_t pid = service();
-    rlim_t free = 0;
-    while (fs::is_symlink("/proc/" + std::to_string(pid) + "/fd/" + std::to_string(free)))
-        ++free;
-    // Far below the first free number: what is open only for a moment, as the store may be now,
-    // would otherwise leave its number to the connection.
-    const rlim_t files = free / 2;
-    rlimit before = {};
-    ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, nullptr, &before));
-    const rlimit less = { files, before.rlim_max };
-    ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, &less, nullptr));
-    const int socket = app::connectIn(app::phoneSocketFolder(), app::kPhoneSocket);
-    ASSERT_GE(socket, 0);
-    ASSERT_TRUE(waitForLog("the phone cannot connect now: Too many open files"));
+    int socket = -1;
+    {
+        const NoMoreFiles full(pid);
+        socket = app::connectIn(app::phoneSocketFolder(), app::kPhoneSocket);
+        ASSERT_GE(socket, 0);
+        ASSERT_TRUE(waitForLog("the phone cannot connect now: Too many open files"));
 
-    const long ticks = ticksOf(pid);
-    session.waitFor([] { return false; }, 1.5);
-    EXPECT_LT(ticksOf(pid) - ticks, sysconf(_SC_CLK_TCK) / 3);
-    EXPECT_LE(count(session.logText(), "the phone cannot connect now"), 4U);
-
-    ASSERT_EQ(0, prlimit(pid, RLIMIT_NOFILE, &before, nullptr));
+        const long ticks = ticksOf(pid);
+        session.waitFor([] { return false; }, 1.5);
+        EXPECT_LT(ticksOf(pid) - ticks, sysconf(_SC_CLK_TCK) / 3);
+        EXPECT_LE(count(session.logText(), "the phone cannot connect now"), 4U);
+    }
     EXPECT_TRUE(waitUntilDisconnected()) << "in whose place the new one comes";
     close(socket);
 }
