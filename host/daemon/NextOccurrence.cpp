@@ -10,9 +10,11 @@ using Instant = cctz::time_point<cctz::seconds>;
 
 bool isFlagged(int weekSet, const cctz::civil_day& day)
 {
+    // A damaged set without a day means every day: an alarm too many is better than none.
+    const bool hasDay = (weekSet & 0x7F) != 0;
     // cctz counts from Monday, the set from Sunday.
     const int sinceSunday = (static_cast<int>(cctz::get_weekday(day)) + 1) % 7;
-    return weekSet == 0 || (weekSet & (1 << sinceSunday)) != 0;
+    return !hasDay || (weekSet & (1 << sinceSunday)) != 0;
 }
 
 Instant firstInstant(const cctz::civil_second& wallTime, const cctz::time_zone& zone)

@@ -29,6 +29,13 @@ TEST_P(NextOccurrenceTest, IsTheFirstInstantThatTheClockShowsTheTime)
 INSTANTIATE_TEST_SUITE_P(Table, NextOccurrenceTest, testing::ValuesIn(kNextOccurrenceCases),
     [](const auto& row) { return row.param.name; });
 
+TEST(NextOccurrenceSequenceTest, ASetThatNamesNoDayMeansEveryDay)
+{
+    const cctz::time_zone zone = zoneNamed("Europe/Berlin");
+    const std::int64_t now = 1704063600; // 2024-01-01 00:00:00 +0100
+    EXPECT_EQ(now + 3600, host::nextOccurrence(now, { 1, 0, 0, 128, {} }, zone));
+}
+
 TEST(NextOccurrenceSequenceTest, MeetsEveryDayOfAYearOnce)
 {
     const cctz::time_zone zone = zoneNamed("Europe/Berlin");
