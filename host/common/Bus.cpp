@@ -35,17 +35,34 @@ private:
     // make the descriptor readable again: hence the idle enterer.
     static Eina_Bool _readyCb(void* data, Ecore_Fd_Handler*)
     {
-        static_cast<Loop*>(data)->_drain();
+        auto* loop = static_cast<Loop*>(data);
+        loop->_whileBusIsThere([loop] { loop->_drain(); });
         return ECORE_CALLBACK_RENEW;
     }
 
     static Eina_Bool _idleCb(void* data)
     {
         auto* loop = static_cast<Loop*>(data);
-        loop->_drain();
-        if (loop->_handler)
+        loop->_whileBusIsThere([loop] {
+            loop->_drain();
             loop->_follow();
+        });
         return ECORE_CALLBACK_RENEW;
+    }
+
+    template <typename Work>
+    void _whileBusIsThere(Work work)
+    {
+        if (!_handler)
+            return;
+        try {
+            work();
+        } catch (const sdbus::Error& error) {
+            logInfo("the session's bus is gone: " + error.getMessage());
+            ecore_main_fd_handler_del(_handler);
+            _handler = nullptr;
+            ecore_main_loop_quit();
+        }
     }
 
     static Eina_Bool _timeoutCb(void* data)
@@ -57,15 +74,7 @@ private:
     // The rest is for later turns: _follow sees that something is pending.
     void _drain()
     {
-        try {
-            for (int i = 0; i < kMessagesPerTurn && _handler && bus().processPendingRequest();
-                 ++i) {
-            }
-        } catch (const sdbus::Error& error) {
-            logInfo("the session's bus is gone: " + error.getMessage());
-            ecore_main_fd_handler_del(_handler);
-            _handler = nullptr;
-            ecore_main_loop_quit();
+        for (int i = 0; i < kMessagesPerTurn && bus().processPendingRequest(); ++i) {
         }
     }
 
