@@ -21,6 +21,9 @@ std::string homeFile(const std::string& name)
     return std::string(home ? home : "") + "/" + name;
 }
 
+// The watch's own, as the session's settings have it.
+std::string alarmVolume() { return runCommand({ "hostctl", "volume", "get", "alarm" }).out; }
+
 // Sounds all the time, a bit more than three periods a second.
 void writeSteadyTone(const std::string& path) { writeWav(path, sine(660, 0.3)); }
 
@@ -479,8 +482,10 @@ TEST_F(RingSoundTest, ADismissedAlarmIsStillThoughTheSoundServerHangs)
 
 TEST_F(RingSoundTest, ADismissedAlarmIsSilentThoughTheDaemonHangs)
 {
+    const std::string before = alarmVolume();
     addAlarmInASecond(steadyTone(), "3");
     ASSERT_TRUE(listener.waitForSound(kAudible));
+    ASSERT_NE(before, alarmVolume());
     const pid_t daemon = session.daemonPid();
     listener.take();
 
@@ -491,6 +496,7 @@ TEST_F(RingSoundTest, ADismissedAlarmIsSilentThoughTheDaemonHangs)
 
     EXPECT_LT(soundingTime(heard), 0.5);
     EXPECT_EQ(0, dismissal.finish().status);
+    EXPECT_TRUE(session.waitFor([&before] { return alarmVolume() == before; })) << alarmVolume();
 }
 
 } // namespace
