@@ -157,7 +157,7 @@ private:
             throw sdbus::Error(kApplicationEnded, "the application ends");
         if (!receiver)
             throw sdbus::Error("org.freedesktop.DBus.Error.Failed", "not an application");
-        if (sizeOf(fromWire(request)) > kLongestRequest) {
+        if (sizeOf(fromWire(request)) > kLongestDelivery) {
             throw sdbus::Error("org.freedesktop.DBus.Error.LimitsExceeded",
                 "A request may have " + std::to_string(kLongestRequest) + " bytes");
         }

@@ -22,6 +22,9 @@ size_t sizeOf(const Entries& entries);
 /// The most that a launch request may have.
 constexpr size_t kLongestRequest = 65536;
 
+/// The most that an application takes: hostd adds the alarm's id to a registered request.
+constexpr size_t kLongestDelivery = kLongestRequest + 256;
+
 /// Printable ASCII without quotes, the same for equal entries.
 std::string encodeEntries(const Entries& entries);
 

@@ -8,7 +8,6 @@ namespace host {
 namespace {
 
 const char* const kStore = "volume";
-const int kDefaultLevel = 11;
 
 } // namespace
 
@@ -16,7 +15,7 @@ int storedVolume(int type)
 {
     const auto value = SettingsStore::session().read(kStore, kSoundTypeNames[type]);
     const int* level = value ? std::get_if<int>(&*value) : nullptr;
-    return level && *level >= 0 && *level <= kMaxVolume ? *level : kDefaultLevel;
+    return level && *level >= 0 && *level <= kMaxVolume ? *level : kDefaultVolume;
 }
 
 void storeVolume(int type, int level)

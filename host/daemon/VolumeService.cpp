@@ -1,7 +1,11 @@
 #include "host/daemon/VolumeService.h"
 
+#include "host/common/Log.h"
 #include "host/common/Volume.h"
 #include "host/daemon/Answering.h"
+
+#include <exception>
+#include <string>
 
 namespace host {
 
@@ -15,11 +19,17 @@ void check(bool isValid, const char* text)
 
 void checkType(int type) { check(type >= 0 && type < kSoundTypes, "There is no such sound type"); }
 
+// Alarms ring without settings, too: then at the default levels.
 Mixer::Levels storedLevels()
 {
     Mixer::Levels levels{};
-    for (int type = 0; type < kSoundTypes; ++type)
-        levels[type] = storedVolume(type);
+    levels.fill(kDefaultVolume);
+    try {
+        for (int type = 0; type < kSoundTypes; ++type)
+            levels[type] = storedVolume(type);
+    } catch (const std::exception& error) {
+        logWarning(std::string("The volume levels cannot be read: ") + error.what());
+    }
     return levels;
 }
 

@@ -431,7 +431,7 @@ TEST_F(LaunchTest, ARequestOfMoreThan64KilobytesIsRefusedOnBothSides)
     EXPECT_EQ(APP_CONTROL_ERROR_INVALID_PARAMETER, ask(kEcho, text, {}));
     launch(kEcho, "first");
     try {
-        launchOnce(text, "");
+        launchOnce(text + std::string(256, 'x'), "");
         FAIL() << "was taken";
     } catch (const sdbus::Error& error) {
         EXPECT_EQ("org.freedesktop.DBus.Error.LimitsExceeded", error.getName());

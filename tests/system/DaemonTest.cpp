@@ -1,3 +1,4 @@
+#include "CommandStory.h"
 #include "NoMoreFiles.h"
 #include "Registration.h"
 #include "RingStory.h"
@@ -12,7 +13,9 @@
 #include <gmock/gmock.h>
 #include <memory>
 
+using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::Not;
 using testing::StartsWith;
 namespace fs = std::filesystem;
 
@@ -161,6 +164,32 @@ TEST_F(DaemonTest, LostRegistrationsAreToldOfAndNoOldIdRingsAnAlarm)
     EXPECT_THAT(session.tray()[0].text, StartsWith("The registered alarms are lost: "));
     EXPECT_TRUE(waitForLog("The registered alarms are lost: "));
     EXPECT_GT(setAlarm(time(nullptr) + 3600).alarm_mgr_id, lost.alarm_mgr_id);
+}
+
+TEST_F(DaemonTest, AlarmRingsThoughTheSettingsAreDamaged)
+{
+    const AlarmDbData alarm = setAlarm(secondAfter(2000));
+    const pid_t daemon = session.daemonPid();
+    for (const char* part : { "-wal", "-shm" })
+        fs::remove(HostSession::home() + "settings.db" + part);
+    spoil(HostSession::home() + "settings.db");
+
+    session.killDaemon();
+
+    ASSERT_TRUE(waitForNewDaemon(daemon));
+    EXPECT_TRUE(waitForRing(alarm.id));
+}
+
+TEST_F(DaemonTest, LongestRequestThatIsTakenIsDelivered)
+{
+    const time_t instant = secondAfter(1000);
+    int id = -1;
+    for (size_t length = 65536; id < 0 && length > 0; --length)
+        id = registerApplication(kAlert, instant, std::string(length, 'x').c_str());
+    ASSERT_GT(id, 0);
+
+    EXPECT_TRUE(session.waitFor([&] { return session.alarms().empty(); }));
+    EXPECT_THAT(session.logText(), Not(HasSubstr("was not answered")));
 }
 
 TEST_F(DaemonTest, AlarmFollowsTheZone)
