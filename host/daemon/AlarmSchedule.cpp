@@ -18,6 +18,7 @@ const std::int64_t kLatestSeconds = 1800; ///< half an hour: from this age on an
 const std::int64_t kFarBackSeconds = 43200; ///< twelve hours
 const std::int64_t kSaveAgainSeconds = 60;
 const std::int64_t kLongestPauseSeconds = 60; ///< between two sendings of one alert
+const std::size_t kLongestId = 255; ///< of an application, which is a name on the bus
 
 void refuseUnless(bool good, const char* text)
 {
@@ -34,6 +35,8 @@ const std::string& checkedApplication(const Entries& request)
     }
     const std::string* application = findEntry(request, kApplicationIdKey);
     refuseUnless(application && !application->empty(), "The request names no application");
+    refuseUnless(
+        application->size() <= kLongestId, "The application's id is longer than 255 bytes");
     return *application;
 }
 
