@@ -1,16 +1,14 @@
 #include "AlarmAlert.h"
 
-#include "common/AlarmList.h"
-#include "common/AlarmSave.h"
-#include "common/AlarmTime.h"
-#include "common/Alert.h"
-#include "common/StoreFile.h"
-
+#include <AlarmReading.h>
+#include <AlarmSaving.h>
+#include <AlarmTime.h>
+#include <AlertState.h>
 #include <algorithm>
 #include <app_alarm.h>
+#include <chrono>
 #include <ctime>
 #include <dlog.h>
-#include <unistd.h>
 
 namespace {
 
@@ -18,23 +16,18 @@ const char* const kTag = "alarm-alert";
 const char* const kNothingRings = "nothing is ringing";
 
 const int kVolumeOfNewAlarm = 10;
-const time_t kLongestRead = 3; // seconds
-const useconds_t kReadPause = 200000;
+const std::chrono::seconds kLongestWait{ 3 };
 
-app::Found findRinging(int alarmMgrId, AlarmDbData& alarm)
+// A save registers an alarm before it stores it, so an alarm that is not there is looked for once
+// more when no save is under way. It rings without its record rather than late.
+companion::Found findRinging(int alarmMgrId, AlarmDbData& alarm)
 {
-    app::Found found = app::findRegisteredAlarm(alarmMgrId, alarm);
-    if (found == app::Found::Yes)
+    const companion::Found found = companion::findRegisteredAlarm(alarmMgrId, alarm);
+    if (found == companion::Found::Yes)
         return found;
-    // A save registers an alarm before it stores it.
-    app::waitForSave();
-    const time_t end = app::currentTime() + kLongestRead;
-    found = app::findRegisteredAlarm(alarmMgrId, alarm);
-    while (found == app::Found::Unreadable && app::currentTime() < end) {
-        usleep(kReadPause);
-        found = app::findRegisteredAlarm(alarmMgrId, alarm);
-    }
-    return found;
+    if (!companion::waitForSave(kLongestWait))
+        return companion::Found::Unreadable;
+    return companion::findRegisteredAlarm(alarmMgrId, alarm);
 }
 
 // In place of a record that cannot be read.
@@ -49,7 +42,7 @@ AlarmDbData newAlarm(int alarmMgrId)
 
 void logRinging(int id, const timespec& began, time_t instant)
 {
-    const app::WallTime time = app::wallTime(instant);
+    const companion::WallTime time = companion::wallTime(instant);
     const long long late
         = static_cast<long long>(began.tv_sec - instant) * 1000000 + began.tv_nsec / 1000;
     dlog_print(DLOG_INFO, kTag, "ringing alarm %d at %02d:%02d:%02d, %lld us after its instant", id,
@@ -76,7 +69,7 @@ bool takeSnooze(AlarmDbData& alarm, time_t instant, time_t now)
     const time_t late = std::max<time_t>(now - instant, 0) / minute * minute;
     alarm.stime = static_cast<int>(instant + late - minute * alarm.count * alarm.snooze_min);
     ++alarm.count;
-    while (!app::isNamedByWallTime(app::dueInstant(alarm)))
+    while (!companion::isNamedByWallTime(companion::dueInstant(alarm)))
         alarm.stime += minute;
     return true;
 }
@@ -87,7 +80,7 @@ bool finish(AlarmDbData& alarm, time_t now)
         alarm.enable = 0;
         alarm.count = 0;
     } else {
-        app::setNextRing(alarm, now);
+        companion::setNextRing(alarm, now);
     }
     return true;
 }
@@ -97,31 +90,32 @@ bool finish(AlarmDbData& alarm, time_t now)
 AlarmAlert::~AlarmAlert()
 {
     if (isRinging())
-        app::setRingingAlarms({});
+        companion::setRingingAlarms({});
 }
 
 void AlarmAlert::resume()
 {
-    for (const int id : app::ringingAlarms()) {
+    for (const int id : companion::ringingAlarms()) {
         AlarmDbData alarm;
-        if (app::findAlarm(id, alarm) != app::Found::Yes || !alarm.enable)
+        if (companion::findAlarm(id, alarm) != companion::Found::Yes || !alarm.enable)
             continue;
         dlog_print(DLOG_INFO, kTag, "alarm %d rings on", id);
-        _rings.insert(_rings.begin(), { alarm, app::ringingInstant(alarm, app::currentTime()) });
+        _rings.insert(
+            _rings.begin(), { alarm, companion::ringingInstant(alarm, companion::currentTime()) });
     }
 }
 
 void AlarmAlert::ring(int alarmMgrId, const timespec& began)
 {
     AlarmDbData alarm;
-    const app::Found found = findRinging(alarmMgrId, alarm);
-    if (found == app::Found::No) {
+    const companion::Found found = findRinging(alarmMgrId, alarm);
+    if (found == companion::Found::No) {
         dlog_print(DLOG_WARN, kTag, "no alarm for the registration %d: it is gone", alarmMgrId);
         // Whoever registered it died before the alarm was stored, or was removed for good.
         (void)alarm_cancel(alarmMgrId);
         return;
     }
-    const bool isKnown = found == app::Found::Yes;
+    const bool isKnown = found == companion::Found::Yes;
     if (!isKnown)
         alarm = newAlarm(alarmMgrId);
     if (!alarm.enable) {
@@ -137,13 +131,13 @@ void AlarmAlert::ring(int alarmMgrId, const timespec& began)
                              || (isKnown && ring.alarm.id == alarm.id);
                      }),
         _rings.end());
-    const time_t instant = isKnown ? app::ringingInstant(alarm, began.tv_sec) : began.tv_sec;
+    const time_t instant = isKnown ? companion::ringingInstant(alarm, began.tv_sec) : began.tv_sec;
     _rings.push_back({ alarm, instant });
     if (isKnown) {
         logRinging(alarm.id, began, instant);
     } else {
         dlog_print(DLOG_ERROR, kTag, "the registration %d rings without its record: %s", alarmMgrId,
-            app::storeFault().c_str());
+            companion::storeFault().c_str());
     }
     _tell();
 }
@@ -159,18 +153,18 @@ AlarmAlert::Answer AlarmAlert::snooze()
     const Ring ring = _rings.back();
     const int id = ring.alarm.id;
     AlarmDbData alarm;
-    const bool isRead = app::findAlarm(id, alarm) == app::Found::Yes;
+    const bool isRead = companion::findAlarm(id, alarm) == companion::Found::Yes;
     const std::string reason = refusal(isRead ? alarm : ring.alarm);
     if (!reason.empty())
         return { id, reason };
     _sound.stop();
-    const app::Saved saved = app::changeAlarm(
+    const companion::Saved saved = companion::changeAlarm(
         id,
         [&ring](
             AlarmDbData& snoozed, time_t now) { return takeSnooze(snoozed, ring.instant, now); },
         alarm);
-    if (saved != app::Saved::Yes)
-        return { id, app::textOf(saved) };
+    if (saved != companion::Saved::Yes)
+        return { id, companion::textOf(saved) };
     dlog_print(DLOG_INFO, kTag, "alarm %d is snoozed", id);
     _end(ring.alarm.alarm_mgr_id);
     return { id, "" };
@@ -185,14 +179,14 @@ AlarmAlert::Answer AlarmAlert::dismiss()
     const int id = _rings.back().alarm.id;
     const int alarmMgrId = _rings.back().alarm.alarm_mgr_id;
     AlarmDbData alarm;
-    const app::Saved saved = app::changeAlarm(id, finish, alarm);
-    if (saved == app::Saved::Yes) {
+    const companion::Saved saved = companion::changeAlarm(id, finish, alarm);
+    if (saved == companion::Saved::Yes) {
         dlog_print(DLOG_INFO, kTag, "alarm %d is dismissed", id);
     } else {
-        dlog_print(DLOG_ERROR, kTag, "alarm %d is dismissed, but %s", id, app::textOf(saved));
+        dlog_print(DLOG_ERROR, kTag, "alarm %d is dismissed, but %s", id, companion::textOf(saved));
     }
     _end(alarmMgrId);
-    return { id, saved == app::Saved::Yes ? "" : app::textOf(saved) };
+    return { id, saved == companion::Saved::Yes ? "" : companion::textOf(saved) };
 }
 
 void AlarmAlert::endChanged()
@@ -201,10 +195,11 @@ void AlarmAlert::endChanged()
     std::vector<int> over;
     for (Ring& ring : _rings) {
         AlarmDbData alarm;
-        const app::Found found = app::findRegisteredAlarm(ring.alarm.alarm_mgr_id, alarm);
-        if (found == app::Found::No || (found == app::Found::Yes && !alarm.enable)) {
+        const companion::Found found
+            = companion::findRegisteredAlarm(ring.alarm.alarm_mgr_id, alarm);
+        if (found == companion::Found::No || (found == companion::Found::Yes && !alarm.enable)) {
             over.push_back(ring.alarm.alarm_mgr_id);
-        } else if (found == app::Found::Yes) {
+        } else if (found == companion::Found::Yes) {
             ring.alarm = alarm;
         }
     }
@@ -224,9 +219,10 @@ void AlarmAlert::_readUnknown()
     for (Ring& ring : _rings) {
         AlarmDbData alarm;
         if (ring.alarm.id != -1
-            || app::findRegisteredAlarm(ring.alarm.alarm_mgr_id, alarm) != app::Found::Yes)
+            || companion::findRegisteredAlarm(ring.alarm.alarm_mgr_id, alarm)
+                != companion::Found::Yes)
             continue;
-        ring.instant = app::ringingInstant(alarm, ring.instant);
+        ring.instant = companion::ringingInstant(alarm, ring.instant);
         ring.alarm = alarm;
         _tell();
     }
@@ -250,5 +246,5 @@ void AlarmAlert::_tell() const
         if (ids.empty() || ring->alarm.id >= 0)
             ids.push_back(ring->alarm.id);
     }
-    app::setRingingAlarms(ids);
+    companion::setRingingAlarms(ids);
 }

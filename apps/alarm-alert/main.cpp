@@ -1,8 +1,7 @@
 #include "AlarmAlert.h"
-#include "common/AlarmList.h"
-#include "common/Alert.h"
-#include "common/StoreFile.h"
 
+#include <AlarmReading.h>
+#include <AlertState.h>
 #include <app.h>
 #include <app_alarm.h>
 #include <app_preference.h>
@@ -39,9 +38,10 @@ void reply(app_control_h request, const AlarmAlert::Answer& answer)
         return;
     const std::unique_ptr<app_control_s, int (*)(app_control_h)> control(made, app_control_destroy);
     if (answer.id >= 0)
-        (void)app_control_add_extra_data(made, app::kAlarmExtra, std::to_string(answer.id).c_str());
+        (void)app_control_add_extra_data(
+            made, companion::kAlarmExtra, std::to_string(answer.id).c_str());
     if (!answer.reason.empty())
-        (void)app_control_add_extra_data(made, app::kReasonExtra, answer.reason.c_str());
+        (void)app_control_add_extra_data(made, companion::kReasonExtra, answer.reason.c_str());
     (void)app_control_reply_to_launch_request(made, request,
         answer.reason.empty() ? APP_CONTROL_RESULT_SUCCEEDED : APP_CONTROL_RESULT_FAILED);
 }
@@ -51,7 +51,7 @@ void endWhenQuiet(const AlarmAlert& alert)
     if (alert.isRinging())
         return;
     // An alert that was killed may have left an alarm there that is off or gone now.
-    app::setRingingAlarms({});
+    companion::setRingingAlarms({});
     ui_app_exit();
 }
 
@@ -78,17 +78,17 @@ void appControlCb(app_control_h request, void* data)
         alert.prepareSound();
     // Not later, when an answer to what rings would have to wait for the store.
     if (!alert.isRinging()) {
-        app::makeStore();
-        for (const char* key : app::kChangedKeys)
+        companion::start();
+        for (const char* key : companion::kChangedKeys)
             (void)preference_set_changed_cb(key, storeChangedCb, data);
         alert.resume();
     }
     const Text operation = operationOf(request);
     if (alarm) {
         alert.ring(static_cast<int>(strtol(alarm.get(), nullptr, 10)), began);
-    } else if (operation && strcmp(operation.get(), app::kSnoozeOperation) == 0) {
+    } else if (operation && strcmp(operation.get(), companion::kSnoozeOperation) == 0) {
         reply(request, alert.snooze());
-    } else if (operation && strcmp(operation.get(), app::kDismissOperation) == 0) {
+    } else if (operation && strcmp(operation.get(), companion::kDismissOperation) == 0) {
         reply(request, alert.dismiss());
     } else {
         dlog_print(DLOG_WARN, kTag, "a launch request without an alarm");
@@ -100,7 +100,7 @@ void appControlCb(app_control_h request, void* data)
 // The last moment with a main loop, of which the sound has timers.
 void terminateCb(void* data)
 {
-    for (const char* key : app::kChangedKeys)
+    for (const char* key : companion::kChangedKeys)
         (void)preference_unset_changed_cb(key);
     static_cast<std::unique_ptr<AlarmAlert>*>(data)->reset();
 }
@@ -109,7 +109,6 @@ void terminateCb(void* data)
 
 int main(int argc, char** argv)
 {
-    app::waitOnBusyStore();
     auto alert = std::make_unique<AlarmAlert>();
     ui_app_lifecycle_callback_s lifecycle = {};
     lifecycle.create = createCb;

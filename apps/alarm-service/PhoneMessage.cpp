@@ -1,7 +1,6 @@
 #include "PhoneMessage.h"
 
 #include "common/Failure.h"
-#include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "StrictJson.h"
 
@@ -11,6 +10,7 @@
 #include <cstdint>
 #include <json-glib/json-glib.h>
 #include <memory>
+#include <PhoneAlarms.h>
 #include <set>
 
 namespace {
@@ -25,8 +25,8 @@ const gint64 kHighest = 0x7fffffff;
 
 const size_t kLongestEscape = 6; ///< of a byte
 const size_t kOtherMembers = 512; ///< with their names, ample
-static_assert(
-    app::kMostPhoneAlarms * (kLongestEscape * (kLongestUuid + app::kLongestTitle) + kOtherMembers)
+static_assert(companion::kMostPhoneAlarms
+            * (kLongestEscape * (kLongestUuid + companion::kLongestTitle) + kOtherMembers)
         < kLongestPhoneMessage,
     "a message with the most alarms is read");
 
@@ -133,7 +133,7 @@ void checkAlarm(JsonObject* alarm, std::set<std::string>& uuids)
     checkTime(alarm, "created_time", false);
     checkTime(alarm, "alerttime", false, kAlertNow, kLatestAlert);
     if (JsonNode* title = memberOf(alarm, "title", G_TYPE_STRING))
-        textOf(title, "title", app::kLongestTitle);
+        textOf(title, "title", companion::kLongestTitle);
     const int minutes = 60;
     if (requiredNumber(alarm, "alarm_time", 0, 2359) % 100 >= minutes)
         throw badInput("alarm_time is out of range");
@@ -151,8 +151,9 @@ guint checkList(JsonObject* message)
         throw badInput("list is not an array");
     JsonArray* list = json_node_get_array(node);
     const guint count = json_array_get_length(list);
-    if (count > app::kMostPhoneAlarms)
-        throw badInput("list has more than " + std::to_string(app::kMostPhoneAlarms) + " alarms");
+    if (count > companion::kMostPhoneAlarms)
+        throw badInput(
+            "list has more than " + std::to_string(companion::kMostPhoneAlarms) + " alarms");
     std::set<std::string> uuids;
     for (guint i = 0; i < count; ++i) {
         JsonNode* alarm = json_array_get_element(list, i);
@@ -210,7 +211,7 @@ std::vector<AlarmDbData> readPhoneAlarms(const std::string& text, const PhoneMes
     if (alarms.size() != message.listed)
         throw badInput("list was not read");
     for (AlarmDbData& alarm : alarms) {
-        alarm.deviceType = app::kPhoneDevice;
+        alarm.deviceType = companion::kPhoneDevice;
         // It never rings, which to be on would deny.
         if (!alarm.repeat_once && alarm.repeatWeekly == 0)
             alarm.enable = 0;

@@ -1,10 +1,8 @@
 #include "PhoneMirror.h"
 
-#include "common/SaveLock.h"
-#include "PhoneRinging.h"
 #include "PhoneRows.h"
 
-#include <AlarmDbModel.h>
+#include <AlarmReading.h>
 #include <algorithm>
 #include <map>
 #include <string>
@@ -39,11 +37,11 @@ enum class List { Changes, Whole };
 /// One turn over the phone's alarms, which writes what is not yet stored, or some of it.
 class Pass {
 public:
-    Pass(List list, int modTime)
+    Pass(List list, rows::Writer& writer)
         : _list(list)
-        , _modTime(modTime)
+        , _writer(writer)
     {
-        for (AlarmDbData& alarm : rows::stored()) {
+        for (AlarmDbData& alarm : writer.stored()) {
             if (!_stored.emplace(alarm.uuid, alarm).second && _writer.mayWrite())
                 _writer.remove(alarm);
         }
@@ -73,8 +71,9 @@ private:
             return;
         if (phones.isDeleted) {
             _writer.remove(stored);
-        } else {
-            _change(stored, merged(stored, phones));
+        } else if (const AlarmDbData alarm = merged(stored, phones);
+                   !rows::isSameContent(stored, alarm)) {
+            _writer.change(stored, alarm);
         }
     }
 
@@ -100,45 +99,35 @@ private:
     void _insert(AlarmDbData alarm)
     {
         alarm.volume = kVolumeOfNewAlarm;
-        alarm.modTime = _modTime++;
-        registerPhoneAlarm(alarm);
         _writer.insert(alarm);
     }
 
-    void _change(const AlarmDbData& stored, AlarmDbData alarm)
-    {
-        if (rows::isSameContent(stored, alarm))
-            return;
-        alarm.modTime = _modTime++;
-        if (!rows::isSameTime(stored, alarm))
-            registerPhoneAlarm(alarm);
-        _writer.change(stored, alarm);
-    }
-
     List _list;
-    int _modTime;
-    std::map<std::string, AlarmDbData> _stored; ///< those not yet taken, by uuid
-    rows::Writer _writer;
+    rows::Writer& _writer;
+    std::map<std::string, AlarmDbData> _stored; ///< alarms that are not yet taken, by uuid
 };
 
 bool takeList(const std::vector<AlarmDbData>& alarms, List list)
 {
-    const int most = rows::Writer::kWritesOfATurn;
-    const int modTimes = std::clamp(static_cast<int>(alarms.size()), 1, most);
-    return rows::inTurns([&](app::SaveLock& lock) {
-        const int modTime = lock.takeModTime(modTimes);
-        return modTime < 0 ? rows::Turn::Failed : Pass(list, modTime).take(alarms);
-    });
+    return rows::inTurns([&](rows::Writer& writer) { return Pass(list, writer).take(alarms); });
 }
 
-rows::Turn removeSome()
+rows::Turn removeSome(rows::Writer& writer)
 {
-    rows::Writer writer;
-    for (const AlarmDbData& alarm : rows::stored()) {
+    for (const AlarmDbData& alarm : writer.stored()) {
         if (writer.mayWrite())
             writer.remove(alarm);
     }
     return writer.end();
+}
+
+// Whether the phone has heard of these changes when it has heard of what was sent.
+bool areSame(const std::vector<AlarmDbData>& now, const std::vector<AlarmDbData>& sent)
+{
+    return std::equal(now.begin(), now.end(), sent.begin(), sent.end(),
+        [](const AlarmDbData& left, const AlarmDbData& right) {
+            return left.uuid == right.uuid && rows::isSameContent(left, right);
+        });
 }
 
 } // namespace
@@ -147,41 +136,34 @@ bool take(const std::vector<AlarmDbData>& alarms) { return takeList(alarms, List
 
 bool takeAll(const std::vector<AlarmDbData>& alarms) { return takeList(alarms, List::Whole); }
 
-bool drop()
-{
-    return rows::inTurns([](app::SaveLock&) { return removeSome(); });
-}
+bool drop() { return rows::inTurns(removeSome); }
 
 std::vector<AlarmDbData> unsynced()
 {
-    std::vector<AlarmDbData> alarms;
-    AlarmDbModel().getAllUnsyncedAlarmList(alarms);
-    std::sort(alarms.begin(), alarms.end(),
-        [](const AlarmDbData& left, const AlarmDbData& right) { return left.id < right.id; });
-    return alarms;
+    return companion::AlarmReading().unsynced().value_or(std::vector<AlarmDbData>());
 }
 
 Settled settle(const std::vector<AlarmDbData>& sent)
 {
-    const app::SaveLock lock;
-    if (!lock.isHeld())
+    using companion::AlarmSaving;
+    AlarmSaving saving;
+    std::vector<AlarmDbData> now = saving.phoneAlarms();
+    if (saving.state() != companion::Saved::Yes)
         return Settled::No;
-    const std::vector<AlarmDbData> now = unsynced();
-    const auto isSame = [](const AlarmDbData& left, const AlarmDbData& right) {
-        return left.uuid == right.uuid && rows::isSameContent(left, right);
-    };
-    if (!std::equal(now.begin(), now.end(), sent.begin(), sent.end(), isSame))
+    now.erase(std::remove_if(now.begin(), now.end(),
+                  [](const AlarmDbData& alarm) { return !alarm.isNeedToSync; }),
+        now.end());
+    std::sort(now.begin(), now.end(),
+        [](const AlarmDbData& left, const AlarmDbData& right) { return left.id < right.id; });
+    if (!areSame(now, sent))
         return Settled::ChangedSince;
-    AlarmDbModel store;
-    for (AlarmDbData alarm : now) {
-        if (alarm.isDeleted)
-            store.removeAlarmData(alarm, false, false, false, false);
+    for (const AlarmDbData& alarm : now) {
+        AlarmDbData settled = alarm;
+        settled.isNeedToSync = false;
+        (void)(alarm.isDeleted ? saving.erase(alarm, AlarmSaving::News::Silent)
+                               : saving.replace(alarm, settled, AlarmSaving::News::Silent));
     }
-    const std::vector<AlarmDbData> left = unsynced();
-    if (std::any_of(left.begin(), left.end(), [](const auto& alarm) { return alarm.isDeleted; }))
-        return Settled::No;
-    store.updateUnsyncedAlarmDataToDefault();
-    return store.getNumberOfUnsyncedAlarm() == 0 ? Settled::Yes : Settled::No;
+    return saving.commit() == companion::Saved::Yes ? Settled::Yes : Settled::No;
 }
 
 } // namespace mirror

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <AlarmDbData.h>
+#include <ctime>
 #include <Ecore.h>
 
-/// Prepares a phone alarm, with its next instant, and registers it when it is to ring here and soon
-/// enough. A registration that fails leaves an alarm that is not registered.
-void registerPhoneAlarm(AlarmDbData& alarm);
+/// A companion::Edit: prepares a phone alarm for the phone's instant, however far that is, or over,
+/// since what is told to the phone has it; for its next time of day when the phone names none.
+bool setPhoneRing(AlarmDbData& alarm, time_t now);
 
 /**
  * Keeps the phone's alarms registered as the phone's make and the user want it. The registration

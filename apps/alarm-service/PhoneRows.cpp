@@ -1,13 +1,9 @@
 #include "PhoneRows.h"
 
-#include "common/SaveLock.h"
+#include "PhoneRinging.h"
 
-#include <AlarmDbModel.h>
-#include <app_alarm.h>
 #include <dlog.h>
-#include <string>
 #include <tuple>
-#include <unistd.h>
 
 namespace rows {
 
@@ -15,7 +11,6 @@ namespace {
 
 const char* const kTag = "alarm-service";
 const int kTries = 4;
-const useconds_t kPauseBetweenTurns = 20000; // others look for the lock more often
 
 // A one-shot's day is worked out here, so the phone's instant counts for it.
 auto timeOf(const AlarmDbData& alarm)
@@ -31,29 +26,7 @@ auto contentOf(const AlarmDbData& alarm)
         alarm.mobileAlertTime, alarm.isNeedToSync);
 }
 
-void cancel(int alarmMgrId)
-{
-    if (alarmMgrId > 0)
-        (void)alarm_cancel(alarmMgrId);
-}
-
-bool find(AlarmDbModel& store, int id, AlarmDbData& alarm)
-{
-    std::vector<AlarmDbData> found;
-    store.getAlarmListWithIds(found, std::to_string(id));
-    if (!found.empty())
-        alarm = found.front();
-    return !found.empty();
-}
-
 } // namespace
-
-std::vector<AlarmDbData> stored()
-{
-    std::vector<AlarmDbData> alarms;
-    AlarmDbModel().getAllMobileAlarmList(alarms);
-    return alarms;
-}
 
 bool isSameTime(const AlarmDbData& left, const AlarmDbData& right)
 {
@@ -65,80 +38,64 @@ bool isSameContent(const AlarmDbData& left, const AlarmDbData& right)
     return contentOf(left) == contentOf(right);
 }
 
-bool inTurns(const std::function<Turn(app::SaveLock&)>& turn)
+void Writer::insert(AlarmDbData alarm)
 {
-    for (int failures = 0; failures < kTries; usleep(kPauseBetweenTurns)) {
-        app::SaveLock lock;
-        const std::string fault = lock.isHeld() ? app::storeFault() : "others save all the time";
-        if (!fault.empty()) {
-            dlog_print(DLOG_ERROR, kTag, "the phone's alarms wait: %s", fault.c_str());
+    ++_writes;
+    alarm.modTime = _saving.takeModTime();
+    (void)_saving.make(alarm, setPhoneRing, alarm);
+    (void)_saving.insert(alarm);
+}
+
+void Writer::change(const AlarmDbData& before, AlarmDbData after)
+{
+    ++_writes;
+    after.modTime = _saving.takeModTime();
+    if (!isSameTime(before, after))
+        (void)_saving.make(after, setPhoneRing, after);
+    (void)_saving.replace(before, after);
+}
+
+void Writer::remove(const AlarmDbData& alarm)
+{
+    ++_writes;
+    (void)_saving.erase(alarm);
+}
+
+void Writer::changeRinging(const AlarmDbData& before, bool isToRing)
+{
+    AlarmDbData after = before;
+    after.alarm_mgr_id = -1;
+    if (isToRing && !_saving.make(before, setPhoneRing, after)) {
+        _isRefused = true;
+        return;
+    }
+    ++_writes;
+    (void)_saving.replace(before, after, companion::AlarmSaving::News::Silent);
+}
+
+Turn Writer::end()
+{
+    if (_saving.commit() != companion::Saved::Yes || _isRefused)
+        return Turn::Failed;
+    return _writes == 0 ? Turn::NothingToWrite : Turn::Written;
+}
+
+bool inTurns(const std::function<Turn(Writer&)>& turn)
+{
+    for (int failures = 0; failures < kTries;) {
+        Writer writer;
+        const companion::Saved state = writer.state();
+        if (state != companion::Saved::Yes) {
+            dlog_print(DLOG_ERROR, kTag, "the phone's alarms wait: %s", companion::textOf(state));
             return false;
         }
-        const Turn done = turn(lock);
+        const Turn done = turn(writer);
         if (done == Turn::NothingToWrite)
             return true;
         failures += done == Turn::Failed ? 1 : 0;
     }
     dlog_print(DLOG_ERROR, kTag, "the phone's alarms wait: they cannot be stored");
     return false;
-}
-
-void Writer::insert(AlarmDbData alarm)
-{
-    _transaction.model().insertAlarmData(alarm, true, true);
-    _check(AlarmDbData(), alarm);
-}
-
-void Writer::change(const AlarmDbData& before, AlarmDbData after)
-{
-    _transaction.model().updateAlarmData(after, true, true, false, false);
-    _check(before, after);
-}
-
-void Writer::remove(AlarmDbData alarm)
-{
-    ++_writes;
-    _transaction.model().removeAlarmData(alarm, true, true, false, false);
-    AlarmDbData found;
-    _hasFailed = find(_transaction.model(), alarm.id, found);
-    if (!_hasFailed)
-        _former.push_back(alarm.alarm_mgr_id);
-}
-
-void Writer::changeRinging(const AlarmDbData& before, AlarmDbData after)
-{
-    _transaction.model().updateAlarmData(after, false, false, false, true);
-    // The library's update notes, in a row that the phone is yet to hear of, that it was modified
-    // now.
-    _transaction.model()._updateMobileTime(after);
-    _check(before, after);
-}
-
-Turn Writer::end()
-{
-    const bool isStored = _transaction.commit();
-    for (const int registration : isStored ? _former : _fresh)
-        cancel(registration);
-    if (!isStored || _hasFailed)
-        return Turn::Failed;
-    return _writes == 0 ? Turn::NothingToWrite : Turn::Written;
-}
-
-void Writer::_check(const AlarmDbData& before, const AlarmDbData& after)
-{
-    ++_writes;
-    AlarmDbData now;
-    const bool isTaken = find(_transaction.model(), after.id, now) && now.uuid == after.uuid
-        && now.alarm_mgr_id == after.alarm_mgr_id;
-    _hasFailed = !isTaken || !isSameContent(now, after);
-    if (before.alarm_mgr_id == after.alarm_mgr_id)
-        return;
-    if (isTaken) {
-        _former.push_back(before.alarm_mgr_id);
-        _fresh.push_back(after.alarm_mgr_id);
-    } else {
-        cancel(after.alarm_mgr_id);
-    }
 }
 
 } // namespace rows

@@ -1,10 +1,9 @@
 // The background service: follows the alarms, knows which one rings next, and speaks to the phone.
-#include "common/AlarmList.h"
-#include "common/AlarmTime.h"
-#include "common/StoreFile.h"
 #include "PhoneEnd.h"
 #include "PhoneRinging.h"
 
+#include <AlarmReading.h>
+#include <AlarmTime.h>
 #include <app_preference.h>
 #include <dlog.h>
 #include <service_app.h>
@@ -21,7 +20,7 @@ std::string describe(const std::optional<AlarmDbData>& alarm, time_t now)
 {
     if (!alarm)
         return "no upcoming alarm";
-    const tm local = app::localTime(app::upcomingInstant(*alarm, now));
+    const tm local = companion::localTime(companion::upcomingInstant(*alarm, now));
     char text[64];
     strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
     return "upcoming alarm " + std::to_string(alarm->id) + " at " + text;
@@ -32,13 +31,14 @@ public:
     /// Looks for the alarm that rings next and logs it when it is another, or at another time.
     void follow()
     {
-        const auto alarms = app::allAlarms();
+        const auto alarms = companion::allAlarms();
         if (!alarms) {
-            dlog_print(DLOG_WARN, kTag, "the alarms cannot be read: %s", app::storeFault().c_str());
+            dlog_print(
+                DLOG_WARN, kTag, "the alarms cannot be read: %s", companion::storeFault().c_str());
             return;
         }
-        const time_t now = app::currentTime();
-        const std::string description = describe(app::upcomingAlarm(*alarms, now), now);
+        const time_t now = companion::currentTime();
+        const std::string description = describe(companion::upcomingAlarm(*alarms, now), now);
         if (description == _description)
             return;
         _description = description;
@@ -74,8 +74,8 @@ void settingChangedCb(keynode_t*, void* data) noexcept
 bool createCb(void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
-    app::makeStore();
-    for (const char* key : app::kChangedKeys) {
+    companion::start();
+    for (const char* key : companion::kChangedKeys) {
         if (preference_set_changed_cb(key, alarmsChangedCb, data) != PREFERENCE_ERROR_NONE)
             dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
     }
@@ -92,7 +92,7 @@ bool createCb(void* data) noexcept
 void terminateCb(void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
-    for (const char* key : app::kChangedKeys)
+    for (const char* key : companion::kChangedKeys)
         (void)preference_unset_changed_cb(key);
     for (const char* key : kSettingKeys)
         (void)vconf_ignore_key_changed(key, settingChangedCb);
@@ -104,7 +104,6 @@ void terminateCb(void* data) noexcept
 
 int main(int argc, char** argv)
 {
-    app::waitOnBusyStore();
     Service service;
     service_app_lifecycle_callback_s lifecycle = {};
     lifecycle.create = createCb;

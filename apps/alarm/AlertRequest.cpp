@@ -1,9 +1,9 @@
 #include "AlertRequest.h"
 
-#include "common/Alert.h"
 #include "common/Failure.h"
 #include "common/Text.h"
 
+#include <AlertState.h>
 #include <app_control.h>
 #include <cstdlib>
 #include <Ecore.h>
@@ -34,7 +34,8 @@ void takeAnswer(app_control_h, app_control_h reply, app_control_result_e result,
     auto& answer = *static_cast<std::optional<Answer>*>(data);
     if (answer || result == APP_CONTROL_RESULT_APP_STARTED)
         return;
-    answer = Answer{ result, extra(reply, app::kAlarmExtra), extra(reply, app::kReasonExtra) };
+    answer = Answer{ result, extra(reply, companion::kAlarmExtra),
+        extra(reply, companion::kReasonExtra) };
     ecore_main_loop_quit();
 }
 
@@ -48,7 +49,7 @@ std::unique_ptr<app_control_s, int (*)(app_control_h)> requestFor(const char* op
 {
     app_control_h request = nullptr;
     (void)app_control_create(&request);
-    (void)app_control_set_app_id(request, app::kAlertId);
+    (void)app_control_set_app_id(request, companion::kAlertId);
     (void)app_control_set_operation(request, operation);
     return { request, app_control_destroy };
 }

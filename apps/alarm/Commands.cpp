@@ -2,18 +2,16 @@
 
 #include "AlertRequest.h"
 #include "CommandLine.h"
-#include "common/AlarmList.h"
-#include "common/AlarmSave.h"
-#include "common/AlarmTime.h"
-#include "common/Alert.h"
 #include "common/Failure.h"
-#include "common/PhoneLink.h"
-#include "common/StoreFile.h"
 #include "common/Text.h"
 #include "Presentation.h"
 #include "Watch.h"
 
+#include <AlarmReading.h>
+#include <AlarmTime.h>
+#include <AlertState.h>
 #include <cstdio>
+#include <PhoneAlarms.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -33,7 +31,7 @@ void print(const std::string& text) { fputs(text.c_str(), stdout); }
 
 void printResult(const CommandLine& line, const AlarmDbData& alarm, const std::string& text)
 {
-    print((line.json ? alarmJson(alarm, app::currentTime()) : text) + '\n');
+    print((line.json ? alarmJson(alarm, companion::currentTime()) : text) + '\n');
 }
 
 Failure noSuchAlarm(int id)
@@ -41,43 +39,43 @@ Failure noSuchAlarm(int id)
     return badInput("there is no alarm " + std::to_string(id) + "; alarm list shows all");
 }
 
-void check(app::Saved result, int id)
+void check(companion::Saved result, int id)
 {
-    if (result == app::Saved::NoSuchAlarm)
+    if (result == companion::Saved::NoSuchAlarm)
         throw noSuchAlarm(id);
-    if (result != app::Saved::Yes)
-        throw Failure(Failure::kFailed, app::textOf(result));
+    if (result != companion::Saved::Yes)
+        throw Failure(Failure::kFailed, companion::textOf(result));
 }
 
 std::vector<AlarmDbData> storedAlarms()
 {
-    std::optional<std::vector<AlarmDbData>> alarms = app::allAlarms();
+    std::optional<std::vector<AlarmDbData>> alarms = companion::allAlarms();
     if (!alarms)
-        throw Failure(Failure::kFailed, app::textOf(app::Saved::Unreadable));
+        throw Failure(Failure::kFailed, companion::textOf(companion::Saved::Unreadable));
     return *alarms;
 }
 
 AlarmDbData storedAlarm(int id)
 {
     AlarmDbData alarm;
-    const app::Found found = app::findAlarm(id, alarm);
-    if (found == app::Found::Unreadable)
-        throw Failure(Failure::kFailed, app::textOf(app::Saved::Unreadable));
-    if (found == app::Found::No)
+    const companion::Found found = companion::findAlarm(id, alarm);
+    if (found == companion::Found::Unreadable)
+        throw Failure(Failure::kFailed, companion::textOf(companion::Saved::Unreadable));
+    if (found == companion::Found::No)
         throw noSuchAlarm(id);
     return alarm;
 }
 
 void setRingIn(AlarmDbData& alarm, time_t instant)
 {
-    const app::WallTime time = app::wallTime(instant);
+    const companion::WallTime time = companion::wallTime(instant);
     alarm.stime = static_cast<int>(instant);
-    alarm.timezone = app::deviceZone();
+    alarm.timezone = companion::deviceZone();
     alarm.hour = time.hour;
     alarm.min = time.minute;
     alarm.count = 0;
     alarm.repeat_once = 1;
-    alarm.repeatWeekly = app::weekdayBit(instant);
+    alarm.repeatWeekly = companion::weekdayBit(instant);
 }
 
 // An alarm is known by its time of day, which the second pass of a doubled hour does not have
@@ -86,10 +84,10 @@ void checkRingIn(const std::optional<int>& seconds)
 {
     if (!seconds)
         return;
-    const time_t instant = app::currentTime() + *seconds;
-    if (app::isNamedByWallTime(instant))
+    const time_t instant = companion::currentTime() + *seconds;
+    if (companion::isNamedByWallTime(instant))
         return;
-    const app::WallTime time = app::wallTime(instant);
+    const companion::WallTime time = companion::wallTime(instant);
     throw badInput("the clock is set back then, so that " + clockText(time.hour, time.minute)
         + " comes twice, and an alarm rings the first time only");
 }
@@ -116,9 +114,9 @@ bool apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
     if (options.inSeconds) {
         setRingIn(alarm, now + *options.inSeconds);
     } else if (options.time || options.days) {
-        app::setNextRing(alarm, now);
+        companion::setNextRing(alarm, now);
     } else if (options.off) {
-        app::setSwitchedRing(alarm, now);
+        companion::setSwitchedRing(alarm, now);
     } else {
         return false;
     }
@@ -131,26 +129,27 @@ void add(const CommandLine& line)
     AlarmDbData alarm;
     alarm.enable = 1;
     alarm.volume = kVolumeOfNewAlarm;
-    check(app::addAlarm(alarm,
+    check(companion::addAlarm(alarm,
               [&line](AlarmDbData& made, time_t now) { return apply(line.alarm, made, now); }),
         alarm.id);
-    const time_t now = app::currentTime();
+    const time_t now = companion::currentTime();
     printResult(line, alarm, line.plain ? alarmForecast(alarm, now) : alarmSetText(alarm, now));
 }
 
-void change(const CommandLine& line, const app::Edit& edit)
+void change(const CommandLine& line, const companion::Edit& edit)
 {
     AlarmDbData alarm;
-    check(app::changeAlarm(*line.id, edit, alarm), *line.id);
-    printResult(line, alarm, alarmForecast(alarm, app::currentTime()));
+    check(companion::changeAlarm(*line.id, edit, alarm), *line.id);
+    printResult(line, alarm, alarmForecast(alarm, companion::currentTime()));
 }
 
 // The phone would refuse it.
 void checkName(const std::optional<std::string>& name, const AlarmDbData& alarm)
 {
-    if (name && name->size() > app::kLongestTitle && alarm.deviceType == app::kPhoneDevice) {
+    if (name && name->size() > companion::kLongestTitle
+        && alarm.deviceType == companion::kPhoneDevice) {
         throw badInput("the name of a phone's alarm has at most "
-            + std::to_string(app::kLongestTitle) + " bytes");
+            + std::to_string(companion::kLongestTitle) + " bytes");
     }
 }
 
@@ -167,7 +166,7 @@ void switchTo(int enable, const CommandLine& line)
 {
     change(line, [enable](AlarmDbData& alarm, time_t now) {
         alarm.enable = enable;
-        app::setSwitchedRing(alarm, now);
+        companion::setSwitchedRing(alarm, now);
         return true;
     });
 }
@@ -179,14 +178,14 @@ void switchOff(const CommandLine& line) { switchTo(0, line); }
 void remove(const CommandLine& line)
 {
     AlarmDbData alarm;
-    check(app::removeAlarm(*line.id, alarm), *line.id);
+    check(companion::removeAlarm(*line.id, alarm), *line.id);
     printResult(line, alarm, "alarm " + std::to_string(alarm.id) + " removed");
 }
 
 void list(const CommandLine& line)
 {
     const std::vector<AlarmDbData> alarms = storedAlarms();
-    const time_t now = app::currentTime();
+    const time_t now = companion::currentTime();
     print(line.json ? alarmsJson(alarms, now) + '\n'
                     : alarmTable(alarms, now, terminalColumns(), line.plain));
 }
@@ -194,14 +193,14 @@ void list(const CommandLine& line)
 void show(const CommandLine& line)
 {
     const AlarmDbData alarm = storedAlarm(*line.id);
-    const time_t now = app::currentTime();
+    const time_t now = companion::currentTime();
     print(line.json ? alarmJson(alarm, now) + '\n' : alarmDetails(alarm, now));
 }
 
 void next(const CommandLine& line)
 {
-    const time_t now = app::currentTime();
-    const std::optional<AlarmDbData> alarm = app::upcomingAlarm(storedAlarms(), now);
+    const time_t now = companion::currentTime();
+    const std::optional<AlarmDbData> alarm = companion::upcomingAlarm(storedAlarms(), now);
     if (alarm) {
         printResult(line, *alarm, alarmForecast(*alarm, now));
     } else {
@@ -211,13 +210,13 @@ void next(const CommandLine& line)
 
 void snooze(const CommandLine& line)
 {
-    const AlarmDbData alarm = storedAlarm(askAlert(app::kSnoozeOperation));
-    printResult(line, alarm, alarmForecast(alarm, app::currentTime()));
+    const AlarmDbData alarm = storedAlarm(askAlert(companion::kSnoozeOperation));
+    printResult(line, alarm, alarmForecast(alarm, companion::currentTime()));
 }
 
 void dismiss(const CommandLine& line)
 {
-    const AlarmDbData alarm = storedAlarm(askAlert(app::kDismissOperation));
+    const AlarmDbData alarm = storedAlarm(askAlert(companion::kDismissOperation));
     printResult(line, alarm, "alarm " + std::to_string(alarm.id) + " dismissed");
 }
 
@@ -276,8 +275,8 @@ void runCommand(const CommandLine& line)
     // What rings is ended at once, also when the alarms cannot be read: the alert knows it.
     const bool isOfAlert = line.command->run == snooze || line.command->run == dismiss;
     if (!isOfAlert) {
-        app::makeStore();
-        const std::string fault = app::storeFault();
+        companion::start();
+        const std::string fault = companion::storeFault();
         if (!fault.empty())
             throw Failure(Failure::kFailed, "the alarms cannot be read: " + fault);
     }

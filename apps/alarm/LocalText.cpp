@@ -1,8 +1,7 @@
 #include "LocalText.h"
 
-#include "common/AlarmTime.h"
-
 #include <AlarmStringUtil.h>
+#include <AlarmTime.h>
 
 namespace {
 
@@ -14,7 +13,7 @@ const std::string kEnd = "</color>";
 AlarmDbData withZone(AlarmDbData alarm)
 {
     if (alarm.timezone.empty())
-        alarm.timezone = app::deviceZone();
+        alarm.timezone = companion::deviceZone();
     return alarm;
 }
 
@@ -49,7 +48,7 @@ std::string localDaysText(const AlarmDbData& alarm)
 
 std::string localInstantText(time_t instant)
 {
-    const app::WallTime time = app::wallTime(instant);
+    const companion::WallTime time = companion::wallTime(instant);
     AlarmDbData moment;
     moment.hour = time.hour;
     moment.min = time.minute;

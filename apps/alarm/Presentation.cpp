@@ -1,24 +1,22 @@
 #include "Presentation.h"
 
-#include "common/AlarmList.h"
-#include "common/AlarmTime.h"
-#include "common/Alert.h"
-#include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "common/Values.h"
 #include "LocalText.h"
 
 #include <AlarmSyncUtil.h>
+#include <AlarmTime.h>
 #include <algorithm>
 #include <array>
 #include <iomanip>
+#include <PhoneAlarms.h>
 #include <sstream>
 
 namespace {
 
 std::string formatted(time_t instant, const char* format)
 {
-    const tm local = app::localTime(instant);
+    const tm local = companion::localTime(instant);
     std::ostringstream text;
     text << std::put_time(&local, format);
     return text.str();
@@ -39,9 +37,9 @@ std::string instantText(time_t instant)
 // One that was just set to a later time is not, though the alert may not have heard of it.
 bool isRinging(const AlarmDbData& alarm, time_t now)
 {
-    if (!alarm.enable || now < app::dueInstant(alarm))
+    if (!alarm.enable || now < companion::dueInstant(alarm))
         return false;
-    const std::vector<int> ringing = app::ringingAlarms();
+    const std::vector<int> ringing = companion::ringingAlarms();
     return std::find(ringing.begin(), ringing.end(), alarm.id) != ringing.end();
 }
 
@@ -51,7 +49,7 @@ std::string stateOf(const AlarmDbData& alarm, time_t now)
         return "off";
     if (isRinging(alarm, now))
         return "ringing";
-    if (app::isSilent(alarm, now))
+    if (companion::isSilent(alarm, now))
         return "silent";
     return alarm.count > 0 ? "snoozed" : "on";
 }
@@ -70,14 +68,14 @@ std::string silenceReason(const AlarmDbData& alarm)
 
 bool willRing(const AlarmDbData& alarm, time_t now)
 {
-    return alarm.enable && !isRinging(alarm, now) && !app::isSilent(alarm, now);
+    return alarm.enable && !isRinging(alarm, now) && !companion::isSilent(alarm, now);
 }
 
 std::string nextText(const AlarmDbData& alarm, time_t now, bool plain = true)
 {
     if (!willRing(alarm, now))
         return "-";
-    const time_t instant = app::upcomingInstant(alarm, now);
+    const time_t instant = companion::upcomingInstant(alarm, now);
     return plain ? instantText(instant) : localInstantText(instant);
 }
 
@@ -86,7 +84,7 @@ std::string daysOf(const AlarmDbData& alarm)
     return daysText({ alarm.repeat_once != 0, alarm.repeatWeekly });
 }
 
-bool isOfPhone(const AlarmDbData& alarm) { return alarm.deviceType == app::kPhoneDevice; }
+bool isOfPhone(const AlarmDbData& alarm) { return alarm.deviceType == companion::kPhoneDevice; }
 
 const char* deviceOf(const AlarmDbData& alarm) { return isOfPhone(alarm) ? "phone" : "watch"; }
 
@@ -131,7 +129,8 @@ std::string alarmJson(const AlarmDbData& alarm, time_t now)
         { "enabled", boolean(alarm.enable != 0) },
         { "state", jsonString(stateOf(alarm, now)) },
         { "next",
-            willRing(alarm, now) ? jsonString(isoText(app::upcomingInstant(alarm, now))) : "null" },
+            willRing(alarm, now) ? jsonString(isoText(companion::upcomingInstant(alarm, now)))
+                                 : "null" },
         { "tone", jsonString(alarm.tone) },
         { "volume", std::to_string(alarm.volume) },
         { "type", std::to_string(alarm.type) },
@@ -168,9 +167,9 @@ std::string alarmForecast(const AlarmDbData& alarm, time_t now)
         return subject + " is off";
     if (isRinging(alarm, now))
         return subject + " is ringing";
-    if (app::isSilent(alarm, now))
+    if (companion::isSilent(alarm, now))
         return subject + " is on, but stays silent: " + silenceReason(alarm);
-    const time_t instant = app::upcomingInstant(alarm, now);
+    const time_t instant = companion::upcomingInstant(alarm, now);
     return subject + " rings " + instantText(instant) + ", in " + durationText(instant - now);
 }
 
@@ -219,7 +218,8 @@ std::string alarmDetails(const AlarmDbData& alarm, time_t now)
         { "days", daysOf(alarm) },
         { "name", printable(alarm.name) },
         { "state",
-            stateOf(alarm, now) + (app::isSilent(alarm, now) ? ": " + silenceReason(alarm) : "") },
+            stateOf(alarm, now)
+                + (companion::isSilent(alarm, now) ? ": " + silenceReason(alarm) : "") },
         { "next", nextText(alarm, now) },
         { "tone", printable(alarm.tone) },
         { "volume", std::to_string(alarm.volume) },

@@ -1,13 +1,11 @@
 #include "Watch.h"
 
-#include "common/AlarmList.h"
-#include "common/AlarmSave.h"
-#include "common/AlarmTime.h"
-#include "common/Alert.h"
 #include "common/Failure.h"
 #include "common/Text.h"
 #include "Presentation.h"
 
+#include <AlarmReading.h>
+#include <AlertState.h>
 #include <algorithm>
 #include <app_preference.h>
 #include <cstdio>
@@ -25,7 +23,7 @@ using AlarmsById = std::map<int, AlarmDbData>;
 
 std::optional<AlarmsById> readAlarms()
 {
-    std::optional<std::vector<AlarmDbData>> alarms = app::allAlarms();
+    std::optional<std::vector<AlarmDbData>> alarms = companion::allAlarms();
     if (!alarms)
         return std::nullopt;
     AlarmsById byId;
@@ -65,9 +63,9 @@ public:
     {
         std::optional<AlarmsById> alarms = readAlarms();
         if (!alarms)
-            throw Failure(Failure::kFailed, app::textOf(app::Saved::Unreadable));
+            throw Failure(Failure::kFailed, companion::textOf(companion::Saved::Unreadable));
         _alarms = std::move(*alarms);
-        _ringing = app::ringingAlarm();
+        _ringing = companion::ringingAlarm();
         if (_json) {
             printf("{\"event\":\"watching\",\"alarms\":%zu}\n", _alarms.size());
         } else {
@@ -131,7 +129,7 @@ private:
     void _compareRinging()
     {
         const int before = _ringing;
-        _ringing = app::ringingAlarm();
+        _ringing = companion::ringingAlarm();
         if (_ringing == before)
             return;
         if (_ringing >= 0) {
@@ -145,7 +143,7 @@ private:
     void _printRinging() const
     {
         AlarmDbData alarm;
-        if (app::findAlarm(_ringing, alarm) == app::Found::Yes)
+        if (companion::findAlarm(_ringing, alarm) == companion::Found::Yes)
             _print("ringing", alarm);
     }
 
@@ -153,9 +151,9 @@ private:
     {
         if (_json) {
             printf("{\"event\":%s,\"alarm\":%s}\n", jsonString(event).c_str(),
-                alarmJson(alarm, app::currentTime()).c_str());
+                alarmJson(alarm, companion::currentTime()).c_str());
         } else {
-            printf("%-8s  %s\n", event, alarmLine(alarm, app::currentTime()).c_str());
+            printf("%-8s  %s\n", event, alarmLine(alarm, companion::currentTime()).c_str());
         }
     }
 
@@ -183,13 +181,13 @@ void watchAlarms(bool json)
 {
     ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, endLoop, nullptr);
     Watch watch(json);
-    for (const char* key : app::kChangedKeys)
+    for (const char* key : companion::kChangedKeys)
         listen(key, Watch::alarmsChangedCb, watch);
-    listen(app::kRingingKey, Watch::ringingChangedCb, watch);
+    listen(companion::kRingingKey, Watch::ringingChangedCb, watch);
     watch.start();
     if (!ferror(stdout))
         ecore_main_loop_begin();
-    for (const char* key : app::kChangedKeys)
+    for (const char* key : companion::kChangedKeys)
         (void)preference_unset_changed_cb(key);
-    (void)preference_unset_changed_cb(app::kRingingKey);
+    (void)preference_unset_changed_cb(companion::kRingingKey);
 }

@@ -1,10 +1,9 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "common/Failure.h"
-#include "common/Language.h"
-#include "common/StoreFile.h"
 #include "Help.h"
 
+#include <AlarmCompanion.h>
 #include <cstdio>
 #include <Ecore.h>
 
@@ -26,8 +25,7 @@ void run(const std::vector<std::string>& arguments)
 
 int main(int argc, char** argv)
 {
-    app::useDeviceLanguage();
-    app::waitOnBusyStore();
+    companion::useDeviceLanguage();
     ecore_app_no_system_modules(); // they look for a system bus and make every start slower
     ecore_init();
     int status = 0;

@@ -1,6 +1,5 @@
 #include "common/PhoneLink.h"
 
-#include <AlarmSyncUtil.h>
 #include <app_common.h>
 #include <cstdlib>
 #include <memory>
@@ -13,12 +12,6 @@ std::string phoneSocketFolder()
 {
     const std::unique_ptr<char, void (*)(void*)> folder(app_get_shared_trusted_path(), free);
     return folder ? folder.get() : "";
-}
-
-bool phoneAlarmsRing()
-{
-    return AlarmSyncUtil::_isConnectedWithOurCompany()
-        && AlarmSyncUtil::_isNotificationStateEnabled();
 }
 
 } // namespace app

@@ -1,17 +1,17 @@
 #include "DeviceCommands.h"
 
-#include "common/AlarmTime.h"
 #include "common/Failure.h"
-#include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "common/Values.h"
 #include "Device.h"
 
+#include <AlarmTime.h>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <PhoneAlarms.h>
 #include <system_error>
 
 namespace {
@@ -52,8 +52,8 @@ void takeNoMore(const Words& words)
 
 std::string parseTitle(const std::string& text)
 {
-    if (text.size() > app::kLongestTitle)
-        throw badInput("a name has at most " + std::to_string(app::kLongestTitle) + " bytes");
+    if (text.size() > companion::kLongestTitle)
+        throw badInput("a name has at most " + std::to_string(companion::kLongestTitle) + " bytes");
     return parseName(text);
 }
 
@@ -88,14 +88,14 @@ void setNextAlert(AlarmDbData& alarm)
 {
     const int weekdays = alarm.repeat_once ? 0 : alarm.repeatWeekly;
     const time_t next
-        = app::nextInstant(app::currentTime(), { alarm.hour, alarm.min, 0 }, weekdays);
+        = companion::nextInstant(companion::currentTime(), { alarm.hour, alarm.min, 0 }, weekdays);
     alarm.mobileAlertTime = static_cast<unsigned long long>(next) * 1000;
 }
 
 // Of a one-shot, whose day may be another than the next.
 bool isAhead(const AlarmDbData& alarm)
 {
-    const auto now = static_cast<unsigned long long>(app::currentTime());
+    const auto now = static_cast<unsigned long long>(companion::currentTime());
     return alarm.repeat_once && now < alarm.mobileAlertTime / 1000;
 }
 
@@ -111,8 +111,8 @@ void apply(const Options& options, AlarmDbData& alarm)
         alarm.min = options.time->minute;
     }
     if (options.inSeconds) {
-        const time_t instant = app::currentTime() + *options.inSeconds;
-        const app::WallTime wall = app::wallTime(instant);
+        const time_t instant = companion::currentTime() + *options.inSeconds;
+        const companion::WallTime wall = companion::wallTime(instant);
         alarm.hour = wall.hour;
         alarm.min = wall.minute;
         alarm.repeat_once = 1;
@@ -175,8 +175,8 @@ public:
         const Options options = takeOptions(_words);
         if (!options.time && !options.inSeconds)
             throw badInput("add needs a time of day, as 07:30, or --in, as --in 10m");
-        if (_device.book().count() >= app::kMostPhoneAlarms) {
-            throw badInput("there are " + std::to_string(app::kMostPhoneAlarms)
+        if (_device.book().count() >= companion::kMostPhoneAlarms) {
+            throw badInput("there are " + std::to_string(companion::kMostPhoneAlarms)
                 + " alarms, and the watch takes no more");
         }
         AlarmDbData alarm;

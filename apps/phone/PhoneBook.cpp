@@ -1,7 +1,6 @@
 #include "PhoneBook.h"
 
 #include "common/Failure.h"
-#include "common/PhoneLink.h"
 
 #include <AlarmJsonBuilder.h>
 #include <AlarmJsonParser.h>
@@ -14,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <PhoneAlarms.h>
 #include <random>
 #include <utility>
 
@@ -69,7 +69,7 @@ unsigned PhoneBook::count() const
 
 int PhoneBook::add(AlarmDbData alarm)
 {
-    alarm.deviceType = app::kPhoneDevice;
+    alarm.deviceType = companion::kPhoneDevice;
     alarm.uuid = makeUuid();
     alarm.mobileCreateTime = now();
     alarm.mobileModifiedTime = alarm.mobileCreateTime;

@@ -1,8 +1,8 @@
 #include "TalkLog.h"
 
-#include "common/AlarmTime.h"
 #include "common/Text.h"
 
+#include <AlarmTime.h>
 #include <app_common.h>
 #include <cstdlib>
 #include <fstream>
@@ -13,7 +13,7 @@ namespace {
 
 std::string clockNow()
 {
-    const tm local = app::localTime(app::currentTime());
+    const tm local = companion::localTime(companion::currentTime());
     char text[16];
     strftime(text, sizeof text, "%H:%M:%S", &local);
     return text;

@@ -2,7 +2,9 @@
 
 #include <app_alarm.h>
 #include <ctime>
+#include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,9 +21,14 @@ struct AlarmDouble {
     int nextId = 1;
     std::optional<int> idOnRefusal; ///< what a refusal writes to the output
     std::vector<Request> scheduled;
+    std::function<void()> onSchedule; ///< called before each request is answered
 
     int cancelResult = ALARM_ERROR_NONE;
     std::vector<int> cancelled;
+    std::function<void()> onCancel; ///< called before each request is answered
+
+    /// The ids that were given and not taken back.
+    std::set<int> registered;
 };
 
 AlarmDouble& alarmDouble();

@@ -14,6 +14,7 @@ ClockDouble& clockDouble()
 extern "C" {
 int __real_gettimeofday(timeval* now, void* zone);
 time_t __real_time(time_t* out);
+int __real_clock_gettime(clockid_t clock, timespec* now);
 int __real_usleep(useconds_t microseconds);
 
 int __wrap_gettimeofday(timeval* now, void* zone)
@@ -32,6 +33,14 @@ time_t __wrap_time(time_t* out)
     if (out)
         *out = clockDouble().now->tv_sec;
     return clockDouble().now->tv_sec;
+}
+
+int __wrap_clock_gettime(clockid_t clock, timespec* now)
+{
+    if (clock != CLOCK_REALTIME || !clockDouble().now)
+        return __real_clock_gettime(clock, now);
+    *now = { clockDouble().now->tv_sec, clockDouble().now->tv_usec * 1000 };
+    return 0;
 }
 
 int __wrap_usleep(useconds_t microseconds)

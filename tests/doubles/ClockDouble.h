@@ -7,7 +7,7 @@
 
 /// The clock of the objects that a test links. Without a value it is the real one.
 struct ClockDouble {
-    /// What gettimeofday and time answer.
+    /// What gettimeofday, time and clock_gettime, of the real-time clock, answer.
     std::optional<timeval> now;
     /// How often time was asked.
     int timesAsked = 0;

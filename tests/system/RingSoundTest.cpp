@@ -1,7 +1,7 @@
 #include "CommandStory.h"
-#include "common/Alert.h"
 #include "Listener.h"
 
+#include <AlertState.h>
 #include <app_alarm.h>
 #include <csignal>
 #include <cstdlib>
@@ -116,7 +116,8 @@ protected:
     /// The alert alone is asked: the alarm application does nothing without a store.
     static void askToDismiss()
     {
-        hostctl({ "launch", "com.velmora.alarm-alert", "--operation", app::kDismissOperation });
+        hostctl(
+            { "launch", "com.velmora.alarm-alert", "--operation", companion::kDismissOperation });
     }
 
     TempDir dir;

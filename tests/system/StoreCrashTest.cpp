@@ -184,7 +184,7 @@ TEST_F(StoreCrashTest, FullDiskRefusesASaveAndKeepsWhatThereIs)
 
     EXPECT_EQ(1, refused.status);
     EXPECT_EQ("", refused.out);
-    EXPECT_EQ("alarm: the alarm could not be stored\n", refused.err);
+    EXPECT_EQ("alarm: the change could not be stored\n", refused.err);
     EXPECT_EQ(before, disk.list());
     EXPECT_EQ(1U, session.alarms().size());
 

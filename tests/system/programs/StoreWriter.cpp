@@ -1,11 +1,9 @@
 // store-writer GATE COUNT NAME: saves COUNT alarms as an application does, once nobody has the file
 // GATE locked. Prints "ready", then "saved ID MODTIME REGISTRATION" or "refused: WHY" for each; the
 // exit status is 1 when one was refused.
-#include "common/AlarmSave.h"
-#include "common/AlarmTime.h"
-#include "common/StoreFile.h"
 
 #include <AlarmDbData.h>
+#include <AlarmTime.h>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -29,11 +27,11 @@ bool passGate(const char* path)
 // Two hours from now, so that none rings during a test.
 bool setTime(AlarmDbData& alarm, time_t now)
 {
-    const app::WallTime time = app::wallTime(now + 2L * 60 * 60);
+    const companion::WallTime time = companion::wallTime(now + 2L * 60 * 60);
     alarm.enable = 1;
     alarm.hour = time.hour;
     alarm.min = time.minute;
-    app::setNextRing(alarm, now);
+    companion::setNextRing(alarm, now);
     return true;
 }
 
@@ -41,12 +39,12 @@ bool save(const std::string& name)
 {
     AlarmDbData alarm;
     alarm.name = name;
-    const app::Saved result = app::addAlarm(alarm, setTime);
-    const bool done = result == app::Saved::Yes;
+    const companion::Saved result = companion::addAlarm(alarm, setTime);
+    const bool done = result == companion::Saved::Yes;
     if (done) {
         printf("saved %d %d %d\n", alarm.id, alarm.modTime, alarm.alarm_mgr_id);
     } else {
-        printf("refused: %s\n", app::textOf(result));
+        printf("refused: %s\n", companion::textOf(result));
     }
     fflush(stdout);
     return done;
@@ -60,12 +58,12 @@ int main(int argc, char** argv)
         fprintf(stderr, "usage: store-writer GATE COUNT NAME\n");
         return 2;
     }
-    app::waitOnBusyStore();
+
     if (!passGate(argv[1])) {
         perror(argv[1]);
         return 2;
     }
-    app::makeStore();
+    companion::start();
     int status = 0;
     const long count = strtol(argv[2], nullptr, 10);
     for (long i = 1; i <= count; ++i) {

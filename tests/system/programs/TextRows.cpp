@@ -1,9 +1,9 @@
 // text-rows LOCALE: four alarms as the watch shows them in the session's language and region, a
 // line each with tabs between, and after the last one "= " and how many are what ICU, called
 // directly, and the catalogue say. What a text has to be instead goes to standard error.
-#include "common/Language.h"
 #include "IcuTexts.h"
 
+#include <AlarmCompanion.h>
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
 #include <AlarmStringUtil.h>
@@ -152,7 +152,7 @@ int main(int argc, char** argv)
         fprintf(stderr, "usage: text-rows LOCALE\n");
         return 2;
     }
-    app::useDeviceLanguage();
+    companion::useDeviceLanguage();
     AlarmStringUtil::_initTextDomain();
     const int workdays = 62;
     const int weekend = 65;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <vector>
+#include "AlarmCompanion.h"
 
 /** How the applications reach the alert, and how it tells them what rings. */
-namespace app {
+namespace companion {
 
 extern const char* const kAlertId; ///< its application id
 
@@ -22,10 +22,7 @@ extern const char* const kRingingKey;
 /// What the preference says; -1 when there is none.
 int ringingAlarm();
 
-/// The row ids of all that ring, the newest first.
-std::vector<int> ringingAlarms();
-
 /// Writes the preferences that say otherwise. The newest may have no row id yet: -1.
 void setRingingAlarms(const std::vector<int>& ids);
 
-} // namespace app
+} // namespace companion

@@ -1,4 +1,4 @@
-#include "common/Language.h"
+#include "AlarmCompanion.h"
 
 #include <algorithm>
 #include <clocale>
@@ -23,7 +23,7 @@ std::string languagesOf(const std::string& language)
 
 } // namespace
 
-namespace app {
+namespace companion {
 
 void useDeviceLanguage()
 {
@@ -36,4 +36,4 @@ void useDeviceLanguage()
     setlocale(LC_ALL, "C.UTF-8");
 }
 
-} // namespace app
+} // namespace companion

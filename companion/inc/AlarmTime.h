@@ -1,26 +1,21 @@
 #pragma once
 
-#include <ctime>
-#include <optional>
-#include <string>
+#include "AlarmCompanion.h"
 
-struct AlarmDbData;
+#include <string>
 
 /**
  * Time of day and the alarms' instants, in the device's zone as it is at each call. A wall time
  * that a clock change skips stands for the first instant after the gap; one that comes twice, for
  * the first of the two.
  */
-namespace app {
+namespace companion {
 
 struct WallTime {
     int hour = 0;
     int minute = 0;
     int second = 0;
 };
-
-/// The second that has begun; time() is some milliseconds late to tell it.
-time_t currentTime();
 
 /// The device's zone, such as "Europe/Berlin".
 std::string deviceZone();
@@ -57,9 +52,6 @@ time_t instantOnDayOf(time_t instant, const AlarmDbData& alarm);
 /// weekdays only. None for any other alarm.
 std::optional<time_t> awaitedInstant(const AlarmDbData& alarm, time_t now);
 
-/// When the alarm, being on, rings next after now.
-time_t upcomingInstant(const AlarmDbData& alarm, time_t now);
-
 /// When the alarm that rings at now came due.
 time_t ringingInstant(const AlarmDbData& alarm, time_t now);
 
@@ -67,11 +59,8 @@ time_t ringingInstant(const AlarmDbData& alarm, time_t now);
 /// one-shot the weekday on which it rings.
 void setRing(AlarmDbData& alarm, time_t instant);
 
-/// Prepares the alarm for its next hour:min after now.
-void setNextRing(AlarmDbData& alarm, time_t now);
-
 /// As setNextRing(), for an alarm that is switched on or off at its old time. A one-shot of the
 /// phone keeps its day, but for one that is switched on when that is over.
 void setSwitchedRing(AlarmDbData& alarm, time_t now);
 
-} // namespace app
+} // namespace companion

@@ -1,13 +1,13 @@
-#include "common/AlarmTime.h"
+#include "AlarmTime.h"
 
-#include "common/PhoneLink.h"
+#include "PhoneAlarms.h"
 
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
 #include <algorithm>
 #include <cstdlib>
 
-namespace app {
+namespace companion {
 
 namespace {
 
@@ -62,10 +62,7 @@ WallTime registeredTime(const AlarmDbData& alarm)
 }
 
 // The phone's one-shots may be of any day. The watch's are of the next one.
-bool isOneShotOfPhone(const AlarmDbData& alarm)
-{
-    return alarm.deviceType == kPhoneDevice && alarm.repeat_once;
-}
+bool isOneShotOfPhone(const AlarmDbData& alarm) { return isOfPhone(alarm) && alarm.repeat_once; }
 
 } // namespace
 
@@ -194,4 +191,4 @@ void setSwitchedRing(AlarmDbData& alarm, time_t now)
     }
 }
 
-} // namespace app
+} // namespace companion

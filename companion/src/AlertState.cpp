@@ -1,10 +1,10 @@
-#include "common/Alert.h"
+#include "AlertState.h"
 
 #include <algorithm>
 #include <app_preference.h>
 #include <string>
 
-namespace app {
+namespace companion {
 
 const char* const kAlertId = "com.velmora.alarm-alert";
 const char* const kSnoozeOperation = "http://velmora.com/appcontrol/operation/alarm/snooze";
@@ -56,4 +56,4 @@ void setRingingAlarms(const std::vector<int>& ids)
     }
 }
 
-} // namespace app
+} // namespace companion

@@ -1,0 +1,56 @@
+#include "AlarmCompanion.h"
+
+#include "AlarmSaving.h"
+
+#include <AlarmStringUtil.h>
+
+namespace companion {
+
+namespace {
+
+Saved committed(AlarmSaving& saving, Saved changed)
+{
+    return changed == Saved::Yes ? saving.commit() : changed;
+}
+
+} // namespace
+
+const char* textOf(Saved result)
+{
+    switch (result) {
+    case Saved::NoSuchAlarm:
+        return "there is no such alarm";
+    case Saved::Unreadable:
+        return "the store cannot be read";
+    case Saved::NotRegistered:
+        return "the alarm service did not take the alarm";
+    case Saved::NotStored:
+        return "the change could not be stored";
+    case Saved::Busy:
+        return "the change could not be stored: another process keeps the alarms to itself";
+    case Saved::StillRegistered:
+        return "the change could not be stored, nor its registration be taken back";
+    default:
+        return "saved";
+    }
+}
+
+Saved addAlarm(AlarmDbData& alarm, const Edit& edit)
+{
+    AlarmSaving saving;
+    return committed(saving, saving.add(alarm, edit));
+}
+
+Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm)
+{
+    AlarmSaving saving;
+    return committed(saving, saving.change(id, edit, alarm));
+}
+
+Saved removeAlarm(int id, AlarmDbData& alarm)
+{
+    AlarmSaving saving;
+    return committed(saving, saving.remove(id, alarm));
+}
+
+} // namespace companion

@@ -1,0 +1,132 @@
+#include "AlarmReading.h"
+
+#include "PhoneAlarms.h"
+#include "StoreConnection.h"
+
+#include <algorithm>
+#include <sqlite3.h>
+#include <tuple>
+#include <unistd.h>
+
+namespace companion {
+
+namespace {
+
+std::unique_ptr<StoreConnection> openStore(std::chrono::milliseconds patience)
+{
+    if (access(storePath().c_str(), F_OK) != 0)
+        start();
+    return std::make_unique<StoreConnection>(std::chrono::steady_clock::now() + patience);
+}
+
+void sortByTime(std::vector<AlarmDbData>& alarms)
+{
+    std::sort(alarms.begin(), alarms.end(), [](const AlarmDbData& left, const AlarmDbData& right) {
+        return std::tie(left.hour, left.min, left.id) < std::tie(right.hour, right.min, right.id);
+    });
+}
+
+} // namespace
+
+// The first read begins the moment.
+AlarmReading::AlarmReading(std::chrono::milliseconds patience)
+    : _store(openStore(patience))
+{
+    if (!_store->run("BEGIN"))
+        _fault = _store->error();
+}
+
+AlarmReading::~AlarmReading() { _store->run("ROLLBACK"); }
+
+Found AlarmReading::find(int id, AlarmDbData& alarm)
+{
+    AlarmDbData found;
+    (void)_store->model().getAlarm(id, found);
+    if (!_isRead())
+        return Found::Unreadable;
+    if (found.id == -1)
+        return Found::No;
+    alarm = found;
+    return Found::Yes;
+}
+
+Found AlarmReading::findRegistered(int alarmMgrId, AlarmDbData& alarm)
+{
+    AlarmDbData found;
+    (void)_store->model().getAlarmWithAlarmMgrId(alarmMgrId, found);
+    if (!_isRead())
+        return Found::Unreadable;
+    if (found.id == -1)
+        return Found::No;
+    alarm = found;
+    return Found::Yes;
+}
+
+std::optional<std::vector<AlarmDbData>> AlarmReading::all()
+{
+    std::vector<AlarmDbData> alarms;
+    _store->model().getAllAlarmList(alarms);
+    if (!_isRead())
+        return std::nullopt;
+    _store->model().getAllMobileAlarmList(alarms);
+    if (!_isRead())
+        return std::nullopt;
+    alarms.erase(std::remove_if(alarms.begin(), alarms.end(),
+                     [](const AlarmDbData& alarm) { return alarm.isDeleted; }),
+        alarms.end());
+    sortByTime(alarms);
+    return alarms;
+}
+
+std::optional<std::vector<AlarmDbData>> AlarmReading::unsynced()
+{
+    std::vector<AlarmDbData> alarms;
+    _store->model().getAllUnsyncedAlarmList(alarms);
+    if (!_isRead())
+        return std::nullopt;
+    alarms.erase(std::remove_if(alarms.begin(), alarms.end(),
+                     [](const AlarmDbData& alarm) { return !isOfPhone(alarm); }),
+        alarms.end());
+    std::sort(alarms.begin(), alarms.end(),
+        [](const AlarmDbData& left, const AlarmDbData& right) { return left.id < right.id; });
+    return alarms;
+}
+
+bool AlarmReading::_isRead()
+{
+    if (_store->code() != SQLITE_OK && _fault.empty())
+        _fault = _store->error();
+    return _fault.empty();
+}
+
+Found findAlarm(int id, AlarmDbData& alarm) { return AlarmReading().find(id, alarm); }
+
+Found findRegisteredAlarm(int alarmMgrId, AlarmDbData& alarm)
+{
+    return AlarmReading().findRegistered(alarmMgrId, alarm);
+}
+
+std::optional<std::vector<AlarmDbData>> allAlarms() { return AlarmReading().all(); }
+
+std::string storeFault()
+{
+    if (storePath().empty())
+        return "there is no data folder";
+    AlarmReading reading;
+    (void)reading.all();
+    return reading.fault();
+}
+
+std::optional<AlarmDbData> upcomingAlarm(const std::vector<AlarmDbData>& alarms, time_t now)
+{
+    const AlarmDbData* upcoming = nullptr;
+    for (const AlarmDbData& alarm : alarms) {
+        if (!alarm.enable || isSilent(alarm, now))
+            continue;
+        if (!upcoming || upcomingInstant(alarm, now) < upcomingInstant(*upcoming, now))
+            upcoming = &alarm;
+    }
+    return upcoming ? std::optional<AlarmDbData>(*upcoming) : std::nullopt;
+}
+
+} // namespace companion

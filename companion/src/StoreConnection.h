@@ -1,0 +1,59 @@
+#pragma once
+
+#include <AlarmDbModel.h>
+#include <chrono>
+#include <optional>
+#include <string>
+
+struct sqlite3;
+
+namespace companion {
+
+/// The path of a file in the package's data folder; empty when the platform names none.
+std::string dataFile(const char* name);
+
+/// The path of the file with the alarms.
+std::string storePath();
+
+/// Lets each SQLite connection that the process opens from now on wait while its file is busy, and
+/// not the library beside it.
+void waitOnBusyStore();
+
+/**
+ * A connection of the library, which keeps it to itself: an AlarmDbModel, and the handle with which
+ * it works. All waits of the connection for a busy file, those of its opening too, have one end.
+ */
+class StoreConnection {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    explicit StoreConnection(Time end);
+    StoreConnection(const StoreConnection&) = delete;
+    StoreConnection& operator=(const StoreConnection&) = delete;
+
+    AlarmDbModel& model() { return *_model; }
+
+    /// Null when the library could not open the file, or has closed it.
+    sqlite3* handle() const { return _handle; }
+
+    bool run(const char* statement) const;
+
+    /// SQLite's code of the last call on the handle, of the library or not: SQLITE_OK when it was
+    /// done, the reads of a whole list too.
+    int code() const;
+    std::string error() const;
+
+private:
+    static int _openedCb(sqlite3* connection, char** error, const void* api);
+    static int _busyCb(void* end, int tries);
+    static int _closedCb(unsigned int event, void* self, void* connection, void* unused);
+    friend void waitOnBusyStore();
+
+    static thread_local StoreConnection* _opening;
+
+    const Time _end;
+    sqlite3* _handle = nullptr;
+    std::optional<AlarmDbModel> _model;
+};
+
+} // namespace companion
