@@ -67,7 +67,6 @@ std::string localToast(const AlarmDbData& alarm)
     if (days <= 0 && hours <= 0 && minutes <= 0)
         minutes = 1;
     std::string text;
-    AlarmStringUtil::_initTextDomain();
     AlarmStringUtil::generateAlertOffsetToastPopupText(days, hours, minutes, text);
     return text;
 }

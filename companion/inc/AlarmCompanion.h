@@ -22,8 +22,8 @@ namespace companion {
 /// process was killed while it made it. Called before the first use of an alarm; again is harmless.
 void start();
 
-/// Shows texts in the device's language as it is now, from the application's own catalogues. For a
-/// program without an application main function, which would do that and follow the setting.
+/// Shows texts in the device's language as it is now, from the package's catalogues. An application
+/// main function does the first by itself, and follows the setting.
 void useDeviceLanguage();
 
 enum class Found { Yes, No, Unreadable };

@@ -1,5 +1,6 @@
 #include "AlarmCompanion.h"
 
+#include <AlarmStringUtil.h>
 #include <algorithm>
 #include <clocale>
 #include <cstdlib>
@@ -34,6 +35,7 @@ void useDeviceLanguage()
     setenv("LANGUAGE", languagesOf(language).c_str(), 1);
     // Texts are UTF-8, whatever the terminal's language.
     setlocale(LC_ALL, "C.UTF-8");
+    AlarmStringUtil::_initTextDomain();
 }
 
 } // namespace companion

@@ -1,0 +1,30 @@
+// Adds an alarm, lists all alarms with their texts, and removes the alarm again.
+#include <AlarmCompanion.h>
+#include <AlarmStringUtil.h>
+#include <cstdio>
+
+int main()
+{
+    companion::start();
+    companion::useDeviceLanguage();
+
+    AlarmDbData alarm;
+    alarm.name = "Work";
+    alarm.enable = 1;
+    alarm.volume = 10;
+    companion::Saved saved = companion::addAlarm(alarm, [](AlarmDbData& made, time_t now) {
+        made.hour = 7;
+        made.min = 30;
+        companion::setNextRing(made, now);
+        return true; // this sets when it rings
+    });
+    for (const AlarmDbData& each : companion::allAlarms().value_or(std::vector<AlarmDbData>())) {
+        std::string time, days;
+        AlarmStringUtil::getAlarmTimeString(each, time);
+        AlarmStringUtil::getAlarmDateRepeatString(each, days, false);
+        printf("%s, %s: %s\n", time.c_str(), days.c_str(), each.name.c_str());
+    }
+    if (saved == companion::Saved::Yes)
+        saved = companion::removeAlarm(alarm.id, alarm);
+    puts(companion::textOf(saved));
+}
