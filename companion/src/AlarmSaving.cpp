@@ -178,9 +178,9 @@ Saved AlarmSaving::commit()
     if (!_store->run("COMMIT"))
         return _giveUp(_store->code() == SQLITE_BUSY ? Saved::Busy : Saved::NotStored);
     _state = Saved::NotStored; // what comes after this
-    _store->model().setNotiFlag(_isNews, _isNews);
-    _store.reset();
     _turn.reset();
+    _store->model().setNotiFlag(_isNews, _isNews);
+    _store.reset(); // announced here
     (void)cancelAll(_former);
     (void)cancelAll(_unnamed);
     return Saved::Yes;
