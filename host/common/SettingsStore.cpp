@@ -1,7 +1,6 @@
 #include "host/common/SettingsStore.h"
 
 #include "host/common/Bus.h"
-#include "host/common/CommitMark.h"
 #include "host/common/Log.h"
 #include "host/common/Session.h"
 
@@ -89,17 +88,57 @@ SettingValue columnValue(SQLite::Statement& statement, int type, int value)
     return statement.getColumn(value).getString();
 }
 
-void insertValue(SQLite::Database& database, const std::string& store, const std::string& key,
-    const SettingValue& value)
-{
-    SQLite::Statement insert(
-        database, "REPLACE INTO setting (store, key, type, value) VALUES (?, ?, ?, ?)");
-    insert.bind(1, store);
-    insert.bind(2, key);
-    insert.bind(3, typeName(value));
-    bindValue(insert, 4, value);
-    insert.exec();
-}
+// Ends one use of a prepared statement, which holds a lock on the file until it is reset.
+struct Reset {
+    void operator()(SQLite::Statement* statement) const { (void)statement->tryReset(); }
+};
+using StatementUse = std::unique_ptr<SQLite::Statement, Reset>;
+
+// A file of settings, with its statements prepared: preparing one takes longer than running it.
+class Store {
+public:
+    Store(const std::string& file, const char* synchronous)
+        : database(openStore(file, synchronous))
+    {
+    }
+
+    std::optional<SettingValue> read(const std::string& store, const std::string& key)
+    {
+        const StatementUse query = _use(_select, store, key);
+        return query->executeStep() ? std::optional(columnValue(*query, 0, 1)) : std::nullopt;
+    }
+
+    void write(const std::string& store, const std::string& key, const SettingValue& value)
+    {
+        const StatementUse insert = _use(_replace, store, key);
+        insert->bind(3, typeName(value));
+        bindValue(*insert, 4, value);
+        insert->exec();
+    }
+
+    bool erase(const std::string& store, const std::string& key)
+    {
+        return _use(_delete, store, key)->exec() > 0;
+    }
+
+    const std::unique_ptr<SQLite::Database> database;
+
+private:
+    static StatementUse _use(
+        SQLite::Statement& statement, const std::string& store, const std::string& key)
+    {
+        StatementUse use(&statement);
+        use->bind(1, store);
+        use->bind(2, key);
+        return use;
+    }
+
+    SQLite::Statement _select{ *database,
+        "SELECT type, value FROM setting WHERE store = ? AND key = ?" };
+    SQLite::Statement _replace{ *database,
+        "REPLACE INTO setting (store, key, type, value) VALUES (?, ?, ?, ?)" };
+    SQLite::Statement _delete{ *database, "DELETE FROM setting WHERE store = ? AND key = ?" };
+};
 
 // The value is stored already: who has no bus misses the news only.
 void announce(const std::string& store, const std::string& key)
@@ -204,19 +243,6 @@ void KeyNews::_call()
 } // namespace
 
 struct SettingsStore::Impl {
-    // A file, and what has been read from it since it last changed.
-    struct Store {
-        Store(const std::string& file, const char* synchronous)
-            : database(openStore(file, synchronous))
-            , mark(database->getHandle())
-        {
-        }
-
-        std::unique_ptr<SQLite::Database> database;
-        CommitMark mark;
-        std::map<std::pair<std::string, std::string>, std::optional<SettingValue>> known;
-    };
-
     Store& of(const std::string& store, const std::string& key)
     {
         if (!isSessionKey(store, key))
@@ -248,21 +274,7 @@ SettingsStore& SettingsStore::session()
 std::optional<SettingValue> SettingsStore::read(const std::string& store, const std::string& key)
 {
     const std::lock_guard<std::mutex> lock(_impl->mutex);
-    Impl::Store& from = _impl->of(store, key);
-    if (from.mark.moved())
-        from.known.clear();
-    const auto found = from.known.find({ store, key });
-    if (found != from.known.end())
-        return found->second;
-    SQLite::Statement query(
-        *from.database, "SELECT type, value FROM setting WHERE store = ? AND key = ?");
-    query.bind(1, store);
-    query.bind(2, key);
-    std::optional<SettingValue> value;
-    if (query.executeStep())
-        value = columnValue(query, 0, 1);
-    from.known.emplace(std::make_pair(store, key), value);
-    return value;
+    return _impl->of(store, key).read(store, key);
 }
 
 void SettingsStore::write(
@@ -270,7 +282,7 @@ void SettingsStore::write(
 {
     {
         const std::lock_guard<std::mutex> lock(_impl->mutex);
-        insertValue(*_impl->of(store, key).database, store, key, value);
+        _impl->of(store, key).write(store, key, value);
     }
     announce(store, key);
 }
@@ -282,10 +294,10 @@ void SettingsStore::write(
         return;
     {
         const std::lock_guard<std::mutex> lock(_impl->mutex);
-        SQLite::Database& database = *_impl->of(store, values.front().first).database;
-        SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+        Store& file = _impl->of(store, values.front().first);
+        SQLite::Transaction transaction(*file.database, SQLite::TransactionBehavior::IMMEDIATE);
         for (const auto& [key, value] : values)
-            insertValue(database, store, key, value);
+            file.write(store, key, value);
         transaction.commit();
     }
     for (const auto& [key, value] : values)
@@ -297,11 +309,7 @@ bool SettingsStore::erase(const std::string& store, const std::string& key)
     bool erased = false;
     {
         const std::lock_guard<std::mutex> lock(_impl->mutex);
-        SQLite::Statement remove(
-            *_impl->of(store, key).database, "DELETE FROM setting WHERE store = ? AND key = ?");
-        remove.bind(1, store);
-        remove.bind(2, key);
-        erased = remove.exec() > 0;
+        erased = _impl->of(store, key).erase(store, key);
     }
     if (erased)
         announce(store, key);
@@ -313,11 +321,11 @@ std::vector<std::pair<std::string, SettingValue>> SettingsStore::list(const std:
     const std::lock_guard<std::mutex> lock(_impl->mutex);
     std::vector<std::pair<std::string, SettingValue>> found;
     for (const char* probe : { "", "memory/" }) {
-        SQLite::Database& database = *_impl->of(store, probe).database;
-        if (*probe && &database == _impl->lasting.database.get())
+        const Store& file = _impl->of(store, probe);
+        if (*probe && &file == &_impl->lasting)
             break;
         SQLite::Statement query(
-            database, "SELECT key, type, value FROM setting WHERE store = ? ORDER BY key");
+            *file.database, "SELECT key, type, value FROM setting WHERE store = ? ORDER BY key");
         query.bind(1, store);
         while (query.executeStep())
             found.emplace_back(query.getColumn(0).getString(), columnValue(query, 1, 2));
