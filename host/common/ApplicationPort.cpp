@@ -1,6 +1,6 @@
 #include "host/common/ApplicationPort.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/Peers.h"
 #include "host/common/Session.h"
 #include "host/common/Signals.h"
@@ -38,8 +38,7 @@ std::string traces() { return runtimePath() + "handled/"; }
 // is done for it here.
 std::string traceOf(const std::string& once)
 {
-    const std::unique_ptr<char, void (*)(void*)> name(
-        g_compute_checksum_for_string(G_CHECKSUM_SHA256, once.c_str(), -1), g_free);
+    const CText name(g_compute_checksum_for_string(G_CHECKSUM_SHA256, once.c_str(), -1));
     return traces() + name.get();
 }
 

@@ -1,7 +1,7 @@
 #include "host/common/DaemonLink.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Bus.h"
-#include "host/common/Log.h"
 
 #include <algorithm>
 #include <exception>
@@ -19,6 +19,8 @@ const std::chrono::milliseconds kPrompt(20);
 const std::uint64_t kForever = UINT64_MAX;
 const int kMessagesPerTurn = 32; ///< so that nobody can keep the link from its tasks
 
+const char* const kLine = "the line to hostd"; ///< where a failure is logged
+
 const DaemonLink::Answer kNoAnswer = { false, "", "it does not answer", nullptr };
 
 int newWake()
@@ -27,17 +29,6 @@ int newWake()
     if (wake < 0)
         throw std::system_error(errno, std::generic_category(), "eventfd");
     return wake;
-}
-
-// Runs what nobody else catches the exceptions of.
-template <typename Action>
-void guarded(const Action& action)
-{
-    try {
-        action();
-    } catch (const std::exception& error) {
-        logError(std::string("the line to hostd: ") + error.what());
-    }
 }
 
 } // namespace
@@ -99,7 +90,7 @@ void DaemonLink::_begin(const std::shared_ptr<Waiting>& waiting)
     _waiting.push_back(waiting);
     if (_isHanging || _patience == Clock::duration::zero()) {
         _end(waiting, kNoAnswer);
-        guarded([this] { _seeIfPrompt(); });
+        guarded(kLine, [this] { _seeIfPrompt(); });
         return;
     }
     _sendIfPossible(waiting, _ping, [this, waiting](const Answer& answer) {
@@ -175,7 +166,7 @@ void DaemonLink::_send(const Request& request, std::function<void(const Answer& 
     _proxy->callMethod(
         call,
         [this, answered = std::move(answered)](sdbus::MethodReply& reply,
-            const sdbus::Error* error) { guarded([&] { answered(_read(reply, error)); }); },
+            const sdbus::Error* error) { guarded(kLine, [&] { answered(_read(reply, error)); }); },
         kForever);
 }
 
@@ -231,7 +222,7 @@ void DaemonLink::_renew()
 {
     _isRenewalDue = false;
     for (const auto& renew : _renewals)
-        guarded(renew);
+        guarded(kLine, renew);
 }
 
 void DaemonLink::_report(const std::string& text)
@@ -261,7 +252,7 @@ void DaemonLink::_runTasks()
         tasks.swap(_tasks);
     }
     for (const auto& task : tasks)
-        guarded(task);
+        guarded(kLine, task);
 }
 
 void DaemonLink::_serve()

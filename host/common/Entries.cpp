@@ -1,7 +1,8 @@
 #include "host/common/Entries.h"
 
+#include "host/common/Boundary.h"
+
 #include <glib.h>
-#include <memory>
 #include <set>
 
 namespace host {
@@ -73,17 +74,16 @@ std::string encodeEntries(const Entries& entries)
         appendText(packed, key);
         appendText(packed, value);
     }
-    const std::unique_ptr<char, void (*)(void*)> text(
-        g_base64_encode(reinterpret_cast<const guchar*>(packed.data()), packed.size()), g_free);
+    const CText text(
+        g_base64_encode(reinterpret_cast<const guchar*>(packed.data()), packed.size()));
     return text.get();
 }
 
 std::optional<Entries> decodeEntries(const std::string& text)
 {
     gsize size = 0;
-    const std::unique_ptr<guchar, void (*)(void*)> bytes(
-        g_base64_decode(text.c_str(), &size), g_free);
-    const std::string packed(reinterpret_cast<const char*>(bytes.get()), size);
+    const CText bytes(reinterpret_cast<char*>(g_base64_decode(text.c_str(), &size)));
+    const std::string packed(bytes.get(), size);
 
     Entries entries;
     std::set<std::string> keys;

@@ -134,4 +134,12 @@ void logWarning(const std::string& text) { writeLog(DLOG_WARN, kTag, text.c_str(
 
 void logError(const std::string& text) { writeLog(DLOG_ERROR, kTag, text.c_str()); }
 
+void logFailure(const char* what, const std::exception& error) noexcept
+{
+    try {
+        logError(std::string(what) + ": " + error.what());
+    } catch (const std::bad_alloc&) {
+    }
+}
+
 } // namespace host

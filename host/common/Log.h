@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <string>
 
 namespace host {
@@ -14,6 +15,9 @@ void writeLog(int priority, const char* tag, const char* text);
 void logInfo(const std::string& text);
 void logWarning(const std::string& text);
 void logError(const std::string& text);
+
+/// Logs the error "<what>: <the exception's text>", if there is memory for that. Never throws.
+void logFailure(const char* what, const std::exception& error) noexcept;
 
 /// Takes every line in the sink's stead, for tests; null gives the sink back.
 using LogHook = void (*)(int priority, const char* tag, const char* text);

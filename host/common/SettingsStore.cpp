@@ -1,7 +1,7 @@
 #include "host/common/SettingsStore.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Bus.h"
-#include "host/common/Log.h"
 #include "host/common/Session.h"
 
 #include <algorithm>
@@ -191,16 +191,15 @@ public:
     }
 
 private:
-    // Nothing may be thrown into the bus library.
     void _note(sdbus::Message& message)
-    try {
-        std::string store;
-        std::string key;
-        message >> store >> key;
-        if (store == _store && key == _key && !_job)
-            _job = ecore_job_add(_callCb, this);
-    } catch (const std::exception& error) {
-        logWarning(std::string("a signal is no news of a setting: ") + error.what());
+    {
+        guarded("a signal is no news of a setting", [&] {
+            std::string store;
+            std::string key;
+            message >> store >> key;
+            if (store == _store && key == _key && !_job)
+                _job = ecore_job_add(_callCb, this);
+        });
     }
 
     static void _callCb(void* data)
@@ -229,14 +228,12 @@ struct Watch {
 void KeyNews::_call()
 {
     const std::vector<std::weak_ptr<Watch>> watches = _watches;
-    const std::string key = _key;
+    const std::string failure = "following " + _key + " failed";
     for (const std::weak_ptr<Watch>& each : watches) {
-        try {
+        guarded(failure.c_str(), [&each] {
             if (const std::shared_ptr<Watch> watch = each.lock())
                 watch->changed();
-        } catch (const std::exception& error) {
-            logError("following " + key + " failed: " + error.what());
-        }
+        });
     }
 }
 

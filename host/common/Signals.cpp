@@ -1,9 +1,7 @@
 #include "host/common/Signals.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Bus.h"
-#include "host/common/Log.h"
-
-#include <exception>
 
 namespace host {
 
@@ -11,22 +9,19 @@ namespace {
 
 const char* const kBusName = "org.freedesktop.DBus";
 
-// The bus stamps each message with its sender's unique name, or its own name. An exception must not
-// pass through the bus library, which is written in C.
+// The bus stamps each message with its sender's unique name, or its own name.
 sdbus::Slot watchSender(sdbus::IConnection& connection, const std::string& sender,
     const std::string& interface, const std::string& member, const std::string& condition,
     std::function<bool(const std::string& sender)> isRight, SignalHandler handler)
 {
     return connection.addMatch("type='signal',sender='" + sender + "',interface='"
             + interface + "',member='" + member + "'" + (condition.empty() ? "" : "," + condition),
-        [what = interface + "." + member, isRight = std::move(isRight),
-            handler = std::move(handler)](sdbus::Message& signal) {
-            try {
+        [what = "a signal " + interface + "." + member + " is not handled",
+            isRight = std::move(isRight), handler = std::move(handler)](sdbus::Message& signal) {
+            guarded(what.c_str(), [&] {
                 if (isRight(signal.getSender()))
                     handler(signal);
-            } catch (const std::exception& error) {
-                logWarning("a signal " + what + " is not handled: " + error.what());
-            }
+            });
         });
 }
 

@@ -1,6 +1,6 @@
 #include "host/daemon/AlarmSchedule.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 
 #include <algorithm>
 #include <app_alarm.h>
@@ -57,10 +57,8 @@ std::string onceText(const Alarm& alarm)
 {
     const std::string instant = std::to_string(alarm.due) + ":" + std::to_string(alarm.round);
     const auto* secret = reinterpret_cast<const guchar*>(alarm.secret.data());
-    const std::unique_ptr<char, void (*)(void*)> text(
-        g_compute_hmac_for_string(
-            G_CHECKSUM_SHA256, secret, alarm.secret.size(), instant.c_str(), -1),
-        g_free);
+    const CText text(g_compute_hmac_for_string(
+        G_CHECKSUM_SHA256, secret, alarm.secret.size(), instant.c_str(), -1));
     return text.get();
 }
 

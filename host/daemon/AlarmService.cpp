@@ -1,6 +1,6 @@
 #include "host/daemon/AlarmService.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 #include "host/daemon/Answering.h"
@@ -67,25 +67,18 @@ IdMark idMark()
 {
     static const char* const store = "alarm-service";
     static const char* const key = "next-id";
-    const auto guarded = [](auto work) {
-        try {
-            return work();
-        } catch (const std::exception& error) {
-            logWarning(std::string("The mark of the alarms' ids: ") + error.what());
-            return 0;
-        }
+    static const char* const what = "the mark of the alarms' ids";
+    const auto read = [] {
+        return guarded(what, 0, [] {
+            const auto value = SettingsStore::session().read(store, key);
+            const int* mark = value ? std::get_if<int>(&*value) : nullptr;
+            return mark ? *mark : 0;
+        });
     };
-    const auto read = [=] {
-        const auto value = SettingsStore::session().read(store, key);
-        const int* mark = value ? std::get_if<int>(&*value) : nullptr;
-        return mark ? *mark : 0;
+    const auto write = [](int mark) {
+        guarded(what, [mark] { SettingsStore::session().write(store, key, mark); });
     };
-    const auto write = [=](int mark) {
-        SettingsStore::session().write(store, key, mark);
-        return 0;
-    };
-    return { [=] { return guarded(read); },
-        [=](int mark) { (void)guarded([&] { return write(mark); }); } };
+    return { read, write };
 }
 
 // A new process moves a damaged file aside and says so.
@@ -160,10 +153,8 @@ void AlarmService::Cancel(const int32_t& id)
 {
     answeringAboutAlarms([&] {
         const std::string package = _callersPackage();
-        if (!_schedule.cancel(package, id)) {
-            throw std::invalid_argument(
-                "The caller's package has registered no alarm " + std::to_string(id));
-        }
+        if (!_schedule.cancel(package, id))
+            throw std::invalid_argument(unknownAlarm(id));
     });
     _update();
 }

@@ -1,6 +1,6 @@
 #include "host/daemon/FocusService.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/MonotonicTime.h"
 #include "host/daemon/Answering.h"
 
@@ -95,13 +95,11 @@ Eina_Bool FocusService::_settleCb(void* data)
 {
     auto* service = static_cast<FocusService*>(data);
     service->_settling = nullptr;
-    try {
+    guarded("who holds the sound focus is not told", [service] {
         std::vector<FocusChange> changes;
         service->_arbiter.settle(changes);
         service->_announce(changes);
-    } catch (const std::exception& error) {
-        logWarning(std::string("who holds the sound focus is not told: ") + error.what());
-    }
+    });
     return ECORE_CALLBACK_CANCEL;
 }
 

@@ -1,11 +1,9 @@
 #pragma once
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 
 #include <Ecore.h>
-#include <exception>
 #include <functional>
-#include <string>
 
 namespace host {
 
@@ -31,11 +29,7 @@ private:
         auto* timer = static_cast<Timer*>(data);
         timer->_timer = nullptr;
         const std::function<void()> call = std::move(timer->_call);
-        try {
-            call(); // which may destroy the timer
-        } catch (const std::exception& error) {
-            logError(std::string("at its time: ") + error.what()); // Ecore is written in C
-        }
+        guarded("what a timer calls has failed", call); // it may destroy the timer
         return ECORE_CALLBACK_CANCEL;
     }
 

@@ -1,6 +1,6 @@
 #include "host/daemon/VibrationService.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/MonotonicTime.h"
 
 #include <chrono>
@@ -107,11 +107,7 @@ Eina_Bool VibrationService::_stepCb(void* data)
 {
     auto* service = static_cast<VibrationService*>(data);
     service->_timer = nullptr;
-    try {
-        service->_step();
-    } catch (const std::exception& error) {
-        logWarning(std::string("the vibration has ended: ") + error.what());
-    }
+    guarded("the vibration has ended", [service] { service->_step(); });
     return ECORE_CALLBACK_CANCEL;
 }
 

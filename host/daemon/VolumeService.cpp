@@ -1,11 +1,8 @@
 #include "host/daemon/VolumeService.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/Volume.h"
 #include "host/daemon/Answering.h"
-
-#include <exception>
-#include <string>
 
 namespace host {
 
@@ -24,12 +21,10 @@ Mixer::Levels storedLevels()
 {
     Mixer::Levels levels{};
     levels.fill(kDefaultVolume);
-    try {
+    guarded("the volume levels cannot be read", [&levels] {
         for (int type = 0; type < kSoundTypes; ++type)
             levels[type] = storedVolume(type);
-    } catch (const std::exception& error) {
-        logWarning(std::string("The volume levels cannot be read: ") + error.what());
-    }
+    });
     return levels;
 }
 

@@ -1,5 +1,5 @@
+#include "host/common/Boundary.h"
 #include "host/common/Bus.h"
-#include "host/common/Log.h"
 #include "host/daemon/AlarmService.h"
 #include "host/daemon/ApplicationsService.h"
 #include "host/daemon/BootApplications.h"
@@ -36,16 +36,6 @@ void takeName()
     }
 }
 
-// Alarms ring without settings, too.
-void seedSettingsIfPossible()
-{
-    try {
-        host::seedSettings();
-    } catch (const std::exception& error) {
-        host::logWarning(std::string("The device's settings cannot be written: ") + error.what());
-    }
-}
-
 // A session of which nobody wants more than hostd says so.
 std::unique_ptr<host::BootApplications> startApplications(host::Applications& applications)
 {
@@ -63,7 +53,8 @@ int main()
     try {
         host::serveBusOnLoop();
         ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, endCb, nullptr);
-        seedSettingsIfPossible();
+        // Alarms ring without settings, too.
+        host::guarded("the device's settings cannot be written", host::seedSettings);
         host::Applications applications;
         const host::ApplicationsService applicationsService(applications);
         host::AlarmService alarms(applications);

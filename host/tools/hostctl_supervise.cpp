@@ -1,5 +1,5 @@
+#include "host/common/Boundary.h"
 #include "host/common/Bus.h"
-#include "host/common/Log.h"
 #include "host/common/Signals.h"
 #include "host/tools/hostctl.h"
 
@@ -13,16 +13,7 @@ const char* const kBusName = "org.freedesktop.DBus";
 const char* const kBusPath = "/org/freedesktop/DBus";
 const double kPauseSeconds = 1;
 
-// Runs what a C library calls back; no exception may pass through that.
-template <typename Action>
-void guarded(Action action)
-{
-    try {
-        action();
-    } catch (const std::exception& error) {
-        host::logError(std::string("hostd cannot be watched: ") + error.what());
-    }
-}
+const char* const kUnwatched = "hostd cannot be watched";
 
 // Starts hostd again whenever it is lost, at most once a second.
 class Supervisor {
@@ -47,7 +38,7 @@ private:
     {
         const double wait = _started + kPauseSeconds - ecore_time_get();
         const auto call = [](void* data) -> Eina_Bool {
-            guarded([data] { static_cast<Supervisor*>(data)->_start(); });
+            host::guarded(kUnwatched, [data] { static_cast<Supervisor*>(data)->_start(); });
             return ECORE_CALLBACK_CANCEL;
         };
         if (wait > 0) {
@@ -67,7 +58,7 @@ private:
                 if (!error)
                     return;
                 host::logError("hostd cannot be started: " + error->getMessage());
-                guarded([this] { _startSoon(); });
+                host::guarded(kUnwatched, [this] { _startSoon(); });
             });
     }
 

@@ -19,6 +19,7 @@
 // When it is created it looks for files in the runtime directory: with "refuse" it does not start,
 // with "exit" it asks to end, with "self" it sends itself a request.
 
+#include "host/common/Boundary.h"
 #include "host/common/Session.h"
 
 #include <app_control.h>
@@ -50,7 +51,7 @@ bool isAsked(const char* name) { return access((host::runtimePath() + name).c_st
 
 std::string taken(char* text)
 {
-    const std::unique_ptr<char, void (*)(void*)> owner(text, free);
+    const host::CText owner(text);
     return text ? text : "";
 }
 

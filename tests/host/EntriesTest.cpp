@@ -1,5 +1,7 @@
 #include "host/common/Entries.h"
 
+#include "host/common/Boundary.h"
+
 #include <glib.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -13,8 +15,8 @@ namespace {
 
 std::string base64(const std::string& bytes)
 {
-    const std::unique_ptr<char, void (*)(void*)> text(
-        g_base64_encode(reinterpret_cast<const guchar*>(bytes.data()), bytes.size()), g_free);
+    const host::CText text(
+        g_base64_encode(reinterpret_cast<const guchar*>(bytes.data()), bytes.size()));
     return text.get();
 }
 

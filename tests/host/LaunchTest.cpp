@@ -1,4 +1,5 @@
 #include "EchoFixture.h"
+#include "host/common/Boundary.h"
 #include "host/common/Bus.h"
 #include "host/common/Entries.h"
 #include "host/common/Session.h"
@@ -31,7 +32,7 @@ std::string extraOf(app_control_h request, const char* key)
 {
     char* value = nullptr;
     app_control_get_extra_data(request, key, &value);
-    const std::unique_ptr<char, void (*)(void*)> owner(value, free);
+    const host::CText owner(value);
     return value ? value : "";
 }
 

@@ -20,6 +20,7 @@
 //
 // When PROBE_GATE is set, it says "ready" first and goes on when that file is there.
 
+#include "host/common/Boundary.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 
@@ -62,7 +63,7 @@ void waitAtGate()
 
 std::string taken(char* path)
 {
-    const std::unique_ptr<char, void (*)(void*)> owner(path, free);
+    const host::CText owner(path);
     return path ? path : "-";
 }
 

@@ -1,5 +1,6 @@
 #include "Command.h"
 #include "EchoFixture.h"
+#include "host/common/Boundary.h"
 #include "host/common/Locale.h"
 #include "host/common/Session.h"
 #include "Probing.h"
@@ -24,7 +25,7 @@ const char* const kTurnOff = "WDS_ORVSUG_BUTTON_TURN_OFF_ABB4";
 
 std::string setting(const char* key)
 {
-    const std::unique_ptr<char, void (*)(void*)> text(vconf_get_str(key), free);
+    const host::CText text(vconf_get_str(key));
     return text ? text.get() : "unset";
 }
 

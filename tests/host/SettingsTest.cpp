@@ -1,3 +1,4 @@
+#include "host/common/Boundary.h"
 #include "host/common/Session.h"
 #include "HostSession.h"
 #include "Probing.h"
@@ -23,7 +24,7 @@ const int kUntouched = 4711;
 
 std::optional<std::string> textUnder(const char* key)
 {
-    const std::unique_ptr<char, void (*)(void*)> text(vconf_get_str(key), free);
+    const host::CText text(vconf_get_str(key));
     return text ? std::optional<std::string>(text.get()) : std::nullopt;
 }
 

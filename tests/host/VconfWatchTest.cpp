@@ -1,3 +1,4 @@
+#include "host/common/Boundary.h"
 #include "host/common/Bus.h"
 #include "host/common/Log.h"
 #include "HostSession.h"
@@ -243,7 +244,7 @@ TEST_F(VconfWatchTest, WrittenValuesAreReadBackByTheirType)
     EXPECT_EQ(-5, number);
     EXPECT_EQ(VCONF_OK, vconf_get_bool("db/test/bool", &number));
     EXPECT_EQ(1, number);
-    const std::unique_ptr<char, void (*)(void*)> text(vconf_get_str("memory/test/text"), free);
+    const host::CText text(vconf_get_str("memory/test/text"));
     EXPECT_STREQ("velmora", text.get());
 }
 

@@ -1,6 +1,6 @@
 #include "app_alarm.h"
+#include "host/common/Boundary.h"
 #include "host/common/Handles.h"
-#include "host/common/Log.h"
 #include "host/common/Wire.h"
 
 #include <com.velmora.host.Alarm-proxy.h>
@@ -46,29 +46,28 @@ int checkTime(const tm& date)
     return ALARM_ERROR_NONE;
 }
 
-int codeOf(const sdbus::Error& error)
+int codeOf(const std::exception& failure)
 {
     static const std::map<std::string, int> codes = {
         { "org.freedesktop.DBus.Error.InvalidArgs", ALARM_ERROR_INVALID_PARAMETER },
         { "org.freedesktop.DBus.Error.LimitsExceeded", ALARM_ERROR_OUT_OF_MEMORY },
         { "org.freedesktop.DBus.Error.AccessDenied", ALARM_ERROR_NOT_PERMITTED_APP },
     };
-    const auto found = codes.find(error.getName());
-    return found == codes.end() ? ALARM_ERROR_CONNECTION_FAIL : found->second;
+    const auto* error = dynamic_cast<const sdbus::Error*>(&failure);
+    const auto found = error ? codes.find(error->getName()) : codes.end();
+    return found == codes.end() ? host::OutOfMemoryOr{ ALARM_ERROR_CONNECTION_FAIL }(failure)
+                                : found->second;
 }
 
 // Runs a call to the alarm service.
 template <typename Call>
-int askService(Call call)
+int askService(const Call& call)
 {
-    try {
+    return host::guarded("alarm service", codeOf, [&] {
         AlarmProxy service;
         call(service);
         return ALARM_ERROR_NONE;
-    } catch (const sdbus::Error& error) {
-        host::logError("alarm service: " + error.getMessage());
-        return codeOf(error);
-    }
+    });
 }
 
 } // namespace

@@ -1,59 +1,65 @@
 #include "app_common.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/Session.h"
 
-#include <cstring>
-#include <exception>
 #include <filesystem>
 #include <string>
 
-// The package's folder below the session's; null when there is none.
-static char* packagePath(const char* area, const char* folder, bool make)
+namespace {
+
+const char* const kUnusable = "a folder of the package cannot be used";
+
+// The package's folder below the session's; empty for a process without a package.
+std::string packagePath(const char* area, const char* folder)
 {
-    try {
-        const std::string& package = host::identity().package;
-        if (package.empty())
-            return nullptr;
-        const std::string path = host::homePath() + area + package + folder;
-        if (make) {
-            host::makeDirectory(path);
-        } else if (!std::filesystem::is_directory(path)) {
-            return nullptr;
-        }
-        return strdup(path.c_str());
-    } catch (const std::exception& error) {
-        host::logError(std::string("a folder of the package cannot be used: ") + error.what());
-        return nullptr;
-    }
+    const std::string& package = host::identity().package;
+    return package.empty() ? "" : host::homePath() + area + package + folder;
 }
 
-// A folder of the installed package, which is not taken away while the package runs.
-static char* installedPath(const char* folder, std::string& found)
+// A folder in which the package writes, made when it is absent.
+char* writablePath(const char* folder)
 {
-    if (!found.empty())
-        return strdup(found.c_str());
-    char* path = packagePath("ro/", folder, false);
-    if (path)
-        found = path;
-    return path;
+    return host::guarded(kUnusable, nullptr, [=]() -> char* {
+        const std::string path = packagePath("rw/", folder);
+        if (path.empty())
+            return nullptr;
+        host::makeDirectory(path);
+        return host::copyForC(path);
+    });
 }
+
+// A folder of the installed package. It stays while the package runs, so it is looked for once.
+char* installedPath(const char* folder, std::string& found)
+{
+    return host::guarded(kUnusable, nullptr, [=, &found]() -> char* {
+        if (found.empty()) {
+            const std::string path = packagePath("ro/", folder);
+            if (!std::filesystem::is_directory(path))
+                return nullptr;
+            found = path;
+        }
+        return host::copyForC(found);
+    });
+}
+
+} // namespace
 
 extern "C" int app_get_id(char** id)
 {
     if (!id)
         return APP_ERROR_INVALID_PARAMETER;
-    const std::string& application = host::identity().application;
-    if (application.empty())
-        return APP_ERROR_INVALID_CONTEXT;
-    char* copy = strdup(application.c_str());
-    if (!copy)
-        return APP_ERROR_OUT_OF_MEMORY;
-    *id = copy;
-    return APP_ERROR_NONE;
+    const host::OutOfMemoryOr failure{ APP_ERROR_INVALID_CONTEXT };
+    return host::guarded("the application's id is not known", failure, [=] {
+        const std::string& application = host::identity().application;
+        if (application.empty())
+            return APP_ERROR_INVALID_CONTEXT;
+        *id = host::copyForC(application);
+        return APP_ERROR_NONE;
+    });
 }
 
-extern "C" char* app_get_data_path(void) { return packagePath("rw/", "/data/", true); }
+extern "C" char* app_get_data_path(void) { return writablePath("/data/"); }
 
 extern "C" char* app_get_resource_path(void)
 {
@@ -67,7 +73,4 @@ extern "C" char* app_get_shared_resource_path(void)
     return installedPath("/shared/res/", found);
 }
 
-extern "C" char* app_get_shared_trusted_path(void)
-{
-    return packagePath("rw/", "/shared/trusted/", true);
-}
+extern "C" char* app_get_shared_trusted_path(void) { return writablePath("/shared/trusted/"); }

@@ -1,15 +1,14 @@
 #include "app_control.h"
 
 #include "host/common/ApplicationPort.h"
+#include "host/common/Boundary.h"
 #include "host/common/Handles.h"
-#include "host/common/Log.h"
 #include "host/common/Wire.h"
 
 #include <algorithm>
 #include <app_control_internal.h>
 #include <com.velmora.host.Applications-proxy.h>
 #include <cstring>
-#include <new>
 #include <sdbus-c++/sdbus-c++.h>
 
 using host::ApplicationPort;
@@ -25,43 +24,45 @@ Entries::iterator entryOf(Entries& entries, const std::string& key)
         entries.begin(), entries.end(), [&key](const auto& entry) { return entry.first == key; });
 }
 
+const host::OutOfMemoryOr kUnexpected{ APP_CONTROL_ERROR_IO_ERROR };
+
 // Null takes the entry away; an entry that is there keeps its place.
 int setEntry(app_control_h app_control, const char* key, const char* value)
-try {
+{
     if (!app_control)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    Entries& entries = app_control->data.entries;
-    const auto entry = entryOf(entries, key);
-    if (entry == entries.end()) {
-        if (value)
-            entries.emplace_back(key, value);
-    } else if (value) {
-        entry->second = value;
-    } else {
-        entries.erase(entry);
-    }
-    return APP_CONTROL_ERROR_NONE;
-} catch (const std::bad_alloc&) {
-    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+    return host::guarded("a launch request", kUnexpected, [=] {
+        Entries& entries = app_control->data.entries;
+        const auto entry = entryOf(entries, key);
+        if (entry == entries.end()) {
+            if (value)
+                entries.emplace_back(key, value);
+        } else if (value) {
+            entry->second = value;
+        } else {
+            entries.erase(entry);
+        }
+        return APP_CONTROL_ERROR_NONE;
+    });
 }
 
 int copyEntry(app_control_h app_control, const char* key, char** value)
 {
     if (!app_control || !key || !value)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    const std::string* found = host::findEntry(app_control->data.entries, key);
-    if (!found)
-        return APP_CONTROL_ERROR_KEY_NOT_FOUND;
-    char* copy = strdup(found->c_str());
-    if (!copy)
-        return APP_CONTROL_ERROR_OUT_OF_MEMORY;
-    *value = copy;
-    return APP_CONTROL_ERROR_NONE;
+    return host::guarded("a launch request", kUnexpected, [=] {
+        const std::string* found = host::findEntry(app_control->data.entries, key);
+        if (!found)
+            return APP_CONTROL_ERROR_KEY_NOT_FOUND;
+        *value = host::copyForC(*found);
+        return APP_CONTROL_ERROR_NONE;
+    });
 }
 
-int launchError(const sdbus::Error& error)
+int launchError(const std::exception& failure)
 {
-    const std::string& name = error.getName();
+    const auto* error = dynamic_cast<const sdbus::Error*>(&failure);
+    const std::string name = error ? error->getName() : "";
     if (name == "org.freedesktop.DBus.Error.ServiceUnknown"
         || name == "org.freedesktop.DBus.Error.InvalidArgs") // an id that cannot be a bus name
         return APP_CONTROL_ERROR_APP_NOT_FOUND;
@@ -71,7 +72,7 @@ int launchError(const sdbus::Error& error)
         return APP_CONTROL_ERROR_TIMED_OUT;
     if (name == "org.freedesktop.DBus.Error.AccessDenied")
         return APP_CONTROL_ERROR_LAUNCH_REJECTED;
-    return APP_CONTROL_ERROR_LAUNCH_FAILED;
+    return host::OutOfMemoryOr{ APP_CONTROL_ERROR_LAUNCH_FAILED }(failure);
 }
 
 // The reply callback's request handle is a copy: the caller may destroy its own after sending.
@@ -89,13 +90,13 @@ ApplicationPort::Answer answerTo(app_control_h request, app_control_reply_cb cal
 } // namespace
 
 extern "C" int app_control_create(app_control_h* app_control)
-try {
+{
     if (!app_control)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    *app_control = new app_control_s;
-    return APP_CONTROL_ERROR_NONE;
-} catch (const std::bad_alloc&) {
-    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+    return host::guarded("a launch request", kUnexpected, [=] {
+        *app_control = new app_control_s;
+        return APP_CONTROL_ERROR_NONE;
+    });
 }
 
 extern "C" int app_control_destroy(app_control_h app_control)
@@ -120,22 +121,16 @@ extern "C" int app_control_get_caller(app_control_h app_control, char** id)
 {
     if (!app_control || !id)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    if (app_control->sender.empty())
-        return APP_CONTROL_ERROR_KEY_NOT_FOUND;
-    try {
+    return host::guarded("the sender of a request is not known", kUnexpected, [=] {
         std::string package;
         std::string caller;
-        std::tie(package, caller) = ApplicationsProxy().Identify(app_control->sender);
+        if (!app_control->sender.empty())
+            std::tie(package, caller) = ApplicationsProxy().Identify(app_control->sender);
         if (caller.empty())
             return APP_CONTROL_ERROR_KEY_NOT_FOUND;
-        char* copy = strdup(caller.c_str());
-        if (!copy)
-            return APP_CONTROL_ERROR_OUT_OF_MEMORY;
-        *id = copy;
+        *id = host::copyForC(caller);
         return APP_CONTROL_ERROR_NONE;
-    } catch (const sdbus::Error&) {
-        return APP_CONTROL_ERROR_IO_ERROR;
-    }
+    });
 }
 
 extern "C" int app_control_set_operation(app_control_h app_control, const char* operation)
@@ -158,6 +153,22 @@ extern "C" int app_control_add_extra_data(
     return setEntry(app_control, key, value);
 }
 
+static int launch(
+    const std::string& application, app_control_h request, const ApplicationPort::Answer& answer)
+{
+    const std::string what = "launching " + application + " failed";
+    const Entries& entries = request->data.entries;
+    if (host::sizeOf(entries) > host::kLongestRequest) {
+        host::logError(
+            what + ": a request may have " + std::to_string(host::kLongestRequest) + " bytes");
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    }
+    return host::guarded(what.c_str(), launchError, [&] {
+        ApplicationPort::instance().launch(application, entries, answer);
+        return APP_CONTROL_ERROR_NONE;
+    });
+}
+
 extern "C" int app_control_send_launch_request(
     app_control_h app_control, app_control_reply_cb callback, void* user_data)
 {
@@ -166,21 +177,9 @@ extern "C" int app_control_send_launch_request(
         : nullptr;
     if (!application || application->empty())
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    if (host::sizeOf(app_control->data.entries) > host::kLongestRequest) {
-        host::logError("launching " + *application + " failed: a request may have "
-            + std::to_string(host::kLongestRequest) + " bytes");
-        return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    }
-    try {
-        ApplicationPort::instance().launch(
-            *application, app_control->data.entries, answerTo(app_control, callback, user_data));
-    } catch (const sdbus::Error& error) {
-        host::logError("launching " + *application + " failed: " + error.getMessage());
-        return launchError(error);
-    } catch (const std::bad_alloc&) {
-        return APP_CONTROL_ERROR_OUT_OF_MEMORY;
-    }
-    return APP_CONTROL_ERROR_NONE;
+    return host::guarded("a launch request", kUnexpected, [=] {
+        return launch(*application, app_control, answerTo(app_control, callback, user_data));
+    });
 }
 
 extern "C" int app_control_reply_to_launch_request(
@@ -190,14 +189,13 @@ extern "C" int app_control_reply_to_launch_request(
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
     if (request->ticket == 0)
         return APP_CONTROL_ERROR_NONE; // the caller wants none
-    try {
-        ApplicationPort::instance().reply(
-            request->sender, request->ticket, result, reply->data.entries);
-    } catch (const sdbus::Error&) {
-        return APP_CONTROL_ERROR_LAUNCH_FAILED;
-    }
-    request->ticket = 0; // a caller hears one answer
-    return APP_CONTROL_ERROR_NONE;
+    return host::guarded("replying to a request failed",
+        host::OutOfMemoryOr{ APP_CONTROL_ERROR_LAUNCH_FAILED }, [=] {
+            ApplicationPort::instance().reply(
+                request->sender, request->ticket, result, reply->data.entries);
+            request->ticket = 0; // a caller hears one answer
+            return APP_CONTROL_ERROR_NONE;
+        });
 }
 
 extern "C" int app_control_to_bundle(app_control_h app_control, bundle** data)

@@ -1,7 +1,7 @@
 #include "Application.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Handles.h"
-#include "host/common/Log.h"
 #include "host/common/Session.h"
 #include "Language.h"
 
@@ -58,14 +58,11 @@ void Application::end()
 bool Application::_open()
 {
     const std::string& application = host::identity().application;
-    try {
+    return host::guarded((application + " cannot run").c_str(), false, [&] {
         ApplicationPort::instance().open(application,
             [this](ApplicationPort::Request request) { _receive(std::move(request)); });
-    } catch (const sdbus::Error& error) {
-        host::logError(application + " cannot run: " + error.getMessage());
-        return false;
-    }
-    return true;
+        return true;
+    });
 }
 
 // Nobody else would hear of a request that came too late for this process, so it goes to a new one.

@@ -1,13 +1,12 @@
 #include "Language.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Keys.h"
-#include "host/common/Log.h"
 #include "host/common/SettingsStore.h"
 
 #include <algorithm>
 #include <clocale>
 #include <cstdlib>
-#include <exception>
 #include <string>
 #include <utils_i18n.h>
 #include <vconf.h>
@@ -17,7 +16,7 @@ namespace {
 // Without its character set; empty when the setting is unset.
 std::string localeUnder(const char* key)
 {
-    const std::unique_ptr<char, void (*)(void*)> value(vconf_get_str(key), free);
+    const host::CText value(vconf_get_str(key));
     const std::string locale = value ? value.get() : "";
     return locale.substr(0, locale.find('.'));
 }
@@ -54,12 +53,10 @@ void adopt()
 Language::Language()
 {
     adopt();
-    try {
+    host::guarded("the language is not followed", [this] {
         for (const char* key : { host::kLanguageKey, host::kRegionFormatKey }) {
             _watches.push_back(
                 host::SettingsStore::session().watch(host::kDeviceStore, key, adopt));
         }
-    } catch (const std::exception& error) {
-        host::logWarning(std::string("The language is not followed: ") + error.what());
-    }
+    });
 }

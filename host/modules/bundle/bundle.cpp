@@ -1,15 +1,18 @@
 #include "bundle.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Handles.h"
 
-#include <cstring>
-#include <new>
+// All that can fail here is for want of memory.
+template <typename Work>
+static int guarded(const Work& work)
+{
+    return host::guarded("a bundle", BUNDLE_ERROR_OUT_OF_MEMORY, work);
+}
 
 extern "C" bundle* bundle_create(void)
-try {
-    return new bundle;
-} catch (const std::bad_alloc&) {
-    return nullptr;
+{
+    return host::guarded("a bundle", nullptr, [] { return new bundle; });
 }
 
 extern "C" int bundle_free(bundle* b)
@@ -21,15 +24,15 @@ extern "C" int bundle_free(bundle* b)
 }
 
 extern "C" int bundle_add_str(bundle* b, const char* key, const char* str)
-try {
+{
     if (!b || !key || !*key || !str)
         return BUNDLE_ERROR_INVALID_PARAMETER;
     if (host::findEntry(b->entries, key))
         return BUNDLE_ERROR_KEY_EXISTS;
-    b->entries.emplace_back(key, str);
-    return BUNDLE_ERROR_NONE;
-} catch (const std::bad_alloc&) {
-    return BUNDLE_ERROR_OUT_OF_MEMORY;
+    return guarded([=] {
+        b->entries.emplace_back(key, str);
+        return BUNDLE_ERROR_NONE;
+    });
 }
 
 extern "C" int bundle_get_str(bundle* b, const char* key, char** str)
@@ -44,27 +47,24 @@ extern "C" int bundle_get_str(bundle* b, const char* key, char** str)
 }
 
 extern "C" int bundle_encode(bundle* b, bundle_raw** r, int* len)
-try {
+{
     if (!b || !r || !len)
         return BUNDLE_ERROR_INVALID_PARAMETER;
-    const std::string text = host::encodeEntries(b->entries);
-    char* copy = strdup(text.c_str());
-    if (!copy)
-        return BUNDLE_ERROR_OUT_OF_MEMORY;
-    *r = reinterpret_cast<bundle_raw*>(copy);
-    *len = static_cast<int>(text.size());
-    return BUNDLE_ERROR_NONE;
-} catch (const std::bad_alloc&) {
-    return BUNDLE_ERROR_OUT_OF_MEMORY;
+    return guarded([=] {
+        const std::string text = host::encodeEntries(b->entries);
+        *r = reinterpret_cast<bundle_raw*>(host::copyForC(text));
+        *len = static_cast<int>(text.size());
+        return BUNDLE_ERROR_NONE;
+    });
 }
 
 extern "C" bundle* bundle_decode(const bundle_raw* r, const int len)
-try {
+{
     if (!r || len < 0)
         return nullptr;
-    const std::string text(reinterpret_cast<const char*>(r), static_cast<size_t>(len));
-    const auto entries = host::decodeEntries(text);
-    return entries ? new bundle{ *entries } : nullptr;
-} catch (const std::bad_alloc&) {
-    return nullptr;
+    return host::guarded("a bundle", nullptr, [=] {
+        const std::string text(reinterpret_cast<const char*>(r), static_cast<size_t>(len));
+        const auto entries = host::decodeEntries(text);
+        return entries ? new bundle{ *entries } : nullptr;
+    });
 }

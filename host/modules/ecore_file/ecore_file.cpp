@@ -1,4 +1,4 @@
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/Session.h"
 
 #include <dlfcn.h>
@@ -17,5 +17,6 @@ extern "C" Eina_Bool ecore_file_exists(const char* file)
         host::logError("Ecore's file tools cannot be loaded");
         return EINA_FALSE;
     }
-    return exists(file ? host::deviceFile(file).c_str() : nullptr);
+    return host::guarded("a file's place is not known", EINA_FALSE,
+        [=] { return exists(file ? host::deviceFile(file).c_str() : nullptr); });
 }

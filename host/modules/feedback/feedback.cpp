@@ -1,12 +1,11 @@
 #include "feedback.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/DaemonLink.h"
-#include "host/common/Log.h"
 #include "host/common/MonotonicTime.h"
 
 #include <atomic>
 #include <cstdint>
-#include <exception>
 
 namespace {
 
@@ -90,14 +89,10 @@ private:
 };
 
 template <typename Call>
-int askVibration(Call call)
+int askVibration(const Call& call)
 {
-    try {
-        return call(Vibration::instance());
-    } catch (const std::exception& error) {
-        host::logError(std::string("vibrator: ") + error.what());
-        return FEEDBACK_ERROR_OPERATION_FAILED;
-    }
+    return host::guarded("vibrator", FEEDBACK_ERROR_OPERATION_FAILED,
+        [&]() -> int { return call(Vibration::instance()); });
 }
 
 bool isPattern(int pattern)
@@ -131,6 +126,6 @@ extern "C" int feedback_stop(void)
         return FEEDBACK_ERROR_NOT_INITIALIZED;
     return askVibration([](Vibration& vibration) {
         vibration.stop();
-        return static_cast<int>(FEEDBACK_ERROR_NONE);
+        return FEEDBACK_ERROR_NONE;
     });
 }

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "host/common/Boundary.h"
+
 #include <memory>
-#include <new>
 #include <string>
 #include <unicode/ucal.h>
 #include <unicode/udat.h>
@@ -24,17 +25,11 @@ struct Closer {
 /// The platform's code for ICU's; a warning is success.
 int codeOf(UErrorCode status);
 
-/// What the work of an entry point answers; an exception is its code, and gets no further.
+/// What the work of an entry point answers; an exception gets no further.
 template <typename Work>
-int guarded(Work work) noexcept
+int guarded(const Work& work) noexcept
 {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return I18N_ERROR_OUT_OF_MEMORY;
-    } catch (...) {
-        return I18N_ERROR_UNKNOWN;
-    }
+    return host::guarded("i18n", host::OutOfMemoryOr{ I18N_ERROR_UNKNOWN }, work);
 }
 
 /// The name of the locale, or of the default one for null.

@@ -1,9 +1,8 @@
 #include "ToneThread.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 
 #include <chrono>
-#include <exception>
 #include <player.h>
 #include <string>
 #include <thread>
@@ -176,18 +175,18 @@ int ToneThread::_make()
     Tone::Events events;
     events.ended = [this](std::uint32_t pass) { _tell([&] { _events.ended(pass); }); };
     events.failed = [this](int error) { _failed(error); };
-    try {
-        std::unique_ptr<Tone> tone = _maker(events);
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _isLost = false;
-        _tone = std::move(tone);
-        if (_isCancelled)
-            return PLAYER_ERROR_INVALID_OPERATION;
-    } catch (const std::exception& error) {
-        host::logError(std::string("There is nothing to play a tone with: ") + error.what());
-        return PLAYER_ERROR_INVALID_OPERATION;
-    }
-    return _tone->open();
+    return host::guarded(
+        "There is nothing to play a tone with", PLAYER_ERROR_INVALID_OPERATION, [&]() -> int {
+            std::unique_ptr<Tone> tone = _maker(events);
+            {
+                const std::lock_guard<std::mutex> lock(_mutex);
+                _isLost = false;
+                _tone = std::move(tone);
+                if (_isCancelled)
+                    return PLAYER_ERROR_INVALID_OPERATION;
+            }
+            return _tone->open();
+        });
 }
 
 void ToneThread::_drop()

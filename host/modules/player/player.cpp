@@ -1,11 +1,10 @@
 #include "player.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/SoundStream.h"
 #include "Player.h"
 
-#include <new>
-#include <system_error>
+#include <memory>
 
 struct player_s {
     Player player;
@@ -36,23 +35,29 @@ sound_type_e soundType(sound_stream_type_e stream)
     }
 }
 
+// Passes a call on to the player.
+template <typename Call>
+int callPlayer(player_h player, const Call& call)
+{
+    if (!player)
+        return PLAYER_ERROR_INVALID_PARAMETER;
+    const host::OutOfMemoryOr failure{ PLAYER_ERROR_RESOURCE_LIMIT };
+    return host::guarded("player", failure, [&]() -> int { return call(player->player); });
+}
+
 } // namespace
 
 extern "C" int player_create(player_h* player)
 {
     if (!player)
         return PLAYER_ERROR_INVALID_PARAMETER;
-    try {
+    const host::OutOfMemoryOr failure{ PLAYER_ERROR_RESOURCE_LIMIT };
+    return host::guarded("player", failure, [player] {
         auto made = std::make_unique<player_s>();
         made->player.setRole(host::mixerRole(SOUND_TYPE_MEDIA));
         *player = made.release();
         return PLAYER_ERROR_NONE;
-    } catch (const std::bad_alloc&) {
-        return PLAYER_ERROR_OUT_OF_MEMORY;
-    } catch (const std::system_error& error) {
-        host::logError(std::string("There is no thread for a player: ") + error.what());
-        return PLAYER_ERROR_RESOURCE_LIMIT;
-    }
+    });
 }
 
 extern "C" int player_destroy(player_h player)
@@ -73,64 +78,56 @@ extern "C" int player_get_state(player_h player, player_state_e* state)
 
 extern "C" int player_set_looping(player_h player, bool looping)
 {
-    return player ? player->player.setLooping(looping) : PLAYER_ERROR_INVALID_PARAMETER;
+    return callPlayer(player, [=](Player& called) { return called.setLooping(looping); });
 }
 
 extern "C" int player_set_uri(player_h player, const char* uri)
 {
-    return player && uri ? player->player.setUri(uri) : PLAYER_ERROR_INVALID_PARAMETER;
+    return callPlayer(uri ? player : nullptr, [=](Player& called) { return called.setUri(uri); });
 }
 
 extern "C" int player_set_sound_stream_info(player_h player, sound_stream_info_h stream_info)
 {
-    if (!player || !stream_info)
-        return PLAYER_ERROR_INVALID_PARAMETER;
-    return player->player.setRole(host::mixerRole(soundType(stream_info->type)));
+    return callPlayer(stream_info ? player : nullptr, [=](Player& called) {
+        return called.setRole(host::mixerRole(soundType(stream_info->type)));
+    });
 }
 
 extern "C" int player_set_error_cb(player_h player, player_error_cb callback, void* user_data)
 {
-    if (!player || !callback)
-        return PLAYER_ERROR_INVALID_PARAMETER;
-    return player->player.setErrorCallback(callback, user_data);
+    return callPlayer(callback ? player : nullptr,
+        [=](Player& called) { return called.setErrorCallback(callback, user_data); });
 }
 
 extern "C" int player_prepare_async(player_h player, player_prepared_cb callback, void* user_data)
 {
-    if (!player || !callback)
-        return PLAYER_ERROR_INVALID_PARAMETER;
-    try {
-        return player->player.prepare(callback, user_data);
-    } catch (const std::system_error& error) {
-        host::logError(std::string("There is no thread for a tone: ") + error.what());
-        return PLAYER_ERROR_RESOURCE_LIMIT;
-    }
+    return callPlayer(callback ? player : nullptr,
+        [=](Player& called) { return called.prepare(callback, user_data); });
 }
 
 extern "C" int player_unprepare(player_h player)
 {
-    return player ? player->player.unprepare() : PLAYER_ERROR_INVALID_PARAMETER;
+    return callPlayer(player, [](Player& called) { return called.unprepare(); });
 }
 
 extern "C" int player_set_play_position(player_h player, int millisecond, bool accurate,
     player_seek_completed_cb callback, void* user_data)
 {
-    if (!player || millisecond < 0)
-        return PLAYER_ERROR_INVALID_PARAMETER;
-    return player->player.seek(millisecond, accurate, callback, user_data);
+    return callPlayer(millisecond >= 0 ? player : nullptr,
+        [=](Player& called) { return called.seek(millisecond, accurate, callback, user_data); });
 }
 
 extern "C" int player_start(player_h player)
 {
-    return player ? player->player.start() : PLAYER_ERROR_INVALID_PARAMETER;
+    return callPlayer(player, [](Player& called) { return called.start(); });
 }
 
 extern "C" int player_pause(player_h player)
 {
-    return player ? player->player.pause() : PLAYER_ERROR_INVALID_PARAMETER;
+    return callPlayer(player, [](Player& called) { return called.pause(); });
 }
 
 extern "C" int player_stop(player_h player)
 {
-    return player ? player->player.stop() : PLAYER_ERROR_INVALID_PARAMETER;
+    return callPlayer(player, [](Player& called) { return called.stop(); });
 }

@@ -1,10 +1,9 @@
 #include "app_preference.h"
+#include "host/common/Boundary.h"
 #include "host/common/KeyWatches.h"
-#include "host/common/Log.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 
-#include <exception>
 #include <string>
 
 using host::SettingsStore;
@@ -17,21 +16,19 @@ host::KeyWatches& watches()
     return watches;
 }
 
-// Runs action on the package's store; what goes wrong there is an input/output error.
+// Runs the action on the package's store; what goes wrong there is an input/output error.
 template <typename Action>
-int withStore(const char* key, Action action)
+int withStore(const char* key, const Action& action)
 {
     if (!key)
         return PREFERENCE_ERROR_INVALID_PARAMETER;
-    const std::string& package = host::identity().package;
-    if (package.empty())
-        return PREFERENCE_ERROR_IO_ERROR;
-    try {
+    const host::OutOfMemoryOr failure{ PREFERENCE_ERROR_IO_ERROR };
+    return host::guarded("a preference cannot be used", failure, [&] {
+        const std::string& package = host::identity().package;
+        if (package.empty())
+            return PREFERENCE_ERROR_IO_ERROR;
         return action(SettingsStore::session(), package);
-    } catch (const std::exception& error) {
-        host::logError(std::string("a preference cannot be used: ") + error.what());
-        return PREFERENCE_ERROR_IO_ERROR;
-    }
+    });
 }
 
 } // namespace

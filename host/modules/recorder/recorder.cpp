@@ -1,11 +1,8 @@
 #include "recorder.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Engine.h"
-#include "host/common/Log.h"
 #include "host/common/Microphone.h"
-
-#include <exception>
-#include <string>
 
 extern "C" int recorder_get_device_state(recorder_type_e type, recorder_device_state_e* state)
 {
@@ -13,17 +10,15 @@ extern "C" int recorder_get_device_state(recorder_type_e type, recorder_device_s
         return RECORDER_ERROR_INVALID_PARAMETER;
     if (type == RECORDER_TYPE_VIDEO)
         return RECORDER_ERROR_NOT_SUPPORTED;
-    try {
-        static MicrophoneLook* const look
-            = host::engineFunction<MicrophoneLook>(kMicrophoneEngine, kMicrophoneLook);
-        Microphone seen;
-        look(seen);
-        if (!seen.isThere)
-            return RECORDER_ERROR_NOT_SUPPORTED;
-        *state = seen.state;
-        return RECORDER_ERROR_NONE;
-    } catch (const std::exception& error) {
-        host::logError(std::string("The microphone cannot be looked at: ") + error.what());
-        return RECORDER_ERROR_INVALID_OPERATION;
-    }
+    return host::guarded("The microphone cannot be looked at",
+        host::OutOfMemoryOr{ RECORDER_ERROR_INVALID_OPERATION }, [state]() -> int {
+            static MicrophoneLook* const look
+                = host::engineFunction<MicrophoneLook>(kMicrophoneEngine, kMicrophoneLook);
+            Microphone seen;
+            look(seen);
+            if (!seen.isThere)
+                return RECORDER_ERROR_NOT_SUPPORTED;
+            *state = seen.state;
+            return RECORDER_ERROR_NONE;
+        });
 }

@@ -1,10 +1,8 @@
 #include "sound_manager.h"
 
 #include "FocusStreams.h"
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "Levels.h"
-
-#include <exception>
 
 namespace {
 
@@ -28,16 +26,10 @@ sound_stream_focus_state_e stateOf(int held, int part)
 }
 
 template <typename Call>
-int guarded(Call call)
+int guarded(const Call& call)
 {
-    try {
-        return call();
-    } catch (const std::bad_alloc&) {
-        return SOUND_MANAGER_ERROR_OUT_OF_MEMORY;
-    } catch (const std::exception& error) {
-        host::logError(std::string("sound service: ") + error.what());
-        return SOUND_MANAGER_ERROR_INTERNAL;
-    }
+    return host::guarded(
+        "sound service", host::OutOfMemoryOr{ SOUND_MANAGER_ERROR_INTERNAL }, call);
 }
 
 } // namespace

@@ -1,10 +1,9 @@
 #include "system_info.h"
 
-#include "host/common/Log.h"
+#include "host/common/Boundary.h"
 #include "host/common/SettingsStore.h"
 
 #include <cstring>
-#include <exception>
 
 namespace {
 
@@ -38,13 +37,11 @@ extern "C" int system_info_get_custom_bool(const char* key, bool* value)
     const Feature* feature = key && value ? findFeature(key) : nullptr;
     if (!feature)
         return SYSTEM_INFO_ERROR_INVALID_PARAMETER;
-    try {
+    const host::OutOfMemoryOr failure{ SYSTEM_INFO_ERROR_IO_ERROR };
+    return host::guarded("The device's profile cannot be read", failure, [=] {
         const auto setting = host::SettingsStore::session().read(kStore, feature->setting);
         const bool* made = setting ? std::get_if<bool>(&*setting) : nullptr;
         *value = made ? *made : feature->standard;
         return SYSTEM_INFO_ERROR_NONE;
-    } catch (const std::exception& error) {
-        host::logError(std::string("The device's profile cannot be read: ") + error.what());
-        return SYSTEM_INFO_ERROR_IO_ERROR;
-    }
+    });
 }

@@ -1,6 +1,6 @@
+#include "host/common/Boundary.h"
 #include "ThemeColors.h"
 
-#include <exception>
 #include <ui_extension.h>
 
 extern "C" Eina_Bool uxt_theme_get_color(
@@ -8,7 +8,7 @@ extern "C" Eina_Bool uxt_theme_get_color(
 {
     if (!code || !red || !green || !blue || !alpha)
         return EINA_FALSE;
-    try {
+    return host::guarded("the theme cannot be read", EINA_FALSE, [=]() -> Eina_Bool {
         const ThemeColors::Color* color = ThemeColors::session().find(code);
         if (!color)
             return EINA_FALSE;
@@ -17,7 +17,5 @@ extern "C" Eina_Bool uxt_theme_get_color(
         *blue = (*color)[2];
         *alpha = (*color)[3];
         return EINA_TRUE;
-    } catch (const std::exception&) {
-        return EINA_FALSE; // no session
-    }
+    });
 }

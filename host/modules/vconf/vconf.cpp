@@ -1,13 +1,11 @@
 #include "vconf.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Keys.h"
 #include "host/common/KeyWatches.h"
-#include "host/common/Log.h"
 #include "host/common/SettingsStore.h"
 
 #include <cstring>
-#include <exception>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -31,21 +29,18 @@ host::KeyWatches::Owner ownerOf(vconf_callback_fn callback)
 
 } // namespace
 
-// Keys live in the session's store, so that every process sees one value.
+// Keys live in the session's store, so that every process sees one value. An unreadable store
+// answers like an unset key.
 template <typename Value>
 static std::optional<Value> readKey(const char* key)
 {
-    if (!key)
-        return std::nullopt;
-    try {
+    return host::guarded("a setting cannot be read", std::nullopt, [key]() -> std::optional<Value> {
+        if (!key)
+            return std::nullopt;
         const auto value = host::SettingsStore::session().read(host::kDeviceStore, key);
-        if (value && std::holds_alternative<Value>(*value))
-            return std::get<Value>(*value);
-    } catch (const std::exception& error) {
-        // An unreadable store answers like an unset key.
-        host::logError(std::string("a setting cannot be read: ") + error.what());
-    }
-    return std::nullopt;
+        const Value* found = value ? std::get_if<Value>(&*value) : nullptr;
+        return found ? std::optional(*found) : std::nullopt;
+    });
 }
 
 template <typename Value>
@@ -74,25 +69,17 @@ extern "C" char* vconf_get_str(const char* in_key)
     return text ? strdup(text->c_str()) : nullptr;
 }
 
-// Runs action, which may throw.
-template <typename Action>
-static int attempt(Action action)
-{
-    try {
-        return action() ? VCONF_OK : VCONF_ERROR;
-    } catch (const std::exception& error) {
-        host::logError(std::string("a setting cannot be written or followed: ") + error.what());
-        return VCONF_ERROR;
-    }
-}
+const char* const kNotWritten = "a setting cannot be written";
+const char* const kNotFollowed = "a setting cannot be followed";
 
-static int writeKey(const char* key, const host::SettingValue& value)
+template <typename Value>
+static int writeKey(const char* key, const Value& value)
 {
-    if (!key)
-        return VCONF_ERROR;
-    return attempt([&] {
+    return host::guarded(kNotWritten, VCONF_ERROR, [&] {
+        if (!key)
+            return VCONF_ERROR;
         host::SettingsStore::session().write(host::kDeviceStore, key, value);
-        return true;
+        return VCONF_OK;
     });
 }
 
@@ -108,19 +95,19 @@ extern "C" int vconf_set_bool(const char* in_key, const int boolval)
 
 extern "C" int vconf_set_str(const char* in_key, const char* strval)
 {
-    return strval ? writeKey(in_key, std::string(strval)) : VCONF_ERROR;
+    return strval ? writeKey(in_key, strval) : VCONF_ERROR;
 }
 
 extern "C" int vconf_notify_key_changed(const char* in_key, vconf_callback_fn cb, void* user_data)
 {
     if (!in_key || !cb)
         return VCONF_ERROR;
-    return attempt([&] {
+    return host::guarded(kNotFollowed, VCONF_ERROR, [&] {
         watches().set(in_key, ownerOf(cb), [cb, user_data](const std::string& key) {
             keynode_t node = { key };
             cb(&node, user_data);
         });
-        return true;
+        return VCONF_OK;
     });
 }
 
@@ -128,7 +115,8 @@ extern "C" int vconf_ignore_key_changed(const char* in_key, vconf_callback_fn cb
 {
     if (!in_key || !cb)
         return VCONF_ERROR;
-    return attempt([&] { return watches().unset(in_key, ownerOf(cb)); });
+    return host::guarded(kNotFollowed, VCONF_ERROR,
+        [&] { return watches().unset(in_key, ownerOf(cb)) ? VCONF_OK : VCONF_ERROR; });
 }
 
 extern "C" char* vconf_keynode_get_name(keynode_t* keynode)

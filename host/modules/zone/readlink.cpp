@@ -1,11 +1,11 @@
 // The library reads the device's zone from the link that the watch has. In a session that link is
 // the session's own.
 
+#include "host/common/Boundary.h"
 #include "host/common/Session.h"
 
 #include <cerrno>
 #include <cstring>
-#include <exception>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -13,12 +13,12 @@ extern "C" ssize_t readlink(const char* path, char* buf, size_t len) noexcept
 {
     const char* link = path;
     if (strcmp(path, host::kWatchZoneLink) == 0) {
-        try {
-            link = host::zoneLinkPath().c_str();
-        } catch (const std::exception&) {
-            errno = ENOMEM;
-            return -1;
-        }
+        link = host::guarded("the link to the zone is not known", nullptr,
+            [] { return host::zoneLinkPath().c_str(); });
+    }
+    if (!link) {
+        errno = ENOMEM;
+        return -1;
     }
     // What the C library's readlink does, which this one hides.
     return readlinkat(AT_FDCWD, link, buf, len);

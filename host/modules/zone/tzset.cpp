@@ -2,13 +2,13 @@
 // desktop that default is the machine's, so a process of a session has the session's zone as TZ.
 // The colon in front tells it from a zone that somebody set.
 
+#include "host/common/Boundary.h"
 #include "host/common/Session.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
-#include <exception>
 #include <string>
 
 namespace {
@@ -32,11 +32,7 @@ extern "C" void tzset() noexcept
 {
     static const auto readZone = reinterpret_cast<void (*)()>(dlsym(RTLD_NEXT, "tzset"));
     const int error = errno;
-    try {
-        followSession();
-    } catch (const std::exception&) {
-        // Out of memory: the zone stays as it was.
-    }
+    host::guarded("the zone stays as it was", followSession);
     if (readZone)
         readZone();
     errno = error;
