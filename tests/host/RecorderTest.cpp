@@ -7,7 +7,6 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <player.h>
 #include <pulse/pulseaudio.h>
 #include <recorder.h>
 #include <string>
@@ -145,27 +144,6 @@ TEST_F(RecorderTest, TheFirstLookAfterTheServersRestartKnowsAlready)
 
     EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
     EXPECT_EQ(RECORDER_DEVICE_STATE_RECORDING, state);
-}
-
-TEST_F(RecorderTest, WhoMadeAPlayerKnowsAlready)
-{
-    const TempDir folder;
-    const SoundServer server(folder);
-    const std::unique_ptr<Program> recorder = SoundServer::record();
-    player_h player = nullptr;
-    ASSERT_EQ(PLAYER_ERROR_NONE, player_create(&player));
-    EXPECT_TRUE(session.waitFor([] {
-        return system("pactl list clients | grep -q 'application.name = \"microphone watch\"'")
-            == 0;
-    }));
-    // By the next answer of the server, the watch has had its own.
-    ASSERT_EQ(0, system("pactl info >/dev/null"));
-    server.hold();
-
-    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
-    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
-    EXPECT_EQ(RECORDER_DEVICE_STATE_RECORDING, state);
-    player_destroy(player);
 }
 
 TEST_F(RecorderTest, AServerThatHangsIsAskedAgainWhenItGoesOn)

@@ -1,14 +1,12 @@
 #include "Player.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Engine.h"
-#include "host/common/Log.h"
-#include "host/common/Microphone.h"
 #include "host/common/Session.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
-#include <exception>
 
 namespace {
 
@@ -43,16 +41,6 @@ std::unique_ptr<Tone> makeTone(
     return std::unique_ptr<Tone>(maker(uri, role, events));
 }
 
-// One that is missing is told of when it is to do its work.
-template <typename Function>
-void callEngine(const char* engine, const char* function)
-{
-    try {
-        host::engineFunction<Function>(engine, function)();
-    } catch (const std::exception&) {
-    }
-}
-
 // The URI of what is an absolute path or a URI; empty when it is neither.
 std::string uriOf(const std::string& text)
 {
@@ -65,10 +53,9 @@ std::string uriOf(const std::string& text)
 
 Player::Player()
 {
-    // Who plays wants to know soon whether the microphone records.
     _thread.post([] {
-        callEngine<MicrophoneStart>(kMicrophoneEngine, kMicrophoneStart);
-        callEngine<ToneLoader>(kToneEngine, kToneLoader);
+        host::guarded("the engine of tones cannot be loaded",
+            [] { host::engineFunction<ToneLoader>(kToneEngine, kToneLoader)(); });
     });
 }
 

@@ -37,13 +37,6 @@ MicrophoneWatch::MicrophoneWatch()
     pa_threaded_mainloop_start(_loop);
 }
 
-void MicrophoneWatch::start()
-{
-    pa_threaded_mainloop_lock(_loop);
-    _connect();
-    pa_threaded_mainloop_unlock(_loop);
-}
-
 Microphone MicrophoneWatch::look()
 {
     pa_threaded_mainloop_lock(_loop);
@@ -154,7 +147,5 @@ void MicrophoneWatch::_show(const Microphone& seen)
     _isAnswered = true;
     pa_threaded_mainloop_signal(_loop, 0);
 }
-
-extern "C" void watchMicrophone() { MicrophoneWatch::instance().start(); }
 
 extern "C" void lookAtMicrophone(Microphone& seen) { seen = MicrophoneWatch::instance().look(); }

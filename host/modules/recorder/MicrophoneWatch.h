@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/common/Microphone.h"
+#include "Microphone.h"
 
 #include <pulse/context.h>
 #include <pulse/introspect.h>
@@ -16,7 +16,6 @@ class MicrophoneWatch {
 public:
     static MicrophoneWatch& instance();
 
-    void start();
     Microphone look();
 
 private:

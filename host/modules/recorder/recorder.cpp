@@ -2,7 +2,7 @@
 
 #include "host/common/Boundary.h"
 #include "host/common/Engine.h"
-#include "host/common/Microphone.h"
+#include "Microphone.h"
 
 extern "C" int recorder_get_device_state(recorder_type_e type, recorder_device_state_e* state)
 {

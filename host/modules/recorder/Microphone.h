@@ -12,8 +12,5 @@ struct Microphone {
 /// How the engine "microphone" is asked. While the sound server has not answered yet, at the first
 /// look in a process or after the server's restart, a look waits for it, but not long. Any thread.
 using MicrophoneLook = void(Microphone& seen);
-/// Lets the engine ask the server beside what the caller does next, so that no look has to wait.
-using MicrophoneStart = void();
 constexpr const char* kMicrophoneEngine = "microphone";
-constexpr const char* kMicrophoneStart = "watchMicrophone";
 constexpr const char* kMicrophoneLook = "lookAtMicrophone";
