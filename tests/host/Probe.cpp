@@ -15,6 +15,7 @@
 //   failures                         what the calls answer that find no readable store
 //   color CODE                       the theme's red green blue alpha, or "none"
 //   icu-time SECONDS                 HH:mm of that instant in ICU's default zone
+//   texts FOLDER DOMAIN MESSAGE LANGUAGE...  the message after appcore_set_i18n in each language
 //   alarm ID                         alarm_cancel's code
 //   schedule APPLICATION             the code of an alarm's registration, and whether it gave an id
 //
@@ -27,9 +28,12 @@
 #include <app_alarm.h>
 #include <app_common.h>
 #include <app_preference.h>
+#include <appcore-common.h>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <dlog.h>
+#include <libintl.h>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -218,6 +222,21 @@ void printIcuTime(const Arguments& arguments)
     printf("%s", i18n_ustring_copy_au_n(text, wide, 16));
 }
 
+void printTexts(const Arguments& arguments)
+{
+    const char* separator = "";
+    for (size_t at = 4; at < arguments.size(); ++at) {
+        host::SettingsStore::session().write(
+            "vconf", "db/menu_widget/language", arguments.at(at) + ".UTF-8");
+        if (appcore_set_i18n(arguments.at(2).c_str(), arguments.at(1).c_str()) != 0)
+            throw std::runtime_error("the texts have no language");
+        const std::string encoding = setlocale(LC_CTYPE, nullptr);
+        setlocale(LC_CTYPE, "C"); // which changes no text
+        printf("%s%s (%s)", separator, gettext(arguments.at(3).c_str()), encoding.c_str());
+        separator = ", ";
+    }
+}
+
 void cancelAlarm(const Arguments& arguments)
 {
     printf("%d", alarm_cancel(std::stoi(arguments.at(1))));
@@ -256,6 +275,7 @@ int main(int argc, char** argv)
         { "failures", printFailures },
         { "color", printColor },
         { "icu-time", printIcuTime },
+        { "texts", printTexts },
         { "alarm", cancelAlarm },
         { "schedule", scheduleAlarm },
     };

@@ -6,6 +6,7 @@
 #include "Probing.h"
 #include "TempDir.h"
 
+#include <appcore-common.h>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -408,4 +409,25 @@ TEST_F(RegionTest, ALanguageWithoutTextsSpeaksEnglish)
     run({ "hostctl", "key", "unset", "db/menu_widget/language" });
     run({ "hostctl", "key", "set", "db/menu_widget/regionformat", "str", "fr_FR.UTF-8" });
     expectShown("Turn off fr_FR");
+}
+
+TEST_F(RegionTest, AProgramThatIsNoApplicationAsksForTheDevicesLanguage)
+{
+    const std::string folder = host::homePath() + "ro/com.velmora.alarm/res/locale";
+    const std::vector<std::string> texts
+        = { "texts", folder, "alarm-merid", kTurnOff, "ko_KR", "zh_Hans_CN", "eu_ES", "ko_KR" };
+
+    EXPECT_EQ("끄기 (C.UTF-8), 关闭 (C.UTF-8), Turn off (C.UTF-8), 끄기 (C.UTF-8)",
+        probe(texts, { { "LC_ALL", "POSIX" }, { "LANGUAGE", "fr" } }));
+}
+
+TEST_F(RegionTest, TextsNeedADomainAndAFolder)
+{
+    const auto refused = [](const char* domain, const char* folder) {
+        errno = 0;
+        return appcore_set_i18n(domain, folder) == -1 && errno == EINVAL;
+    };
+    EXPECT_TRUE(refused(nullptr, "/usr/share/locale"));
+    EXPECT_TRUE(refused("", "/usr/share/locale"));
+    EXPECT_TRUE(refused("alarm-merid", nullptr));
 }

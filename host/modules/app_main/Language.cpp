@@ -5,8 +5,11 @@
 #include "host/common/SettingsStore.h"
 
 #include <algorithm>
+#include <appcore-common.h>
+#include <cerrno>
 #include <clocale>
 #include <cstdlib>
+#include <libintl.h>
 #include <string>
 #include <utils_i18n.h>
 #include <vconf.h>
@@ -58,5 +61,19 @@ Language::Language()
             _watches.push_back(
                 host::SettingsStore::session().watch(host::kDeviceStore, key, adopt));
         }
+    });
+}
+
+extern "C" int appcore_set_i18n(const char* domainname, const char* dirname)
+{
+    const bool isBound = domainname && dirname && bindtextdomain(domainname, dirname)
+        && bind_textdomain_codeset(domainname, "UTF-8") && textdomain(domainname);
+    if (!isBound) {
+        errno = EINVAL;
+        return -1;
+    }
+    return host::guarded("the language is not known", -1, [] {
+        adopt();
+        return 0;
     });
 }
