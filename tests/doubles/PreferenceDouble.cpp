@@ -28,6 +28,8 @@ int preference_get_int(const char* key, int* value)
 int preference_set_int(const char* key, int value)
 {
     preferenceDouble().sets.emplace_back(key, value);
+    if (preferenceDouble().whenSet)
+        preferenceDouble().whenSet();
     if (preferenceDouble().error == PREFERENCE_ERROR_NONE)
         preferenceDouble().values[key] = value;
     return preferenceDouble().error;

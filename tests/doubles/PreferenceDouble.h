@@ -1,6 +1,7 @@
 #pragma once
 
 #include <app_preference.h>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -13,6 +14,7 @@ struct PreferenceDouble {
     int error = PREFERENCE_ERROR_NONE;
     /// What was set, in order, failed sets included.
     std::vector<std::pair<std::string, int>> sets;
+    std::function<void()> whenSet; ///< runs in each set
 };
 
 PreferenceDouble& preferenceDouble();

@@ -27,7 +27,8 @@ int SqliteProbe::_opened(sqlite3* connection, char** /*error*/, const void* /*ap
 {
     if (!current->_connection) {
         current->_connection = connection;
-        sqlite3_trace_v2(connection, SQLITE_TRACE_STMT | SQLITE_TRACE_ROW, _traced, current);
+        sqlite3_trace_v2(connection, SQLITE_TRACE_STMT | SQLITE_TRACE_ROW | SQLITE_TRACE_CLOSE,
+            _traced, current);
         sqlite3_set_authorizer(connection, _authorize, current);
     }
     return SQLITE_OK;
@@ -36,7 +37,9 @@ int SqliteProbe::_opened(sqlite3* connection, char** /*error*/, const void* /*ap
 int SqliteProbe::_traced(unsigned int event, void* context, void* stmt, void* text)
 {
     auto* probe = static_cast<SqliteProbe*>(context);
-    if (event == SQLITE_TRACE_STMT) {
+    if (event == SQLITE_TRACE_CLOSE) {
+        probe->isClosed = true;
+    } else if (event == SQLITE_TRACE_STMT) {
         probe->_rows = 0;
         probe->statements.push_back(static_cast<const char*>(text));
     } else if (++probe->_rows == probe->interruptAfterRows) {

@@ -25,6 +25,8 @@ public:
 
     sqlite3* connection() const { return _connection; }
 
+    bool isClosed = false; ///< the connection, or about to be
+
     /// When above 0, a statement is interrupted once it has given so many rows.
     int interruptAfterRows = 0;
 

@@ -248,6 +248,18 @@ TEST_F(AlarmDbModelTest, ClosingAfterAChangeTogglesTheKeysAskedFor)
     }
 }
 
+TEST_F(AlarmDbModelTest, WhoHearsOfAChangeFindsTheFileClosed)
+{
+    makeFile();
+    SqliteProbe probe;
+    std::vector<bool> closed;
+    preferenceDouble().whenSet = [&] { closed.push_back(probe.isClosed); };
+
+    AlarmDbModel().setNotiFlag(true, true);
+
+    EXPECT_THAT(closed, ElementsAre(true, true));
+}
+
 TEST_F(AlarmDbModelTest, AnyOtherValueOfAKeyBecomes0)
 {
     makeFile();
