@@ -19,6 +19,7 @@ const char* const kFarZone = "Pacific/Kiritimati";
 
 int settimeError = 0; // of the next call
 bool isClockSet = false; // as the next read of the timer finds it
+int otherReads = 0; // that found something, such as events of the zone
 int timer = -1;
 int timerFlags = 0;
 itimerspec timerValue = {};
@@ -44,6 +45,7 @@ ssize_t __real_read(int fd, void* data, size_t size);
 ssize_t __wrap_read(int fd, void* data, size_t size)
 {
     const ssize_t result = __real_read(fd, data, size);
+    otherReads += fd != timer && result > 0 ? 1 : 0;
     if (fd != timer || !std::exchange(isClockSet, false))
         return result;
     errno = ECANCELED;
@@ -68,6 +70,7 @@ protected:
     {
         settimeError = 0;
         isClockSet = false;
+        otherReads = 0;
     }
 
     // Waits until either has been called.
@@ -163,10 +166,9 @@ TEST_F(ClockWatchTest, TellsOfAnotherZoneOnce)
 TEST_F(ClockWatchTest, TheSameZoneSetAgainIsNoChange)
 {
     session.setZone(host::zoneId());
-    session.setZone(kFarZone);
 
-    EXPECT_TRUE(waitForCall());
-    EXPECT_EQ(1, changedCalls);
+    EXPECT_TRUE(session.waitFor([] { return otherReads > 0; }));
+    EXPECT_EQ(0, changedCalls);
 }
 
 TEST(WatchedFd, ADescriptorThatIsNoneIsAnError)
