@@ -64,6 +64,23 @@ TEST_F(AlarmScheduleClockTest, RingsTodayAfterDaysWithoutPower)
     EXPECT_EQ(at("2026-11-28 07:30:00"), next);
 }
 
+TEST_F(AlarmScheduleClockTest, AKillKeepsTodaysAlarmAndReportsTheMissedOneOnce)
+{
+    ringAt(7, 30, kEveryDay);
+    passUntil("2026-11-27 07:40:00");
+    open();
+    runDue();
+    ASSERT_EQ(1u, launches.size()); // and not answered
+
+    open();
+    runDue();
+
+    EXPECT_EQ(1, deliverAll());
+    EXPECT_EQ(at("2026-11-28 07:30:00"), next);
+    EXPECT_THAT(trayTexts(),
+        ElementsAre(StartsWith("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30: ")));
+}
+
 TEST_F(AlarmScheduleClockTest, KeepsTheTrayAcrossRestarts)
 {
     ringAt(7, 30, 0);
@@ -122,6 +139,21 @@ TEST_F(AlarmScheduleClockTest, RingsAgainWhenTheClockWasADayAhead)
 
     ASSERT_EQ(1u, launches.size());
     EXPECT_NE(once, launches[0].once); // or the receiver would drop it
+}
+
+TEST_F(AlarmScheduleClockTest, DoesNotRingTwiceWhenTheClockWentFarBackOnceAndALittleLater)
+{
+    ringAt(7, 30, kEveryDay);
+    setClock("2026-11-19 12:00:00");
+    clockChanged();
+    passUntil("2026-11-20 07:30:00");
+    runDue();
+    EXPECT_EQ(1, deliverAll());
+
+    setClock("2026-11-20 07:00:00");
+    clockChanged();
+
+    EXPECT_EQ(at("2026-11-21 07:30:00"), next);
 }
 
 TEST_F(AlarmScheduleClockTest, RingsAgainWhenTheClockWentFarBackWhileTheDaemonWasAway)

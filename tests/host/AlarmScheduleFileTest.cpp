@@ -6,7 +6,10 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -14,7 +17,31 @@ namespace fs = std::filesystem;
 
 namespace {
 
+std::vector<std::string> synced; // the files that SQLite has asked the disk to keep
+
+} // namespace
+
+// Comes before libc's for every library of the process.
+extern "C" int fdatasync(int fd)
+{
+    synced.push_back(fs::read_symlink("/proc/self/fd/" + std::to_string(fd)));
+    return static_cast<int>(syscall(SYS_fdatasync, fd));
+}
+
+namespace {
+
 class AlarmScheduleFileTest : public AlarmScheduleFixture {};
+
+TEST_F(AlarmScheduleFileTest, WhatIsAnsweredIsOnDisk)
+{
+    synced.clear();
+    const int id = ringAt(7, 30, 0);
+    EXPECT_THAT(synced, Contains(path() + "-wal"));
+
+    synced.clear();
+    EXPECT_TRUE(schedule().cancel(kPackage, id));
+    EXPECT_THAT(synced, Contains(path() + "-wal"));
+}
 
 TEST_F(AlarmScheduleFileTest, MovesADamagedFileAsideAndStartsEmpty)
 {
