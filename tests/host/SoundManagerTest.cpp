@@ -541,6 +541,26 @@ TEST_F(SoundManagerTest, AForgedSignalTakesNothing)
     EXPECT_EQ(1, alarm.held());
 }
 
+TEST_F(SoundManagerTest, WhatAStreamOfAnotherProcessLosesIsNotToldToMineOfItsNumber)
+{
+    Stream alarm(SOUND_STREAM_TYPE_ALARM); // number 1
+    Stream media(SOUND_STREAM_TYPE_MEDIA);
+    Stream speech(SOUND_STREAM_TYPE_VOICE_RECOGNITION);
+    ASSERT_EQ(kNone, alarm.acquire(kPlayback));
+    const auto another = host::connectToBus();
+    sdbus::createProxy(*another, host::kDaemonName, host::kDaemonPath)
+        ->callMethod("Acquire")
+        .onInterface("com.velmora.host.Focus")
+        .withArguments(std::uint32_t{ 1 }, std::int32_t{ SOUND_STREAM_FOCUS_CHANGED_BY_MEDIA },
+            std::int32_t{ kRecording }, std::int32_t{ 0 }, std::string());
+
+    ASSERT_EQ(kNone, media.acquire(kRecording)); // which the other process loses
+    ASSERT_EQ(kNone, speech.acquire(kPlayback));
+
+    const News lost{ 1, 0, SOUND_STREAM_FOCUS_CHANGED_BY_VOICE_RECOGNITION, 0, "(none)" };
+    EXPECT_THAT(alarm.news(1), testing::ElementsAre(lost));
+}
+
 TEST_F(SoundManagerTest, VolumesAreElevenAtFirstAndKeptPerType)
 {
     int alarm = 0;
