@@ -94,6 +94,7 @@ CASES = [
     ("SpringNightOneShot", BERLIN, "2024-03-30 22:00:00", "07:30", "2024-03-31"),
     ("SpringNightOneShotSmallHours", BERLIN, "2024-03-31 00:30:00", "03:00", "2024-03-31"),
     ("SpringNightOneShotSeconds", BERLIN, "2024-03-31 00:30:30", "03:00", "2024-03-31"),
+    ("SpringNightOneShotLastSecond", BERLIN, "2024-03-31 00:30:59", "03:00", "2024-03-31"),
     ("SpringNightBeforeTheGap", BERLIN, "2024-03-31 00:30:00", "01:45", "2024-03-31"),
     ("SpringNightAfterTheGap", BERLIN, "2024-03-31 03:00:00", "07:30", "2024-03-31"),
     ("SpringNightRepeat", BERLIN, "2024-03-30 22:00:00", "07:30", DAILY),
