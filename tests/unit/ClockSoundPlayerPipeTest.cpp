@@ -122,7 +122,7 @@ TEST_F(ClockSoundPlayerPipeTest, NeverWaitsForTheMainLoopAndLosesNothing)
         player->stop();
         EXPECT_TRUE(player->resume());
     }
-    EXPECT_LT(written().size() - before, 200u);
+    EXPECT_EQ(before + 100, written().size()); // what surely fits into the pipe
     handleMessages();
 
     ASSERT_EQ(before + 15000, written().size());
