@@ -15,6 +15,7 @@ struct Handles {
     int prepared = 0;
     int formatted = 0;
     int wronglyReleased = 0;
+    int nothingStepped = 0;
 };
 Handles handles;
 } // namespace
@@ -24,6 +25,7 @@ Handles handles;
 extern "C" {
 int __real_sqlite3_prepare_v2(
     sqlite3* connection, const char* sql, int length, sqlite3_stmt** stmt, const char** tail);
+int __real_sqlite3_step(sqlite3_stmt* stmt);
 int __real_sqlite3_finalize(sqlite3_stmt* stmt);
 char* __real_sqlite3_vmprintf(const char* format, va_list arguments);
 void __real_sqlite3_free(void* text);
@@ -37,6 +39,12 @@ int __wrap_sqlite3_prepare_v2(
         ++handles.prepared;
     }
     return code;
+}
+
+int __wrap_sqlite3_step(sqlite3_stmt* stmt)
+{
+    handles.nothingStepped += stmt ? 0 : 1;
+    return __real_sqlite3_step(stmt);
 }
 
 int __wrap_sqlite3_finalize(sqlite3_stmt* stmt)
@@ -191,6 +199,17 @@ TEST_F(AlarmDbModelStatementsTest, EachTextIsFreedWhenNoStatementCanBeMade)
 
     EXPECT_EQ(preparedBefore, handles.prepared);
     EXPECT_GT(handles.formatted, 20);
+}
+
+TEST_F(AlarmDbModelStatementsTest, AStatementOfTheOpeningThatCannotBeMadeIsNotRun)
+{
+    SqliteProbe probe;
+    probe.refuseAll();
+
+    openOnce();
+
+    EXPECT_THAT(probe.statements, IsEmpty());
+    EXPECT_EQ(0, handles.nothingStepped);
 }
 
 TEST_F(AlarmDbModelStatementsTest, EachTextIsFreedWithoutAConnection)
