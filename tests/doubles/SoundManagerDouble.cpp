@@ -73,6 +73,8 @@ int sound_manager_create_stream_information(sound_stream_type_e stream_type,
         "sound_manager_create_stream_information(" + std::to_string(stream_type) + ")");
     if (const auto error = told("sound_manager_create_stream_information"))
         return *error;
+    if (soundManagerDouble().onCreate)
+        soundManagerDouble().onCreate();
     const std::lock_guard<std::mutex> lock(mutex);
     SoundManagerDouble& state = soundManagerDouble();
     ++state.alive;

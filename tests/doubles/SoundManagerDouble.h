@@ -20,6 +20,8 @@ struct SoundManagerDouble {
     /// All that were made, also those that were destroyed.
     std::vector<std::shared_ptr<sound_stream_info_s>> streams;
 
+    /// Run inside sound_manager_create_stream_information, before it makes the stream.
+    std::function<void()> onCreate;
     /// Run inside sound_manager_destroy_stream_information, before it returns.
     std::function<void()> onDestroy;
 

@@ -726,6 +726,18 @@ TEST_F(ClockSoundPlayerPipeTest, IsNotConcernedByTheFocusOfAnEarlierInitializati
     EXPECT_THAT(calls(), ElementsAre("feedback_stop", "feedback_play_type(2, 168)"));
 }
 
+TEST_F(ClockSoundPlayerPipeTest, IsNotConcernedByTheEarlierFocusWhileItIsInitializedAgain)
+{
+    play();
+    soundManagerDouble().takeFocus(SOUND_BEHAVIOR_NONE);
+    soundManagerDouble().onCreate
+        = [] { soundManagerDouble().tell(0, SOUND_STREAM_FOCUS_STATE_ACQUIRED); };
+
+    initialize(ClockSoundType::Melody);
+
+    EXPECT_THAT(written(), testing::Not(Contains(kResumeMessage)));
+}
+
 TEST_F(ClockSoundPlayerPipeTest, ResumesWhenTheFocusComesBack)
 {
     play(ClockSoundType::MelodyAndVibration);
