@@ -138,6 +138,14 @@ TEST_F(AlarmIcuDataModelTest, ZonePatternAndSkeletonEndAtTheirBuffers)
     EXPECT_EQ(std::string(64, 'M'), i18nDouble().lastOf(Kind::Format)->zone);
 }
 
+TEST_F(AlarmIcuDataModelTest, ATextOfMoreThan64UnitsIsAnError)
+{
+    i18nDouble().texts["h:mm a"] = std::string(65, 'x');
+
+    const std::string error = std::to_string(I18N_ERROR_BUFFER_OVERFLOW);
+    expectFailure(("Get i18n_udate_format_date error [" + error + "]").c_str());
+}
+
 TEST_F(AlarmIcuDataModelTest, ATextNeedsAnOutputAndASkeleton)
 {
     EXPECT_FALSE(
