@@ -161,11 +161,11 @@ TEST_F(ClockSoundPlayerPipeTest, StartsAtTheBeginningForANegativePosition)
 
 TEST_F(ClockSoundPlayerPipeTest, SeeksBeforeTheStart)
 {
-    prepare(5000);
+    prepare(1);
     EXPECT_THAT(written(), ElementsAre(kSetPositionMessage));
 
     handleMessages();
-    EXPECT_THAT(calls(), ElementsAre("player_set_play_position(5000, accurate)"));
+    EXPECT_THAT(calls(), ElementsAre("player_set_play_position(1, accurate)"));
     playerDouble().seekCompleted();
     handleMessages();
 
