@@ -8,21 +8,22 @@
 /// A message that the phone may send, with what its kind has to carry.
 struct PhoneMessage {
     AlarmMessage::Type type = AlarmMessage::FirstConnectionReq;
-    int phone = 0; ///< the pairing, where the phone says hello
-    int number = 0; ///< of the watch's message, where the phone answers one
+    int phone = 0; ///< the number of the pairing; in the two kinds that say hello
+    int number = 0; ///< the number of the watch's message that this one answers; in answers
     int sequence = 0; ///< how often the phone's alarms have changed
     size_t listed = 0; ///< how many alarms it carries
 };
 
-/// In bytes; the most and longest alarms fit, however their texts are escaped.
+/// In bytes. A list of the most alarms with the longest texts fits, however these are escaped.
 inline const size_t kLongestPhoneMessage = 8 << 20;
 
 /**
- * Reads a message, with a look at each alarm. The library's parser takes any JSON, and more; what
- * the watch would have to answer or to store wrongly is refused here, as a whole: throws Failure,
- * whose text says why.
+ * Reads a message strictly: it must be JSON as RFC 8259 has it, and have what its kind and each of
+ * its alarms need, within their ranges. Throws a Failure that says why the message is refused as a
+ * whole; for a text that is not JSON, with the position of the fault.
  */
 PhoneMessage readPhoneMessage(const std::string& text);
 
-/// Reads the phone alarms of the text of that message. The library logs each.
+/// The alarms of a message that was read from the text. They are as the library's own parser reads
+/// them, which logs each.
 std::vector<AlarmDbData> readPhoneAlarms(const std::string& text, const PhoneMessage& message);

@@ -6,8 +6,8 @@
 /// Ends a command: one line for the user and the exit status.
 class Failure : public std::runtime_error {
 public:
-    static const int kFailed = 1;
-    static const int kBadInput = 2;
+    static constexpr int kFailed = 1;
+    static constexpr int kBadInput = 2;
 
     Failure(int exitStatus, const std::string& text)
         : std::runtime_error(text)
