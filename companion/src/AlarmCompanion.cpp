@@ -2,11 +2,18 @@
 
 #include "AlarmSaving.h"
 
-#include <AlarmStringUtil.h>
+#include <app_common.h>
+#include <appcore-common.h>
+#include <cstdlib>
+#include <memory>
+#include <string>
 
 namespace companion {
 
 namespace {
+
+// As AlarmStringUtil finds its texts.
+const char* const kTextDomain = "alarm-merid";
 
 Saved committed(AlarmSaving& saving, Saved changed)
 {
@@ -14,6 +21,13 @@ Saved committed(AlarmSaving& saving, Saved changed)
 }
 
 } // namespace
+
+void useDeviceLanguage()
+{
+    const std::unique_ptr<char, void (*)(void*)> resources(app_get_resource_path(), free);
+    if (resources)
+        (void)appcore_set_i18n(kTextDomain, (resources.get() + std::string("locale")).c_str());
+}
 
 const char* textOf(Saved result)
 {

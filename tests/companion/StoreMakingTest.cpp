@@ -87,6 +87,17 @@ TEST_F(StoreMakingTest, ProcessWithoutADataFolderStarts)
     companion::start();
 }
 
+TEST_F(StoreMakingTest, TextsAreThoseOfThePackage)
+{
+    companion::useDeviceLanguage();
+    EXPECT_THAT(appCommonDouble().textDomains, testing::IsEmpty()) << "it has no resources";
+
+    appCommonDouble().resourcePath = "/ro/package/res/";
+    companion::useDeviceLanguage();
+    EXPECT_THAT(appCommonDouble().textDomains,
+        testing::ElementsAre(testing::Pair("alarm-merid", "/ro/package/res/locale")));
+}
+
 // The library would wait as long again after each wait of SQLite.
 TEST_F(StoreMakingTest, OnlySqliteWaitsForABusyStore)
 {

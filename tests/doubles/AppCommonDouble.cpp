@@ -1,5 +1,6 @@
 #include "AppCommonDouble.h"
 
+#include <appcore-common.h>
 #include <cstring>
 
 namespace {
@@ -30,3 +31,9 @@ char* app_get_resource_path(void) { return copyOf(appCommonDouble().resourcePath
 char* app_get_shared_resource_path(void) { return copyOf(appCommonDouble().sharedResourcePath); }
 
 char* app_get_shared_trusted_path(void) { return copyOf(appCommonDouble().sharedTrustedPath); }
+
+int appcore_set_i18n(const char* domainname, const char* dirname)
+{
+    appCommonDouble().textDomains.emplace_back(domainname, dirname);
+    return 0;
+}

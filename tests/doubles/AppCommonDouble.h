@@ -3,6 +3,8 @@
 #include <app_common.h>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 /// The process's identity and paths; without a value the platform has no answer.
 struct AppCommonDouble {
@@ -11,6 +13,9 @@ struct AppCommonDouble {
     std::optional<std::string> resourcePath;
     std::optional<std::string> sharedResourcePath;
     std::optional<std::string> sharedTrustedPath;
+
+    /// The text domains that were set, each with its folder.
+    std::vector<std::pair<std::string, std::string>> textDomains;
 };
 
 AppCommonDouble& appCommonDouble();
