@@ -1,13 +1,13 @@
 #include "common/Values.h"
 
 #include "common/Failure.h"
+#include "common/HeapText.h"
 #include "common/Text.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -126,18 +126,18 @@ std::string parseName(const std::string& text)
 
 std::string parseTone(const std::string& text)
 {
-    const std::unique_ptr<char, void (*)(void*)> path(realpath(text.c_str(), nullptr), free);
+    std::string path = app::takeText(realpath(text.c_str(), nullptr));
     struct stat status = {};
-    if (!path || stat(path.get(), &status) != 0)
+    if (stat(path.c_str(), &status) != 0)
         throw badInput("there is no tone file " + quoted(text));
-    if (!S_ISREG(status.st_mode) || access(path.get(), R_OK) != 0)
+    if (!S_ISREG(status.st_mode) || access(path.c_str(), R_OK) != 0)
         throw badInput("the tone " + quoted(text) + " is not a file that can be read");
-    if (!isCleanText(path.get())) {
+    if (!isCleanText(path)) {
         throw badInput(
             "the path of a tone is UTF-8 text on one line, without control characters or marks"
             " that turn it");
     }
-    return path.get();
+    return path;
 }
 
 std::string clockText(int hour, int minute)

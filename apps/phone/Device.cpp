@@ -2,11 +2,11 @@
 
 #include "common/LocalSocket.h"
 #include "common/PhoneLink.h"
+#include "common/Request.h"
 
 #include <AlarmJsonBuilder.h>
 #include <AlarmJsonParser.h>
 #include <AlarmSyncUtil.h>
-#include <app_control.h>
 #include <Ecore.h>
 #include <exception>
 #include <vconf.h>
@@ -28,11 +28,7 @@ void setLink(bool isUp)
 // As a message that arrives starts the watch's service.
 void wakeService()
 {
-    app_control_h made = nullptr;
-    (void)app_control_create(&made);
-    const std::unique_ptr<app_control_s, int (*)(app_control_h)> request(made, app_control_destroy);
-    (void)app_control_set_app_id(made, kServiceId);
-    (void)app_control_send_launch_request(made, nullptr, nullptr);
+    (void)app_control_send_launch_request(app::makeControl(kServiceId).get(), nullptr, nullptr);
 }
 
 } // namespace

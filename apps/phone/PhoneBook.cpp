@@ -1,6 +1,7 @@
 #include "PhoneBook.h"
 
 #include "common/Failure.h"
+#include "common/HeapText.h"
 
 #include <AlarmJsonBuilder.h>
 #include <AlarmJsonParser.h>
@@ -9,10 +10,8 @@
 #include <app_common.h>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <PhoneAlarms.h>
 #include <random>
 #include <utility>
@@ -41,8 +40,7 @@ std::string readFile(const std::string& path)
 
 PhoneBook::PhoneBook()
 {
-    const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
-    _path = std::string(folder ? folder.get() : "") + "phone.json";
+    _path = app::takeText(app_get_data_path()) + "phone.json";
     const std::string text = readFile(_path);
     if (text.empty())
         return;

@@ -1,10 +1,10 @@
 #include "TalkLog.h"
 
+#include "common/HeapText.h"
 #include "common/Text.h"
 
 #include <AlarmTime.h>
 #include <app_common.h>
-#include <cstdlib>
 #include <fstream>
 #include <json-glib/json-glib.h>
 #include <memory>
@@ -63,9 +63,8 @@ std::string pretty(const std::string& json)
 } // namespace
 
 TalkLog::TalkLog()
+    : _path(app::takeText(app_get_data_path()) + "phone.log")
 {
-    const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
-    _path = std::string(folder ? folder.get() : "") + "phone.log";
 }
 
 std::string TalkLog::text() const

@@ -1,12 +1,12 @@
 // The command that shows and handles the simulated phone.
 #include "common/Failure.h"
+#include "common/HeapText.h"
 #include "Requests.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <Ecore.h>
-#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -58,9 +58,8 @@ void run(std::vector<std::string> arguments)
     }
     // The phone has a working directory of its own.
     if (arguments.size() == 2 && arguments[0] == "send") {
-        const std::unique_ptr<char, void (*)(void*)> path(
-            realpath(arguments[1].c_str(), nullptr), free);
-        arguments[1] = path ? path.get() : arguments[1];
+        const std::string path = app::takeText(realpath(arguments[1].c_str(), nullptr));
+        arguments[1] = path.empty() ? arguments[1] : path;
     }
     if (arguments == std::vector<std::string>{ "connect" }) {
         connect(arguments);

@@ -1,6 +1,7 @@
 #include "AppControlDouble.h"
 
 #include <algorithm>
+#include <cstring>
 
 AppControlDouble& appControlDouble()
 {
@@ -41,4 +42,30 @@ int app_control_set_app_id(app_control_h app_control, const char* app_id)
         return result;
     app_control->applicationId = app_id ? app_id : "";
     return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_add_extra_data(app_control_h app_control, const char* key, const char* value)
+{
+    if (!app_control)
+        return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    app_control->extras[key] = value;
+    return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_get_extra_data(app_control_h app_control, const char* key, char** value)
+{
+    const auto found = app_control->extras.find(key);
+    if (found == app_control->extras.end())
+        return APP_CONTROL_ERROR_KEY_NOT_FOUND;
+    *value = strdup(found->second.c_str());
+    return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_send_launch_request(
+    app_control_h app_control, app_control_reply_cb callback, void* user_data)
+{
+    AppControlDouble& state = appControlDouble();
+    if (state.sendResult == APP_CONTROL_ERROR_NONE)
+        state.sent.push_back({ *app_control, callback, user_data });
+    return state.sendResult;
 }

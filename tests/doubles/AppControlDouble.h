@@ -1,12 +1,14 @@
 #pragma once
 
 #include <app_control.h>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 struct app_control_s {
     std::string applicationId;
+    std::map<std::string, std::string> extras;
 };
 
 /// App controls that were made, and those not destroyed yet.
@@ -18,6 +20,14 @@ struct AppControlDouble {
     std::vector<std::unique_ptr<app_control_s>> alive;
     /// Handles that were destroyed without being alive, NULL too.
     int wronglyDestroyed = 0;
+
+    struct LaunchRequest {
+        app_control_s request;
+        app_control_reply_cb callback;
+        void* data;
+    };
+    int sendResult = APP_CONTROL_ERROR_NONE; ///< when it is not 0 nothing is sent
+    std::vector<LaunchRequest> sent;
 };
 
 AppControlDouble& appControlDouble();
