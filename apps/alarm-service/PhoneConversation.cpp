@@ -13,9 +13,9 @@ namespace {
 
 const char* const kTag = "alarm-service";
 
-// Which phone the stored alarms are of, and how many of its changes they have. Both are noted
-// behind what they tell of, and what a note says is never guessed: the alarms of a phone may hang
-// on it.
+// Preferences: the phone whose alarms are stored, and how many of its changes these alarms include.
+// Each is written after the alarms. One that cannot be read is never guessed: the watch could drop
+// all alarms of its phone by mistake.
 const char* const kPhoneKey = "phonePairing";
 const char* const kSequenceKey = "phoneSequence";
 const int kNone = -1;
@@ -98,7 +98,7 @@ void PhoneConversation::_take(const PhoneMessage& message, const std::vector<Ala
     }
 }
 
-// What could not be taken may have been the answer, and no other would come.
+// The message that was not taken may have been the awaited answer, and no second one would come.
 void PhoneConversation::_stopWaiting()
 {
     if (_awaited != Awaited::Hello)
@@ -123,7 +123,7 @@ void PhoneConversation::_list(const PhoneMessage& message, const std::vector<Ala
     _goOn();
 }
 
-// The phone has the changes of the watch.
+// The phone acknowledges the watch's changes.
 void PhoneConversation::_settled(const PhoneMessage& message)
 {
     checkStored(mirror::settle(_sent) != mirror::Settled::No);
@@ -132,7 +132,7 @@ void PhoneConversation::_settled(const PhoneMessage& message)
     _goOn();
 }
 
-// One that comes again, or late, tells nothing new.
+// An update that comes twice, or late, has no higher sequence and changes nothing.
 void PhoneConversation::_update(const PhoneMessage& message, const std::vector<AlarmDbData>& alarms)
 {
     const int last = noted(kSequenceKey);
@@ -147,7 +147,8 @@ void PhoneConversation::_update(const PhoneMessage& message, const std::vector<A
         _goOn();
 }
 
-// Before the phone has said hello nothing counts, and an answer only to what was asked last.
+// Before hello nothing else is expected; after it, of all answers only the one to the last
+// question.
 bool PhoneConversation::_isAwaited(const PhoneMessage& message) const
 {
     switch (message.type) {
@@ -165,7 +166,8 @@ bool PhoneConversation::_isAwaited(const PhoneMessage& message) const
     }
 }
 
-// Another phone than before: the alarms of that one go, in steps that can be done again.
+// For another phone than before, drops the alarms of the former. If the process is killed between
+// two steps, the next hello does all of them again.
 void PhoneConversation::_meet(int phone)
 {
     if (noted(kPhoneKey) == phone)
@@ -175,7 +177,7 @@ void PhoneConversation::_meet(int phone)
     note(kPhoneKey, phone);
 }
 
-// The watch's changes go first, so that the phone's list has them.
+// The watch's changes are sent before it asks for the phone's list, so that the list includes them.
 void PhoneConversation::_begin()
 {
     _sent.clear();

@@ -10,12 +10,12 @@ class AlarmJsonBuilder;
 struct PhoneMessage;
 
 /**
- * What the watch says to its phone and hears from it, from one connection to its end. The phone
- * says hello; then each side tells the other what changed, and the watch asks for the phone's whole
- * list when it has missed something. What the watch cannot read or store is not answered, nor
- * waited for if it may have been an answer; later changes are told as ever, and the next connection
- * begins with what both know: the count of the phone's changes, and the alarms that are marked as
- * changed on the watch. Main loop only.
+ * The watch's side of the conversation with its phone, for one connection. The phone says hello;
+ * then each side tells the other what it has changed, and the watch asks for the phone's whole list
+ * when it has missed a change. A message that the watch cannot read or store is not answered. If
+ * the watch was waiting for an answer it stops, since that message may have been the answer; it
+ * goes on telling later changes. The next connection makes good what was lost, from the count of
+ * the phone's changes and the marks of what was changed on the watch. Main loop only.
  */
 class PhoneConversation {
 public:
@@ -29,7 +29,7 @@ public:
     /// Takes a message of the phone.
     void take(const std::string& text);
 
-    /// Logs why a message cannot be taken. If it was the answer that is awaited, that is given up.
+    /// Logs why a message is refused, and stops waiting for an answer, which it may have been.
     void refuse(const std::string& reason);
 
     /// Tells the phone what changed on the watch, unless an answer is still to come.
@@ -57,7 +57,7 @@ private:
 
     Send _send;
     Awaited _awaited = Awaited::Hello;
-    int _number = 0; ///< of the last message that wants an answer, which names it
-    int _phoneSequence = 0; ///< what the phone says that it is
-    std::vector<AlarmDbData> _sent; ///< the changes that the phone is to acknowledge
+    int _number = 0; ///< of the last message that wants an answer; the answer has it, too
+    int _phoneSequence = 0; ///< how often the phone's alarms have changed, as the phone says
+    std::vector<AlarmDbData> _sent; ///< changes that the phone has not acknowledged yet
 };

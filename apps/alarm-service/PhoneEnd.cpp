@@ -93,7 +93,8 @@ void PhoneEnd::_accept()
     _connection = std::make_unique<app::LineConnection>(socket, kLongestPhoneMessage, callbacks);
 }
 
-// Who waits to be accepted would wake the loop again at once.
+// A connection that waits to be accepted would wake the loop again and again, so the listener
+// rests.
 void PhoneEnd::_acceptLater()
 {
     dlog_print(DLOG_ERROR, kTag, "the phone cannot connect now: %s", strerror(errno));

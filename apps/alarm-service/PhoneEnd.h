@@ -7,9 +7,9 @@
 #include <memory>
 
 /**
- * The watch's end of the link to the phone: a local socket on which each line is a message. One
- * phone at a time; one that connects anew takes the place of the one before. Nobody is heard while
- * the device says that the link is down. Main loop only.
+ * The watch's end of the link to the phone: a local socket on which each line is a message. There
+ * is one connection at a time; a new one replaces it. Connections are closed at once while the
+ * device's settings say that the link is down. Main loop only.
  */
 class PhoneEnd {
 public:
@@ -18,10 +18,10 @@ public:
     PhoneEnd& operator=(const PhoneEnd&) = delete;
     ~PhoneEnd() { close(); }
 
-    /// Lets the phone connect.
+    /// Listens for the phone. Logs an error when it cannot.
     void open();
 
-    /// Ends what open() began. Before the main loop ends.
+    /// Closes the connection and listens no more. To be called before the main loop ends.
     void close();
 
     /// To be called when the alarms have changed.
@@ -38,7 +38,7 @@ private:
 
     int _listener = -1;
     Ecore_Fd_Handler* _handler = nullptr;
-    Ecore_Timer* _timer = nullptr; ///< while nobody can be accepted
+    Ecore_Timer* _timer = nullptr; ///< runs while no connection can be accepted
     std::unique_ptr<PhoneConversation> _conversation;
     std::unique_ptr<app::LineConnection> _connection;
 };

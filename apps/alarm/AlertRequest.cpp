@@ -9,7 +9,7 @@
 
 namespace {
 
-const double kPatience = 20.0; // seconds; a save may take its time
+const double kPatience = 20.0; // seconds; the alert may have to wait for the store
 
 struct Answer {
     app_control_result_e result = APP_CONTROL_RESULT_FAILED;

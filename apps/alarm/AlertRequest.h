@@ -1,5 +1,6 @@
 #pragma once
 
-/// Asks the alert to act on the alarm that rings, by an operation of common/Alert.h. The alarm's
-/// row id; throws a Failure when nothing rings, or it could not be done.
+/// Asks the alert to snooze or dismiss the alarm that rings, by an operation of common/Alert.h, and
+/// waits until it has. Returns the alarm's row id. Throws a Failure when nothing rings or the alert
+/// fails. The main loop must not be running.
 int askAlert(const char* operation);

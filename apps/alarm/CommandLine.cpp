@@ -50,7 +50,7 @@ const Option* findOption(const std::string& name)
     return found == std::end(kOptions) ? nullptr : found;
 }
 
-// Takes the arguments apart; words are those that are no options.
+// Sorts the arguments into options and words, and gives the words their meanings.
 class Parser {
 public:
     explicit Parser(const std::vector<std::string>& arguments)
@@ -156,7 +156,7 @@ private:
     const std::vector<std::string>& _arguments;
     size_t _at = 0;
     CommandLine _line;
-    std::string _alarmOption; ///< the last one that only an alarm has
+    std::string _alarmOption; ///< the last one that only add and edit take
 };
 
 } // namespace

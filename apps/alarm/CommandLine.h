@@ -8,7 +8,7 @@
 
 struct Command;
 
-/// What add and edit are told about an alarm.
+/// The options of add and edit.
 struct AlarmOptions {
     std::optional<ClockTime> time;
     std::optional<int> inSeconds;
@@ -23,11 +23,11 @@ struct AlarmOptions {
 };
 
 struct CommandLine {
-    const Command* command = nullptr; ///< none: only help is asked for
+    const Command* command = nullptr; ///< null when only the overview is asked for
     std::optional<int> id;
     AlarmOptions alarm;
     bool json = false;
-    bool plain = false; ///< texts are the same in every language
+    bool plain = false; ///< say when an alarm rings in words that are the same in every language
     bool help = false;
 };
 

@@ -4,5 +4,5 @@
 
 struct Command;
 
-/// What --help prints for the command; without one, the overview.
+/// What --help prints for the command; for null, the overview of all commands.
 std::string helpText(const Command* command);

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-/// Ends a command: one line for the user and the exit status.
+/// An error that ends a command: one line that says why, and the exit status.
 class Failure : public std::runtime_error {
 public:
     static constexpr int kFailed = 1;
@@ -20,4 +20,5 @@ private:
     int _status;
 };
 
+/// An error of the one who gave the input, not of the program.
 inline Failure badInput(const std::string& text) { return { Failure::kBadInput, text }; }

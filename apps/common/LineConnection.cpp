@@ -28,7 +28,7 @@ LineConnection::~LineConnection()
 void LineConnection::sendBytes(const std::string& bytes)
 {
     _out += bytes;
-    _setInterest(); // the loop tells when it can go, and when the other end is gone
+    _setInterest(); // the loop tells when the socket takes bytes, or has been closed
 }
 
 unsigned char LineConnection::_readyCb(void* data, Ecore_Fd_Handler* handler) noexcept
@@ -45,13 +45,14 @@ unsigned char LineConnection::_readyCb(void* data, Ecore_Fd_Handler* handler) no
     connection->_isDestroyed = nullptr;
     connection->_setInterest();
     if (!isAlive) {
-        const std::function<void()> end = connection->_callbacks.end; // it outlives the object
+        const std::function<void()> end
+            = connection->_callbacks.end; // a copy: the call may destroy the object
         end();
     }
     return ECORE_CALLBACK_RENEW;
 }
 
-// When nobody takes it any more, reading comes to the end too.
+// After an error nothing can be sent any more, and the next read finds the connection's end.
 void LineConnection::_write()
 {
     const ssize_t count = ::send(_socket, _out.data(), _out.size(), MSG_NOSIGNAL);

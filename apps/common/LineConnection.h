@@ -8,21 +8,22 @@ typedef struct _Ecore_Fd_Handler Ecore_Fd_Handler;
 namespace app {
 
 /**
- * A stream socket on which each line is a message. Nothing blocks: what comes is kept until its
- * line is whole, what goes until the other end takes it. Of a line that is longer than the limit no
- * more than the limit is ever kept; while more than the limit waits to go, nothing is read, so that
- * who asks and does not listen costs no memory either. Main loop only.
+ * A stream socket on which each line is a message. Nothing blocks: bytes that arrive are kept until
+ * their line is complete, bytes to send until the other end takes them. Memory is bounded both
+ * ways: no more than the limit is kept of a line, and nothing is read while more than the limit
+ * waits to be sent, for an other end that asks and never listens. Main loop only.
  */
 class LineConnection {
 public:
-    /// Each of them may destroy the object, and then does nothing more; none may throw.
+    /// A callback may destroy the connection, if that is the last thing it does. None may throw.
     struct Callbacks {
-        std::function<void(const std::string&)> line; ///< without its end
-        std::function<void()> tooLong; ///< once for each such line
-        std::function<void()> end; ///< the other end is gone, with a line begun or not
+        std::function<void(const std::string&)> line; ///< a message without its line's end
+        std::function<void()> tooLong; ///< once for each line that exceeds the limit
+        std::function<void()>
+            end; ///< the other end has closed; a line that it had begun is dropped
     };
 
-    /// Takes the socket, which does not block.
+    /// Takes over the socket, which must not block. The limit is in bytes.
     LineConnection(int socket, size_t limit, Callbacks callbacks);
     LineConnection(const LineConnection&) = delete;
     LineConnection& operator=(const LineConnection&) = delete;
@@ -43,9 +44,10 @@ private:
     Callbacks _callbacks;
     Ecore_Fd_Handler* _handler;
     std::string _in;
-    bool _isSkipping = false; ///< the rest of a line that is too long
+    bool _isSkipping = false; ///< while the rest of a line that is too long is dropped
     std::string _out;
-    bool* _isDestroyed = nullptr; ///< set while callbacks run
+    bool* _isDestroyed
+        = nullptr; ///< while callbacks run: what the destructor sets for their caller
 };
 
 } // namespace app

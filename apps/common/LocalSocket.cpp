@@ -43,7 +43,8 @@ int openFolder(const std::string& folder)
 
 int makeSocket() { return socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
 
-// An address holds 107 characters, which a path may exceed; the open folder's is short.
+// An address holds 107 characters, and a folder's path may have more. By the open folder's
+// descriptor the same file has a short path.
 sockaddr_un addressIn(const Descriptor& folder, const char* name)
 {
     sockaddr_un address = {};

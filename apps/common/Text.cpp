@@ -14,7 +14,7 @@ struct Character {
     bool isValid = false;
 };
 
-// The character at a position before the text's end. One that is not UTF-8 is one byte long.
+// The character that begins at that byte of the text. A byte that is not UTF-8 counts as one.
 Character characterAt(const std::string& text, size_t at)
 {
     const auto lead = static_cast<unsigned char>(text[at]);
@@ -39,7 +39,8 @@ Character characterAt(const std::string& text, size_t at)
 
 bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
 
-// Separators of lines and paragraphs; marks that reorder the text behind them.
+// Control characters, separators of lines and paragraphs, and marks that reorder the text after
+// them.
 bool disturbsTheLine(char32_t code)
 {
     return isControl(code) || code == 0x2028 || code == 0x2029 || (code >= 0x202A && code <= 0x202E)

@@ -22,7 +22,7 @@ bool isDecimal(const std::string& text)
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-// The number, or -1 for a text that is none or above INT_MAX.
+// The decimal number that the text is; -1 when it is none or above INT_MAX.
 int decimal(const std::string& text)
 {
     const size_t longest = 10;
@@ -42,7 +42,7 @@ int weekday(const std::string& name)
         + "; days are mon tue wed thu fri sat sun, as in mon-fri or sat,sun, or daily, or once");
 }
 
-// The bits of "mon" or "fri-mon".
+// The bits of the weekdays in a text such as "mon" or "fri-mon".
 int weekdaysOfRange(const std::string& range)
 {
     const size_t dash = range.find('-');
@@ -118,8 +118,8 @@ int parseId(const std::string& text, const std::string& command)
 std::string parseName(const std::string& text)
 {
     if (!isCleanText(text)) {
-        throw badInput(
-            "a name is UTF-8 text on one line, without control characters or marks that turn it");
+        throw badInput("a name is UTF-8 text on one line, without control characters or marks that "
+                       "reorder it");
     }
     return text;
 }
@@ -135,7 +135,7 @@ std::string parseTone(const std::string& text)
     if (!isCleanText(path)) {
         throw badInput(
             "the path of a tone is UTF-8 text on one line, without control characters or marks"
-            " that turn it");
+            " that reorder it");
     }
     return path;
 }
@@ -153,7 +153,7 @@ std::string daysText(const Days& days)
         return "once";
     if ((days.weekdays & kEveryDay) == kEveryDay)
         return "daily";
-    // From Monday to Sunday; three days and more in a row are a range.
+    // Days are named from Monday to Sunday, three or more in a row as a range.
     const auto isSet = [&days](int fromMonday) {
         return fromMonday < kDays && (days.weekdays & 1 << (fromMonday + 1) % kDays) != 0;
     };

@@ -25,7 +25,7 @@ void setLink(bool isUp)
     (void)vconf_set_bool(VCONFKEY_WMS_WMANAGER_CONNECTED, isUp);
 }
 
-// As a message that arrives starts the watch's service.
+// On a watch, a message that arrives from the phone starts the service.
 void wakeService()
 {
     (void)app_control_send_launch_request(app::makeControl(kServiceId).get(), nullptr, nullptr);
@@ -88,7 +88,8 @@ unsigned char Device::_tryCb(void* data)
     return ECORE_CALLBACK_RENEW;
 }
 
-// What the main loop calls throws nothing into it. The watch tells again what was not answered.
+// No exception may reach the main loop. A message that was not answered because of one is sent
+// again by the watch on the next connection.
 template <typename Action>
 void Device::_attempt(Action action)
 {
@@ -108,7 +109,7 @@ void Device::_drop()
     _isHeard = false;
 }
 
-// Nobody is heard while the link is down.
+// While the link is down the watch closes every connection.
 void Device::_try()
 {
     if (!AlarmSyncUtil::isBtConnected())

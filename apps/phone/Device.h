@@ -12,9 +12,9 @@
 #include <vector>
 
 /**
- * The phone: its alarms, and its end of the link. When it is to be connected it sets the device's
- * settings so; while they are, it wakes the watch's service, and connects again whenever the link
- * was lost. Main loop only.
+ * The simulated phone: its alarms, and its end of the link to the watch. connect() sets the
+ * device's settings that say that a phone is near. While they say so, the phone starts the watch's
+ * service when nobody listens, and connects again whenever the connection is lost. Main loop only.
  */
 class Device {
 public:
@@ -26,7 +26,8 @@ public:
     const PhoneBook& book() const { return _book; }
     const TalkLog& log() const { return _log; }
 
-    /// Becomes the watch's phone, of that maker, for the first time.
+    /// Becomes the watch's phone, of that maker, as if the two had never met. It is not connected
+    /// then.
     void pair(const std::string& vendor);
     void connect();
     void disconnect();
@@ -34,11 +35,11 @@ public:
     bool isHeard() const { return _isHeard; }
     bool isConnected() const { return _connection != nullptr; }
 
-    /// Changes of the phone's user: the watch is told when it is near.
+    /// Changes by the phone's user. The watch is told at once when it is connected, else later.
     int add(const AlarmDbData& alarm);
     void change(int number, const AlarmDbData& alarm);
 
-    /// Sends bytes as they are; nowhere when it is not connected.
+    /// Sends the bytes as they are. The phone must be connected.
     void send(const std::string& bytes);
 
 private:
@@ -56,6 +57,6 @@ private:
     PhoneBook _book;
     TalkLog _log;
     std::unique_ptr<app::LineConnection> _connection;
-    Ecore_Timer* _timer = nullptr; ///< while it tries to connect
+    Ecore_Timer* _timer = nullptr; ///< runs while the phone tries to connect
     bool _isHeard = false;
 };

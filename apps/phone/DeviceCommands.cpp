@@ -20,7 +20,7 @@ const char* const kOurVendor = "velmora";
 
 using Words = std::vector<std::string>;
 
-/// What add and edit are told about an alarm.
+/// The options of add and edit, each empty when it was not given.
 struct Options {
     std::optional<ClockTime> time;
     std::optional<int> inSeconds;
@@ -92,7 +92,7 @@ void setNextAlert(AlarmDbData& alarm)
     alarm.mobileAlertTime = static_cast<unsigned long long>(next) * 1000;
 }
 
-// Of a one-shot, whose day may be another than the next.
+// Whether the alarm is a one-shot whose instant is still to come, on whatever day that is.
 bool isAhead(const AlarmDbData& alarm)
 {
     const auto now = static_cast<unsigned long long>(companion::currentTime());
@@ -131,7 +131,7 @@ std::string lineOf(int number, const AlarmDbData& alarm)
     return line + (alarm.name.empty() ? "" : "  " + printable(alarm.name)) + '\n';
 }
 
-/// One command, with the words that follow it.
+/// Runs one command with the words that follow its name. Each function returns what is printed.
 class Command {
 public:
     Command(Device& device, Words words)

@@ -5,10 +5,10 @@
 #include <vector>
 
 /**
- * The phone's own alarms and what it knows of its watch, in a file of its own. Alarms are numbered
- * from 1 in the order in which they were made. A deleted one keeps its place, so that a change of
- * the watch that comes later finds it deleted. A change that cannot be stored throws a Failure and
- * is not done.
+ * The phone's alarms, and what it knows of its watch, kept in a file. Alarms are numbered from 1 in
+ * the order in which they were made. A deleted alarm keeps its number and place, so that a later
+ * message of the watch about it finds it deleted. A change that cannot be stored is not made: it
+ * throws a Failure.
  */
 class PhoneBook {
 public:
@@ -17,29 +17,33 @@ public:
 
     const std::vector<AlarmDbData>& alarms() const { return _state.alarms; }
 
-    /// The alarm of a number; null when there is none.
+    /// The alarm of that number; null when there is none or it is deleted.
     const AlarmDbData* find(int number) const;
 
     /// How many there are, without the deleted ones.
     unsigned count() const;
 
-    /// Adds an alarm, of which only uuid and times are made here; the result is its number.
+    /// Adds an alarm with a new uuid and the present as its times of creation and change. Returns
+    /// its number.
     int add(AlarmDbData alarm);
 
-    /// Puts a changed alarm in the place of the one of that number.
+    /// Replaces the alarm of that number, with a time of change later than before.
     void change(int number, AlarmDbData alarm);
 
-    /// Takes what the watch says of some alarms. Each side's later change counts; when that was the
-    /// phone's, the watch is to fetch it, so it counts as another change.
+    /// Takes over alarms that the watch has changed, but for those that the phone has changed
+    /// later. If there are any of these, sequence() goes up, which makes the watch ask for the
+    /// list.
     void merge(const std::vector<AlarmDbData>& alarms);
 
-    /// Forgets the watch: the next connection is a first one.
+    /// Makes a new pairing, so that the next connection is a first one.
     void pair();
+
+    /// Notes that the watch has answered the first connection.
     void meet();
 
     int pairing() const { return _state.pairing; } ///< 0: never paired
     int sequence() const { return _state.sequence; } ///< how often the alarms were changed here
-    bool hasMet() const { return _state.hasMet; } ///< since it was paired
+    bool hasMet() const { return _state.hasMet; } ///< the watch has answered since the pairing
 
 private:
     struct State {
@@ -52,5 +56,5 @@ private:
     void _save(State changed);
 
     std::string _path;
-    State _state; ///< as the file has it
+    State _state; ///< what the file holds
 };

@@ -37,7 +37,7 @@ std::string elementsOf(JsonArray* array)
     return result + "\n      ]";
 }
 
-// The members of the message and the elements of its list on lines of their own.
+// The message with each member, and each element of a list, on a line of its own.
 std::string pretty(const std::string& json)
 {
     const Parser parser(json_parser_new(), g_object_unref);

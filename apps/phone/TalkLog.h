@@ -11,7 +11,8 @@ public:
     void addReceived(const std::string& message) const { _add("watch -> phone", message); }
     void addNote(const std::string& text) const { _add("", text); }
 
-    /// All of it, for a reader: a message's members on lines of their own, an alarm on one.
+    /// The whole conversation, fit to read: each member of a message, and each alarm, on its own
+    /// line.
     std::string text() const;
 
 private:

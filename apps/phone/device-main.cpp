@@ -1,4 +1,4 @@
-// The simulated phone: stays from its first command to the session's end.
+// The simulated phone. It runs from the first command that asks it to the end of the session.
 #include "common/Failure.h"
 #include "Device.h"
 #include "DeviceCommands.h"
@@ -12,7 +12,7 @@ namespace {
 
 using DevicePtr = std::unique_ptr<Device>;
 
-// It lives as long as the main loop.
+// The Device uses the main loop, so it is made and destroyed while that runs.
 bool createCb(void* data)
 {
     try {

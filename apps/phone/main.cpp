@@ -1,4 +1,4 @@
-// The command that shows and handles the simulated phone.
+// The command that controls the simulated phone.
 #include "common/Failure.h"
 #include "common/HeapText.h"
 #include "Requests.h"
@@ -13,17 +13,18 @@ namespace {
 
 const char* const kHelp = R"(phone: a simulated phone beside the watch, with alarms of its own
 
-  phone pair [--vendor NAME]       becomes the watch's phone; of the watch's make, velmora, when no
-                                   other maker is named. It is not connected then
-  phone connect, phone disconnect  comes near, and stays connected until it goes away
+  phone pair [--vendor NAME]       make it the watch's phone, not connected yet; its maker is
+                                   velmora, as the watch's, unless NAME is given
+  phone connect, phone disconnect  bring it near the watch, to stay connected, or take it away
   phone add TIME|--in TIME [--days DAYS] [--name TEXT]
-                                   a new alarm; the watch takes 1000
+                                   add an alarm; the watch takes at most 1000
   phone edit N [TIME|--in TIME] [--days DAYS] [--name TEXT]
-  phone on N, phone off N          switches an alarm
-  phone remove N                   deletes one
-  phone list                       its alarms
-  phone log                        what it and the watch have said to each other
-  phone send FILE                  sends the bytes of a file to the watch
+                                   change alarm N
+  phone on N, phone off N          switch alarm N on or off
+  phone remove N                   delete alarm N
+  phone list                       list the phone's alarms
+  phone log                        print what the phone and the watch have said to each other
+  phone send FILE                  send the bytes of a file to the watch
 
 TIME is 00:00 to 23:59, after --in 5s, 10m or 2h; DAYS are mon-fri, or sat,sun, or daily, or once.
 Exit status: 0 done, 1 not done, 2 the command line is wrong; nothing was changed then.
@@ -37,7 +38,7 @@ std::string print(const requests::Result& result)
     return result.out;
 }
 
-// The phone connects while it goes on answering.
+// The phone answers with an empty text until the watch has answered it, so it is asked until then.
 void connect(const std::vector<std::string>& arguments)
 {
     const int tries = 200;
@@ -56,7 +57,7 @@ void run(std::vector<std::string> arguments)
         fputs(kHelp, stdout);
         return;
     }
-    // The phone has a working directory of its own.
+    // The phone's working directory is another, so a file is told by its whole path.
     if (arguments.size() == 2 && arguments[0] == "send") {
         const std::string path = app::takeText(realpath(arguments[1].c_str(), nullptr));
         arguments[1] = path.empty() ? arguments[1] : path;
