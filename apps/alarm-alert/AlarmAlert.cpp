@@ -30,7 +30,7 @@ companion::Found findRinging(int alarmMgrId, AlarmDbData& alarm)
     return companion::findRegisteredAlarm(alarmMgrId, alarm);
 }
 
-// In place of a record that cannot be read.
+// What rings when the record of a registration cannot be read: an alarm of the usual values.
 AlarmDbData newAlarm(int alarmMgrId)
 {
     AlarmDbData alarm;
@@ -111,7 +111,8 @@ void AlarmAlert::ring(int alarmMgrId, const timespec& began)
     const companion::Found found = findRinging(alarmMgrId, alarm);
     if (found == companion::Found::No) {
         dlog_print(DLOG_WARN, kTag, "no alarm for the registration %d: it is gone", alarmMgrId);
-        // Whoever registered it died before the alarm was stored, or was removed for good.
+        // The process that registered the alarm was killed before it stored the record, or the
+        // record was removed for good. The registration would ring again next week.
         (void)alarm_cancel(alarmMgrId);
         return;
     }
@@ -122,7 +123,8 @@ void AlarmAlert::ring(int alarmMgrId, const timespec& began)
         dlog_print(DLOG_INFO, kTag, "alarm %d is off", alarm.id);
         return;
     }
-    // What it was last time may have been silenced, by a recording or by who took the focus.
+    // The sound of this alarm's last ring may have been silenced since, by a recording or by a
+    // process that took the sound focus; it begins anew.
     if (_sound.registration() == alarmMgrId)
         _sound.stop();
     _rings.erase(std::remove_if(_rings.begin(), _rings.end(),
@@ -146,7 +148,8 @@ AlarmAlert::Answer AlarmAlert::snooze()
 {
     if (!isRinging())
         return { -1, kNothingRings };
-    // At once, by what is known: the store may have to be waited for, and may yet say no.
+    // Silence first, by what was last read of the alarm: the store may have to be waited for. It
+    // may also refuse the snooze; sound() lets the alarm be heard again then.
     if (refusal(_rings.back().alarm).empty())
         _sound.stop();
     _readUnknown();
@@ -213,7 +216,7 @@ void AlarmAlert::sound()
         _sound.play(_rings.back().alarm);
 }
 
-// Finds out which alarms those are that rang without their records.
+// Looks once more for the records of alarms that ring without one.
 void AlarmAlert::_readUnknown()
 {
     for (Ring& ring : _rings) {

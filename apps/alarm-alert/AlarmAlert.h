@@ -25,7 +25,7 @@ public:
     AlarmAlert() = default;
     AlarmAlert(const AlarmAlert&) = delete;
     AlarmAlert& operator=(const AlarmAlert&) = delete;
-    ~AlarmAlert(); ///< with it ends what still rings
+    ~AlarmAlert(); ///< ends what still rings
 
     bool isRinging() const { return !_rings.empty(); }
 
@@ -63,7 +63,7 @@ private:
 
     void _readUnknown();
     void _end(int alarmMgrId);
-    void _tell() const; ///< others what rings
+    void _tell() const; ///< tells other processes what rings
 
     std::vector<Ring> _rings; ///< the newest last
     AlertSound _sound;

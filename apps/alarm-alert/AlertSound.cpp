@@ -12,15 +12,16 @@
 
 namespace {
 
-// The package's preference with the alarm volume to come back to, -1 while it is in place.
+// The package's preference that keeps the watch's alarm volume while an alarm has its own; -1
+// otherwise.
 const char* const kVolumeKey = "alarmVolumeBefore";
 
 const char* const kTag = "alarm-alert";
 
 const char* const kSpeakerFeature = "http://developer.velmora.com/tizen/feature/speaker";
 
-// Before the first trial of a tone, so that the alarm itself is not heard later for it. It doubles
-// with each that fails.
+// The pause before the first trial of a tone, so that the trial does not delay the alarm's own
+// sound. It doubles with each trial that fails.
 const double kTrialDelay = 0.3; // seconds
 const int kMostDoublings = 4;
 
@@ -35,7 +36,7 @@ int currentVolume()
     return volume;
 }
 
-// What an alert left there that was killed.
+// Puts back the volume that an alert had changed when it was killed.
 int volumeLeft()
 {
     int volume = -1;
@@ -51,7 +52,7 @@ bool hasMelody(const AlarmDbData& alarm)
 
 bool hasSpeaker()
 {
-    bool speaker = true; // where the device does not say
+    bool speaker = true; // a device that does not say has one
     (void)system_info_get_custom_bool(kSpeakerFeature, &speaker);
     return speaker;
 }
@@ -76,7 +77,7 @@ void AlertSound::prepare()
 void AlertSound::play(const AlarmDbData& alarm)
 {
     stop();
-    // First, as the alert may be killed at any moment after the volume has changed.
+    // The preference comes before the volume changes: the alert may be killed right after.
     const int left = volumeLeft();
     _volumeBefore = left >= 0 ? left : currentVolume();
     if (_volumeBefore != left)
@@ -96,7 +97,7 @@ void AlertSound::_begin(const AlarmDbData& alarm)
         return;
     AlarmDbData played = alarm;
     if (!ecore_file_exists(alarm.tone.c_str()))
-        played.tone = AlarmDbData().tone; // the player's own choice
+        played.tone = AlarmDbData().tone; // the default tone
     _try(played, 0);
 }
 
@@ -129,11 +130,11 @@ void AlertSound::stop()
 {
     if (!_player)
         return;
-    // Waits for nobody. A sound server that hangs holds up the player's end, which would end the
-    // vibration too.
+    // The vibration is ended by itself, without a wait: a sound server that hangs holds up the end
+    // of the player, which would end the vibration too.
     (void)feedback_stop();
-    // The player's end is silent at once, while its stop() waits for the main loop. Only then the
-    // volume, which may be much louder than the tone.
+    // The player's destructor is silent when it returns, its stop() only when the main loop has
+    // run. The volume comes back after the silence, since it may be much louder than the tone was.
     _trial.reset();
     _player.reset();
     _registration = -1;

@@ -9,25 +9,26 @@ struct AlarmDbData;
 class ClockSoundPlayer;
 
 /**
- * What is heard and felt of an alarm: it begins softly and rises to the alarm's volume. The
- * watch's alarm volume is what it was when it is over, also when an alert was killed meanwhile.
- * Main loop only.
+ * The tone and the vibration of an alarm: the tone begins softly and rises to the alarm's volume.
+ * When the alarm is over, the watch's alarm volume is what it was before, also when an alert was
+ * killed meanwhile. Main loop only.
  */
 class AlertSound {
 public:
     AlertSound();
     AlertSound(const AlertSound&) = delete;
     AlertSound& operator=(const AlertSound&) = delete;
-    ~AlertSound(); ///< stops it
+    ~AlertSound(); ///< stops the sound
 
     /// Lets the platform get ready to play, beside what the caller does next.
     void prepare();
 
-    /// Instead of what plays. A tone that cannot be played is replaced by the default one, which
-    /// may take some seconds; as long as that cannot either, the alarm rings without a tone.
+    /// Plays the alarm in place of what plays now. A tone that cannot be played is replaced by the
+    /// default one, which may take some seconds; while that cannot be played either, the alarm
+    /// rings without a tone.
     void play(const AlarmDbData& alarm);
 
-    /// Silent and still when it returns.
+    /// Ends tone and vibration. They have ended when it returns.
     void stop();
 
     /// The platform's id of the alarm that plays; -1 when none does.

@@ -38,7 +38,7 @@ bool ToneTrial::_lookCb(void* data)
     const bool isUnplayable = self._isUnplayable;
     if (!isUnplayable && !self._isReady())
         return true;
-    // Last, as it may end the trial.
+    // The call comes last: it may destroy the trial.
     const std::function<void(bool)> done = self._done;
     done(!isUnplayable);
     return false;

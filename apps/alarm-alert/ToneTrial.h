@@ -8,13 +8,13 @@
 #include <string>
 
 /**
- * Tells whether a tone can be played, which the alarm's own player only logs: by letting a player
- * of its own get it ready, silently. Main loop only.
+ * Tells whether a tone can be played, by letting a player of its own get the tone ready, silently.
+ * The library's player only logs that it cannot. Main loop only.
  */
 class ToneTrial {
 public:
     /// Begins after the delay, in seconds, and calls done once, when the tone has turned out to be
-    /// playable or not. It may end the trial.
+    /// playable or not. done may destroy the trial.
     ToneTrial(const std::string& tone, double delay, std::function<void(bool isPlayable)> done);
     ToneTrial(const ToneTrial&) = delete;
     ToneTrial& operator=(const ToneTrial&) = delete;

@@ -1,4 +1,6 @@
 #include "AlarmAlert.h"
+#include "common/HeapText.h"
+#include "common/Request.h"
 
 #include <AlarmReading.h>
 #include <AlertState.h>
@@ -6,43 +8,30 @@
 #include <app_alarm.h>
 #include <app_preference.h>
 #include <cstdlib>
-#include <cstring>
 #include <dlog.h>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace {
 
 const char* const kTag = "alarm-alert";
 
-using Text = std::unique_ptr<char, void (*)(void*)>;
-
-Text operationOf(app_control_h request)
+std::string operationOf(app_control_h request)
 {
-    char* text = nullptr;
-    (void)app_control_get_operation(request, &text);
-    return { text, free };
-}
-
-Text alarmOf(app_control_h request)
-{
-    char* text = nullptr;
-    (void)app_control_get_extra_data(request, APP_CONTROL_DATA_ALARM_ID, &text);
-    return { text, free };
+    char* operation = nullptr;
+    (void)app_control_get_operation(request, &operation);
+    return app::takeText(operation);
 }
 
 void reply(app_control_h request, const AlarmAlert::Answer& answer)
 {
-    app_control_h made = nullptr;
-    if (app_control_create(&made) != APP_CONTROL_ERROR_NONE)
-        return;
-    const std::unique_ptr<app_control_s, int (*)(app_control_h)> control(made, app_control_destroy);
+    const app::Control made = app::makeControl();
     if (answer.id >= 0)
-        (void)app_control_add_extra_data(
-            made, companion::kAlarmExtra, std::to_string(answer.id).c_str());
+        app::addExtra(made, companion::kAlarmExtra, std::to_string(answer.id));
     if (!answer.reason.empty())
-        (void)app_control_add_extra_data(made, companion::kReasonExtra, answer.reason.c_str());
-    (void)app_control_reply_to_launch_request(made, request,
+        app::addExtra(made, companion::kReasonExtra, answer.reason);
+    (void)app_control_reply_to_launch_request(made.get(), request,
         answer.reason.empty() ? APP_CONTROL_RESULT_SUCCEEDED : APP_CONTROL_RESULT_FAILED);
 }
 
@@ -50,7 +39,7 @@ void endWhenQuiet(const AlarmAlert& alert)
 {
     if (alert.isRinging())
         return;
-    // An alert that was killed may have left an alarm there that is off or gone now.
+    // An alert that was killed may have left an alarm named as ringing that is off or gone now.
     companion::setRingingAlarms({});
     ui_app_exit();
 }
@@ -73,22 +62,23 @@ void appControlCb(app_control_h request, void* data)
     clock_gettime(CLOCK_REALTIME, &began);
 
     AlarmAlert& alert = alertOf(data);
-    const Text alarm = alarmOf(request);
+    const std::optional<std::string> alarm = app::extraOf(request, APP_CONTROL_DATA_ALARM_ID);
     if (alarm)
         alert.prepareSound();
-    // Not later, when an answer to what rings would have to wait for the store.
+    // The store is looked into before the first alarm rings, so that an answer to one that rings
+    // does not have to wait for it.
     if (!alert.isRinging()) {
         companion::start();
         for (const char* key : companion::kChangedKeys)
             (void)preference_set_changed_cb(key, storeChangedCb, data);
         alert.resume();
     }
-    const Text operation = operationOf(request);
+    const std::string operation = operationOf(request);
     if (alarm) {
-        alert.ring(static_cast<int>(strtol(alarm.get(), nullptr, 10)), began);
-    } else if (operation && strcmp(operation.get(), companion::kSnoozeOperation) == 0) {
+        alert.ring(static_cast<int>(strtol(alarm->c_str(), nullptr, 10)), began);
+    } else if (operation == companion::kSnoozeOperation) {
         reply(request, alert.snooze());
-    } else if (operation && strcmp(operation.get(), companion::kDismissOperation) == 0) {
+    } else if (operation == companion::kDismissOperation) {
         reply(request, alert.dismiss());
     } else {
         dlog_print(DLOG_WARN, kTag, "a launch request without an alarm");
@@ -97,7 +87,7 @@ void appControlCb(app_control_h request, void* data)
     alert.sound();
 }
 
-// The last moment with a main loop, of which the sound has timers.
+// The sound has timers on the main loop, which is still there at this moment and not later.
 void terminateCb(void* data)
 {
     for (const char* key : companion::kChangedKeys)

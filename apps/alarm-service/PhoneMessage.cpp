@@ -1,6 +1,7 @@
 #include "PhoneMessage.h"
 
 #include "common/Failure.h"
+#include "common/PhoneLink.h"
 #include "common/Text.h"
 
 #include <AlarmJsonParser.h>
@@ -28,8 +29,8 @@ const int64_t kHighest = INT32_MAX;
 
 const size_t kLongestEscape = 6; ///< of a byte
 const size_t kOtherMembers = 512; ///< with their names, ample
-static_assert(companion::kMostPhoneAlarms
-            * (kLongestEscape * (kLongestUuid + companion::kLongestTitle) + kOtherMembers)
+static_assert(
+    app::kMostPhoneAlarms * (kLongestEscape * (kLongestUuid + app::kLongestTitle) + kOtherMembers)
         < kLongestPhoneMessage,
     "a message with the most alarms is read");
 
@@ -233,7 +234,7 @@ void checkAlarm(const Json& alarm, std::set<std::string>& uuids)
     checkTime(alarm, "created_time");
     checkTime(alarm, "alerttime", kAlertNow, kLatestAlert);
     if (const Json* title = memberOf(alarm, "title", &Json::is_string))
-        checkLength(*title, "title", companion::kLongestTitle);
+        checkLength(*title, "title", app::kLongestTitle);
     const int minutes = 60;
     if (requiredNumber(alarm, "alarm_time", 0, 2359) % 100 >= minutes)
         throw badInput("alarm_time is out of range");
@@ -245,9 +246,8 @@ void checkAlarm(const Json& alarm, std::set<std::string>& uuids)
 size_t checkList(const Json& message)
 {
     const Json& list = requiredMember(message, "list", &Json::is_array);
-    if (list.size() > companion::kMostPhoneAlarms)
-        throw badInput(
-            "list has more than " + std::to_string(companion::kMostPhoneAlarms) + " alarms");
+    if (list.size() > app::kMostPhoneAlarms)
+        throw badInput("list has more than " + std::to_string(app::kMostPhoneAlarms) + " alarms");
     std::set<std::string> uuids;
     for (const Json& alarm : list) {
         if (!alarm.is_object())

@@ -88,7 +88,8 @@ private:
         }
     }
 
-    // A whole list is what the phone has now; a single change may have been on its way for long.
+    // Whether what the phone says is older than what is stored. A whole list is what the phone has
+    // now; a single change may have been on its way for long.
     bool _isOlder(const AlarmDbData& phones, const AlarmDbData& stored) const
     {
         if (stored.isNeedToSync)

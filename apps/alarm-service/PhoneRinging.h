@@ -20,11 +20,11 @@ public:
     PhoneRinging& operator=(const PhoneRinging&) = delete;
     ~PhoneRinging() { stop(); }
 
-    /// Registers or cancels the alarms of which that is not right, now and from time to time. To be
-    /// called when the alarms, the phone's make or the user's wish may have changed.
+    /// Registers alarms that are to ring and cancels those that are not, now and from time to time.
+    /// To be called when the alarms, the phone's make or the user's setting may have changed.
     void follow();
 
-    /// Before the main loop ends.
+    /// Ends the looking. To be called before the main loop ends.
     void stop();
 
 private:

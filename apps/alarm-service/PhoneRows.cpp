@@ -12,7 +12,8 @@ namespace {
 const char* const kTag = "alarm-service";
 const int kTries = 4;
 
-// A one-shot's day is worked out here, so the phone's instant counts for it.
+// When the phone means the alarm to ring. The weekday of a one-shot is worked out on the watch, so
+// the phone's instant counts in its place.
 auto timeOf(const AlarmDbData& alarm)
 {
     const bool once = alarm.repeat_once != 0;

@@ -3,6 +3,7 @@
 #include "AlertRequest.h"
 #include "CommandLine.h"
 #include "common/Failure.h"
+#include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "Presentation.h"
 #include "Watch.h"
@@ -78,8 +79,8 @@ void setRingIn(AlarmDbData& alarm, time_t instant)
     alarm.repeatWeekly = companion::weekdayBit(instant);
 }
 
-// An alarm is known by its time of day, which the second pass of a doubled hour does not have
-// alone.
+// When clocks are set back an hour comes twice, and an alarm, which is registered by its time of
+// day, rings in the first. So an instant in the second is refused.
 void checkRingIn(const std::optional<int>& seconds)
 {
     if (!seconds)
@@ -92,7 +93,7 @@ void checkRingIn(const std::optional<int>& seconds)
         + " comes twice, and an alarm rings the first time only");
 }
 
-// Whether that sets when the alarm rings.
+// Gives the alarm what the options name. Answers whether they set when it rings.
 bool apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
 {
     alarm.name = options.name.value_or(alarm.name);
@@ -143,13 +144,12 @@ void change(const CommandLine& line, const companion::Edit& edit)
     printResult(line, alarm, alarmForecast(alarm, companion::currentTime()));
 }
 
-// The phone would refuse it.
+// The phone refuses a name that is longer.
 void checkName(const std::optional<std::string>& name, const AlarmDbData& alarm)
 {
-    if (name && name->size() > companion::kLongestTitle
-        && alarm.deviceType == companion::kPhoneDevice) {
+    if (name && name->size() > app::kLongestTitle && alarm.deviceType == companion::kPhoneDevice) {
         throw badInput("the name of a phone's alarm has at most "
-            + std::to_string(companion::kLongestTitle) + " bytes");
+            + std::to_string(app::kLongestTitle) + " bytes");
     }
 }
 
@@ -272,7 +272,8 @@ const Command& findCommand(const std::string& name)
 
 void runCommand(const CommandLine& line)
 {
-    // What rings is ended at once, also when the alarms cannot be read: the alert knows it.
+    // snooze and dismiss ask the alert, which knows what rings: they work though the store does
+    // not.
     const bool isOfAlert = line.command->run == snooze || line.command->run == dismiss;
     if (!isOfAlert) {
         companion::start();

@@ -9,7 +9,7 @@ const std::string kChosen = "<color=#623a9eff>";
 const std::string kOther = "<color=#4f4f4f99>";
 const std::string kEnd = "</color>";
 
-// One made before records had a zone is of the device's.
+// Records of older versions have no zone: they mean the device's.
 AlarmDbData withZone(AlarmDbData alarm)
 {
     if (alarm.timezone.empty())
@@ -63,7 +63,7 @@ std::string localToast(const AlarmDbData& alarm)
     int hours = 0;
     int minutes = 0;
     AlarmStringUtil::getAlertTimeOffset(alarm, days, hours, minutes);
-    // The minute that it is has begun.
+    // Less than a minute is told as one: "in 0 minutes" would sound like a failure.
     if (days <= 0 && hours <= 0 && minutes <= 0)
         minutes = 1;
     std::string text;

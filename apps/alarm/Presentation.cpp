@@ -34,7 +34,8 @@ std::string instantText(time_t instant)
     return formatted(instant, instant % 60 == 0 ? "%a %e %b %H:%M" : "%a %e %b %H:%M:%S");
 }
 
-// One that was just set to a later time is not, though the alert may not have heard of it.
+// An alarm that was just set to a later time does not ring any more, though the alert may not have
+// heard of the change yet.
 bool isRinging(const AlarmDbData& alarm, time_t now)
 {
     if (!alarm.enable || now < companion::dueInstant(alarm))
@@ -54,7 +55,7 @@ std::string stateOf(const AlarmDbData& alarm, time_t now)
     return alarm.count > 0 ? "snoozed" : "on";
 }
 
-// Of one that is silent.
+// Why an alarm that is on will not ring.
 std::string silenceReason(const AlarmDbData& alarm)
 {
     if (!AlarmSyncUtil::_isConnectedWithOurCompany())

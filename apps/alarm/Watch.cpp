@@ -34,14 +34,16 @@ std::optional<AlarmsById> readAlarms()
     return byId;
 }
 
-// A save that took a new modification time changed something; a library's client need not take one.
+// Each save of the companion gives a new modification time. Another writer may not, so all that is
+// shown of an alarm is compared too.
 bool isChanged(const AlarmDbData& before, const AlarmDbData& after)
 {
     const auto shown = [](const AlarmDbData& alarm) { return alarmJson(alarm, 0); };
     return before.modTime != after.modTime || shown(before) != shown(after);
 }
 
-// Nobody may read what cannot be written, so the watch ends; main() tells.
+// Ends the watch when its output cannot be written, since nobody reads it then. main() tells the
+// user.
 void flush()
 {
     if (fflush(stdout) != 0)
@@ -58,7 +60,7 @@ public:
     Watch& operator=(const Watch&) = delete;
     ~Watch() { _stopTrying(); }
 
-    /// What comes after this is heard, so the callbacks are there by now.
+    /// Shows what there is. The callbacks are registered before, so that no later change is missed.
     void start()
     {
         std::optional<AlarmsById> alarms = readAlarms();

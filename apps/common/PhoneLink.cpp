@@ -1,17 +1,13 @@
 #include "common/PhoneLink.h"
 
+#include "common/HeapText.h"
+
 #include <app_common.h>
-#include <cstdlib>
-#include <memory>
 
 namespace app {
 
 const char* const kPhoneSocket = "phone.sock";
 
-std::string phoneSocketFolder()
-{
-    const std::unique_ptr<char, void (*)(void*)> folder(app_get_shared_trusted_path(), free);
-    return folder ? folder.get() : "";
-}
+std::string phoneSocketFolder() { return takeText(app_get_shared_trusted_path()); }
 
 } // namespace app

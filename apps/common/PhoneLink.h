@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
-/** Where the watch and its simulated phone meet. */
+/** What the watch and its phone have agreed on. */
 namespace app {
 
 /// The phone speaks to the watch over a local socket of this name.
@@ -10,5 +11,11 @@ extern const char* const kPhoneSocket;
 
 /// The socket's folder.
 std::string phoneSocketFolder();
+
+/// A phone alarm's title, in bytes. Either side refuses a longer one.
+inline const size_t kLongestTitle = 1000;
+
+/// The phone's alarms. The watch refuses a list of more.
+inline const size_t kMostPhoneAlarms = 1000;
 
 } // namespace app

@@ -1,6 +1,7 @@
 #include "DeviceCommands.h"
 
 #include "common/Failure.h"
+#include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "common/Values.h"
 #include "Device.h"
@@ -11,7 +12,6 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
-#include <PhoneAlarms.h>
 #include <system_error>
 
 namespace {
@@ -52,8 +52,8 @@ void takeNoMore(const Words& words)
 
 std::string parseTitle(const std::string& text)
 {
-    if (text.size() > companion::kLongestTitle)
-        throw badInput("a name has at most " + std::to_string(companion::kLongestTitle) + " bytes");
+    if (text.size() > app::kLongestTitle)
+        throw badInput("a name has at most " + std::to_string(app::kLongestTitle) + " bytes");
     return parseName(text);
 }
 
@@ -175,8 +175,8 @@ public:
         const Options options = takeOptions(_words);
         if (!options.time && !options.inSeconds)
             throw badInput("add needs a time of day, as 07:30, or --in, as --in 10m");
-        if (_device.book().count() >= companion::kMostPhoneAlarms) {
-            throw badInput("there are " + std::to_string(companion::kMostPhoneAlarms)
+        if (_device.book().count() >= app::kMostPhoneAlarms) {
+            throw badInput("there are " + std::to_string(app::kMostPhoneAlarms)
                 + " alarms, and the watch takes no more");
         }
         AlarmDbData alarm;

@@ -79,7 +79,7 @@ private:
     Saved _find(int id, AlarmDbData& alarm);
     Saved _write(const AlarmDbData& before, AlarmDbData& after, Phone phone, News news);
     Saved _settle(bool isWritten, int former, int fresh, News news);
-    std::vector<AlarmDbData> _row(int id);
+    std::optional<AlarmDbData> _row(int id);
     Saved _giveUp(Saved why);
 
     Saved _state = Saved::Yes;

@@ -1,18 +1,16 @@
 #include "AlarmCompanion.h"
 
 #include "AlarmSaving.h"
+#include "HeapText.h"
 
 #include <app_common.h>
 #include <appcore-common.h>
-#include <cstdlib>
-#include <memory>
-#include <string>
 
 namespace companion {
 
 namespace {
 
-// As AlarmStringUtil finds its texts.
+// The domain in which AlarmStringUtil looks its texts up.
 const char* const kTextDomain = "alarm-merid";
 
 Saved committed(AlarmSaving& saving, Saved changed)
@@ -24,9 +22,9 @@ Saved committed(AlarmSaving& saving, Saved changed)
 
 void useDeviceLanguage()
 {
-    const std::unique_ptr<char, void (*)(void*)> resources(app_get_resource_path(), free);
-    if (resources)
-        (void)appcore_set_i18n(kTextDomain, (resources.get() + std::string("locale")).c_str());
+    const std::string resources = takeText(app_get_resource_path());
+    if (!resources.empty())
+        (void)appcore_set_i18n(kTextDomain, (resources + "locale").c_str());
 }
 
 const char* textOf(Saved result)

@@ -28,7 +28,7 @@ void sortByTime(std::vector<AlarmDbData>& alarms)
 
 } // namespace
 
-// The first read begins the moment.
+// BEGIN itself reads nothing: the moment is that of the first read.
 AlarmReading::AlarmReading(std::chrono::milliseconds patience)
     : _store(openStore(patience))
 {

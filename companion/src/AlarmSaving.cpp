@@ -33,8 +33,8 @@ auto fieldsOf(const AlarmDbData& alarm)
         alarm.contextMgrId);
 }
 
-// When a change that is made now was made: later than what it changes, whatever the clock says,
-// since the phone and the watch keep the later of two changes.
+// The time of a change that is made now. It is later than the time of what it changes, whatever the
+// clock says, since the phone and the watch keep the later of two changes.
 unsigned long long changeTime(const AlarmDbData& before)
 {
     const long long now = AlarmSyncUtil::getCurrentDeviceMilliSecTime();
@@ -54,14 +54,14 @@ bool isNewToPhone(const AlarmDbData& before, const AlarmDbData& after)
     return shown(before) != shown(after) || (hasInstant && before.stime != after.stime);
 }
 
-// False when the alarm service still has the registration. The library would not tell.
+// False when the alarm service may still have the registration, which the library would not tell.
 bool cancel(int registration)
 {
     if (registration <= 0)
         return true;
     const int error = alarm_cancel(registration);
     if (error == ALARM_ERROR_NONE || error == ALARM_ERROR_INVALID_PARAMETER)
-        return true; // or there was none
+        return true; // the second: it knows no such registration
     dlog_print(DLOG_ERROR, kTag, "the registration %d could not be taken back: error %d",
         registration, error);
     return false;
@@ -88,7 +88,7 @@ bool isRegisteredNow(const AlarmDbData& alarm)
 bool registerAlarm(AlarmDbData& alarm)
 {
     AlarmDbData request = alarm;
-    // The platform rings on flagged days only, and a snooze may pass midnight.
+    // The platform rings on flagged days only, and a snooze may end on the day after.
     if (alarm.count > 0)
         request.repeatWeekly |= weekdayBit(dueInstant(alarm));
     const bool done = AlarmManagerModel().registerAlarmToServer(request, isOfPhone(alarm));
@@ -116,8 +116,8 @@ AlarmSaving::AlarmSaving(std::chrono::milliseconds patience)
         _state = _store->code() == SQLITE_BUSY ? Saved::Busy : Saved::NotStored;
         return;
     }
-    // SQLite may undo a transaction whose statement failed; what the library writes then would be
-    // stored at once, and alone.
+    // When a statement fails in some ways, SQLite undoes the transaction at once. Without this hook
+    // the library's next statement would then be stored alone.
     sqlite3_commit_hook(_store->handle(), allowCommit, &_mayCommit);
 }
 
@@ -162,9 +162,9 @@ Saved AlarmSaving::remove(int id, AlarmDbData& alarm)
     removed.mobileModifiedTime = changeTime(alarm);
     _store->model()._updateMobileTime(removed);
     _store->model().removeAlarmData(removed, false, false, true, true);
-    const std::vector<AlarmDbData> row = _row(alarm.id);
-    const bool isMarked = !row.empty() && row[0].isDeleted && row[0].isNeedToSync
-        && row[0].mobileModifiedTime == removed.mobileModifiedTime;
+    const std::optional<AlarmDbData> row = _row(alarm.id);
+    const bool isMarked = row && row->isDeleted && row->isNeedToSync
+        && row->mobileModifiedTime == removed.mobileModifiedTime;
     return _settle(isMarked, alarm.alarm_mgr_id, -1, News::Announced);
 }
 
@@ -177,10 +177,10 @@ Saved AlarmSaving::commit()
     _mayCommit = true;
     if (!_store->run("COMMIT"))
         return _giveUp(_store->code() == SQLITE_BUSY ? Saved::Busy : Saved::NotStored);
-    _state = Saved::NotStored; // what comes after this
+    _state = Saved::NotStored; // the answer to any later change
     _turn.reset();
     _store->model().setNotiFlag(_isNews, _isNews);
-    _store.reset(); // announced here
+    _store.reset(); // the library announces the changes when it closes
     (void)cancelAll(_former);
     (void)cancelAll(_unnamed);
     return Saved::Yes;
@@ -217,7 +217,8 @@ int AlarmSaving::takeModTime()
         return -1;
     const int last = std::max(_modTime, _turn->lastModTime());
     _modTime = std::max(static_cast<int>(currentTime()), last + 1);
-    // A stored alarm may have any, up to the highest, so those are passed over and not followed.
+    // A stored alarm may have any time, up to the highest of all, so the times of stored alarms are
+    // passed over and not followed.
     sqlite3_stmt* made = nullptr;
     (void)sqlite3_prepare_v2(_store->handle(),
         "SELECT mtime FROM alarm WHERE mtime >= ? ORDER BY mtime", -1, &made, nullptr);
@@ -233,9 +234,9 @@ Saved AlarmSaving::insert(AlarmDbData& alarm)
     if (_state != Saved::Yes)
         return _state;
     _store->model().insertAlarmData(alarm, false, false);
-    const std::vector<AlarmDbData> row = _row(alarm.id);
-    const bool isWritten = !row.empty() && fieldsOf(row[0]) == fieldsOf(alarm);
-    return _settle(isWritten, -1, alarm.alarm_mgr_id, News::Announced);
+    const std::optional<AlarmDbData> row = _row(alarm.id);
+    return _settle(
+        row && fieldsOf(*row) == fieldsOf(alarm), -1, alarm.alarm_mgr_id, News::Announced);
 }
 
 Saved AlarmSaving::replace(const AlarmDbData& before, AlarmDbData after, News news)
@@ -250,7 +251,7 @@ Saved AlarmSaving::erase(const AlarmDbData& alarm, News news)
         return _state;
     AlarmDbData erased = alarm;
     _store->model().removeAlarmData(erased, false, false, false, false);
-    const bool isGone = _row(alarm.id).empty() && _store->code() == SQLITE_OK;
+    const bool isGone = !_row(alarm.id) && _store->code() == SQLITE_OK;
     return _settle(isGone, alarm.isDeleted ? -1 : alarm.alarm_mgr_id, -1, news);
 }
 
@@ -281,16 +282,16 @@ Saved AlarmSaving::_find(int id, AlarmDbData& alarm)
     return Saved::Yes;
 }
 
-// The library's own time of a change is the clock's, and it moves with every write of an alarm that
-// the phone is to hear of.
+// With each write of an alarm that the phone is to hear of, the library sets the time of the change
+// to the clock's. So the record's own times are written after it.
 Saved AlarmSaving::_write(const AlarmDbData& before, AlarmDbData& after, Phone phone, News news)
 {
     _store->model().updateAlarmData(after, false, false, phone == Phone::IsToHear, true);
     if (isOfPhone(after))
         _store->model()._updateMobileTime(after);
-    const std::vector<AlarmDbData> row = _row(after.id);
-    const bool isWritten = !row.empty() && fieldsOf(row[0]) == fieldsOf(after);
-    return _settle(isWritten, before.alarm_mgr_id, after.alarm_mgr_id, news);
+    const std::optional<AlarmDbData> row = _row(after.id);
+    return _settle(
+        row && fieldsOf(*row) == fieldsOf(after), before.alarm_mgr_id, after.alarm_mgr_id, news);
 }
 
 Saved AlarmSaving::_settle(bool isWritten, int former, int fresh, News news)
@@ -309,12 +310,12 @@ Saved AlarmSaving::_settle(bool isWritten, int former, int fresh, News news)
     return Saved::Yes;
 }
 
-// Deleted ones too.
-std::vector<AlarmDbData> AlarmSaving::_row(int id)
+// Also a row that is marked as deleted.
+std::optional<AlarmDbData> AlarmSaving::_row(int id)
 {
     std::vector<AlarmDbData> found;
     _store->model().getAlarmListWithIds(found, std::to_string(id));
-    return found;
+    return found.empty() ? std::nullopt : std::optional<AlarmDbData>(found.front());
 }
 
 Saved AlarmSaving::_giveUp(Saved why)

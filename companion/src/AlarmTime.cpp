@@ -1,11 +1,11 @@
 #include "AlarmTime.h"
 
+#include "HeapText.h"
 #include "PhoneAlarms.h"
 
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
 #include <algorithm>
-#include <cstdlib>
 
 namespace companion {
 
@@ -28,7 +28,8 @@ time_t instantOf(time_t local)
         if (instant + zoneOffset(instant) == local)
             return instant;
     }
-    // Skipped: the gap ends after earlier and at later or before.
+    // The clocks skip this wall time. The gap ends after the instant earlier, and at later at the
+    // latest.
     time_t low = earlier;
     time_t high = later;
     while (high - low > 1) {
@@ -61,7 +62,7 @@ WallTime registeredTime(const AlarmDbData& alarm)
     return { alarm.hour, alarm.min, localTime(alarm.stime).tm_sec };
 }
 
-// The phone's one-shots may be of any day. The watch's are of the next one.
+// A one-shot of the phone may be of any day. The watch's own ring within a day.
 bool isOneShotOfPhone(const AlarmDbData& alarm) { return isOfPhone(alarm) && alarm.repeat_once; }
 
 } // namespace
@@ -73,13 +74,7 @@ time_t currentTime()
     return now.tv_sec;
 }
 
-std::string deviceZone()
-{
-    char* zone = AlarmIcuDataModel::getCurrentTimeZone();
-    std::string id = zone;
-    free(zone);
-    return id;
-}
+std::string deviceZone() { return takeText(AlarmIcuDataModel::getCurrentTimeZone()); }
 
 tm localTime(time_t instant)
 {

@@ -15,7 +15,7 @@ const char* const kRingingKey = "alarmRinging";
 
 namespace {
 
-// Of the alarm after which so many began to ring.
+// The preference of the alarm after which so many others began to ring.
 std::string keyOf(size_t place)
 {
     return place == 0 ? kRingingKey : kRingingKey + std::to_string(place + 1);

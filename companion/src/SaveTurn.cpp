@@ -18,7 +18,8 @@ namespace companion {
 namespace {
 
 const char* const kFileName = ".alarm.lock";
-const int kLatest = INT_MAX - 1000000; ///< of a damaged file; there is room for as many after it
+const int kLatest
+    = INT_MAX - 1000000; ///< a later note is damage; so many times can follow this one
 
 } // namespace
 
@@ -44,8 +45,8 @@ SaveTurn::SaveTurn(std::chrono::steady_clock::time_point end)
     _file = std::make_shared<const File>(number);
     if (flock(number, LOCK_EX | LOCK_NB) == 0)
         return;
-    // flock() waits without a bound, so a thread stands in the line. One that is no longer waited
-    // for closes the file when its turn comes.
+    // flock() waits without a bound, so a thread of its own waits in the line. When nobody waits
+    // for that thread any more, it closes the file as soon as its turn comes.
     const auto granted = std::make_shared<std::promise<void>>();
     const std::future<void> turn = granted->get_future();
     try {
@@ -55,7 +56,7 @@ SaveTurn::SaveTurn(std::chrono::steady_clock::time_point end)
             granted->set_value();
         }).detach();
     } catch (const std::system_error&) {
-        return; // no thread: SQLite's lock is waited for
+        return; // without a thread only SQLite's lock is waited for
     }
     if (turn.wait_until(end) != std::future_status::ready) {
         _file.reset();

@@ -7,9 +7,10 @@ namespace companion {
 
 /**
  * The turn of one save among the package's processes, held while the object lives. Processes that
- * wait for it stand in a line, which SQLite's own lock has not: who asks for that one again and
- * again gets it before who has waited longest. What keeps two saves apart is SQLite's lock all the
- * same, so nothing is lost without the turn's file; the line is.
+ * wait for their turn stand in a line that the kernel keeps, the first come first. SQLite's own
+ * lock has no such line: a process that tries it often gets it before one that has waited longer.
+ * It is SQLite's lock that keeps two saves apart, so when the turn's file is missing only the order
+ * is lost.
  *
  * The file also keeps the last modification time that was given.
  */

@@ -1,10 +1,10 @@
 #include "StoreConnection.h"
 
+#include "HeapText.h"
+
 #include <algorithm>
 #include <app_common.h>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -16,7 +16,7 @@ const char* const kFileName = ".alarm.db";
 const int kBusyTimeout = 2000; // milliseconds
 const useconds_t kLongestPause = 20000;
 
-// Without symbolic links, as SQLite gives it.
+// SQLite gives a path in which symbolic links are resolved, so only the name is compared.
 bool isStore(const char* path)
 {
     const char* const name = path ? strrchr(path, '/') : nullptr;
@@ -29,8 +29,8 @@ thread_local StoreConnection* StoreConnection::_opening = nullptr;
 
 std::string dataFile(const char* name)
 {
-    const std::unique_ptr<char, void (*)(void*)> folder(app_get_data_path(), free);
-    return folder ? std::string(folder.get()) + name : "";
+    const std::string folder = takeText(app_get_data_path());
+    return folder.empty() ? "" : folder + name;
 }
 
 std::string storePath() { return dataFile(kFileName); }
@@ -55,13 +55,7 @@ bool StoreConnection::run(const char* statement) const
     return _handle && sqlite3_exec(_handle, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
-int StoreConnection::code() const
-{
-    if (!_handle)
-        return SQLITE_CANTOPEN;
-    const int code = sqlite3_errcode(_handle);
-    return code == SQLITE_ROW || code == SQLITE_DONE ? SQLITE_OK : code;
-}
+int StoreConnection::code() const { return _handle ? sqlite3_errcode(_handle) : SQLITE_CANTOPEN; }
 
 std::string StoreConnection::error() const
 {
@@ -78,7 +72,8 @@ int StoreConnection::_openedCb(sqlite3* connection, char** /*error*/, const void
         connection, _busyCb, const_cast<Time*>(&_opening->_end)); // read only
 }
 
-// Whoever holds the file and is no save of ours is not in the line, so it is looked for.
+// Processes that save with the companion stand in a line. Whoever else has the file tells nobody
+// when it lets go, so the file is tried again and again.
 int StoreConnection::_busyCb(void* end, int tries)
 {
     if (std::chrono::steady_clock::now() >= *static_cast<const Time*>(end))

@@ -15,8 +15,8 @@ std::string dataFile(const char* name);
 /// The path of the file with the alarms.
 std::string storePath();
 
-/// Lets each SQLite connection that the process opens from now on wait while its file is busy, and
-/// not the library beside it.
+/// Lets each SQLite connection that the process opens from now on wait while its file is busy. The
+/// library's own waiting, which would come on top of that, ends.
 void waitOnBusyStore();
 
 /**

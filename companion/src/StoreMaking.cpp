@@ -19,21 +19,16 @@ const useconds_t kSettlePause = 50000;
 
 enum class State { None, Unfinished, Whole };
 
-int noteRow(void* found, int, char**, char**)
+int stopAtRow(void*, int, char**, char**) { return 1; }
+
+// SQLITE_ABORT when the query has a row, SQLITE_OK when it has none.
+int look(sqlite3* store, const char* query)
 {
-    *static_cast<bool*>(found) = true;
-    return 0;
+    return sqlite3_exec(store, query, stopAtRow, nullptr, nullptr);
 }
 
-// The result of the query; found says whether there is a row.
-int look(sqlite3* store, const char* query, bool& found)
-{
-    found = false;
-    return sqlite3_exec(store, query, noteRow, &found, nullptr);
-}
-
-// A file that cannot be read, has alarms or is somebody else's is not taken for unfinished. The
-// library makes table tone last.
+// Unfinished is a file in which nothing can be lost: without tables, or with an empty table alarm
+// alone, as the library makes table tone last. Any other, also one that cannot be read, is Whole.
 State stateOf(const std::string& path)
 {
     sqlite3* opened = nullptr;
@@ -41,18 +36,16 @@ State stateOf(const std::string& path)
     const std::unique_ptr<sqlite3, int (*)(sqlite3*)> store(opened, sqlite3_close);
     if (result != SQLITE_OK)
         return State::None;
-    bool found = false;
-    if (look(opened, "SELECT 1 FROM sqlite_master WHERE name NOT IN ('alarm', 'sqlite_sequence')",
-            found)
-            != SQLITE_OK
-        || found)
+    const char* const others
+        = "SELECT 1 FROM sqlite_master WHERE name NOT IN ('alarm', 'sqlite_sequence')";
+    if (look(opened, others) != SQLITE_OK)
         return State::Whole;
-    const int read = look(opened, "SELECT 1 FROM alarm LIMIT 1", found);
-    const bool isEmpty = read == SQLITE_ERROR || (read == SQLITE_OK && !found);
-    return isEmpty ? State::Unfinished : State::Whole;
+    const int alarms = look(opened, "SELECT 1 FROM alarm");
+    const bool isMissing = alarms == SQLITE_ERROR;
+    return isMissing || alarms == SQLITE_OK ? State::Unfinished : State::Whole;
 }
 
-// Waits while whoever makes the file may still be at it. A process that knows the library alone
+// Waits while another process may still be making the file: one that does not use the companion
 // takes no turn.
 State settledStateOf(const std::string& path)
 {

@@ -117,6 +117,26 @@ TEST_F(AlarmReadingTest, ReadWaitsForWhoHoldsTheStore)
 
     AlarmDbData found;
     EXPECT_EQ(Found::Yes, companion::findAlarm(alarm.id, found));
+    EXPECT_THAT(clockDouble().sleeps, ElementsAre(1000, 2000, 3000));
+}
+
+TEST_F(AlarmReadingTest, WaitsGrowToTwentyMilliseconds)
+{
+    added(ringAt(7, 30));
+    Holder holder(file.path());
+    clockDouble().sleep = [&holder] {
+        if (clockDouble().sleeps.size() == 25)
+            holder.run("COMMIT");
+    };
+
+    EXPECT_TRUE(companion::allAlarms());
+    EXPECT_EQ(20000U, clockDouble().sleeps.back());
+}
+
+TEST_F(AlarmReadingTest, PatienceIsTheOneThatIsPromised)
+{
+    EXPECT_EQ(std::chrono::seconds(2), AlarmReading::kPatience);
+    EXPECT_EQ(std::chrono::seconds(10), companion::AlarmSaving::kPatience);
 }
 
 TEST_F(AlarmReadingTest, DamagedStoreIsUnreadable)

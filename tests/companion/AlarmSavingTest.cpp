@@ -360,6 +360,7 @@ TEST_F(AlarmSavingTest, InstantThatAlwaysGoesByIsGivenUp)
     EXPECT_EQ(Saved::NotRegistered, companion::addAlarm(alarm, inAMinute));
 
     EXPECT_THAT(alarmDouble().scheduled, SizeIs(3));
+    EXPECT_EQ(-1, alarm.alarm_mgr_id);
     EXPECT_THAT(registered(), IsEmpty());
     EXPECT_EQ(0, rowCount());
 }
@@ -583,6 +584,27 @@ TEST_F(AlarmSavingTest, CommitThatReadersKeepWaitingIsUndone)
     EXPECT_EQ(0, rowCount());
     EXPECT_THAT(registered(), IsEmpty());
     EXPECT_THAT(announced(), IsEmpty());
+}
+
+// The alarm service may hang.
+TEST_F(AlarmSavingTest, OthersSaveWhileFormerRegistrationsAreCancelled)
+{
+    const AlarmDbData before = added(ringAt(7, 30));
+    Saved others = Saved::Unreadable;
+    alarmDouble().onCancel = [&others] { others = AlarmSaving(milliseconds(50)).state(); };
+
+    AlarmDbData after;
+    EXPECT_EQ(Saved::Yes, companion::changeAlarm(before.id, ringAt(9, 0), after));
+
+    EXPECT_EQ(Saved::Yes, others);
+}
+
+TEST_F(AlarmSavingTest, FileOfTheTurnIsTheOwnersAlone)
+{
+    added(ringAt(7, 30));
+    struct stat turn = {};
+    ASSERT_EQ(0, stat((file.folder() + ".alarm.lock").c_str(), &turn));
+    EXPECT_EQ(0600U, turn.st_mode & 0777U);
 }
 
 TEST_F(AlarmSavingTest, SavesStayApartWhenTheFileOfTheTurnIsRemoved)
