@@ -323,7 +323,6 @@ Saved AlarmSaving::_giveUp(Saved why)
     _mayCommit = false;
     (void)_store->run("ROLLBACK");
     _store->model().setNotiFlag(false, false);
-    _store.reset();
     _turn.reset();
     const bool areCancelled = cancelAll(_unnamed);
     _state = cancelAll(_named) && areCancelled ? why : Saved::StillRegistered;

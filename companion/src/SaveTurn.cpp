@@ -66,10 +66,10 @@ SaveTurn::SaveTurn(std::chrono::steady_clock::time_point end)
 
 int SaveTurn::lastModTime() const
 {
-    char text[16] = {};
-    if (!_file || pread(_file->number, text, sizeof text - 1, 0) < 0)
+    std::string note(16, '\0');
+    if (!_file || pread(_file->number, note.data(), note.size(), 0) < 0)
         return 0;
-    const long value = strtol(text, nullptr, 10);
+    const long value = strtol(note.c_str(), nullptr, 10);
     return value > 0 && value <= kLatest ? static_cast<int>(value) : 0;
 }
 

@@ -55,7 +55,7 @@ bool StoreConnection::run(const char* statement) const
     return _handle && sqlite3_exec(_handle, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
-int StoreConnection::code() const { return _handle ? sqlite3_errcode(_handle) : SQLITE_CANTOPEN; }
+int StoreConnection::code() const { return sqlite3_errcode(_handle); }
 
 std::string StoreConnection::error() const
 {

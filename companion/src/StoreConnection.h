@@ -38,8 +38,7 @@ public:
 
     bool run(const char* statement) const;
 
-    /// SQLite's code of the last call on the handle, of the library or not: SQLITE_OK when it was
-    /// done, the reads of a whole list too.
+    /// SQLite's code of what was done last, by the library too: SQLITE_OK when it was done whole.
     int code() const;
     std::string error() const;
 

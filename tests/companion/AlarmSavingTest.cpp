@@ -429,7 +429,8 @@ TEST_F(AlarmSavingTest, ModificationTimesOfStoredAlarmsArePassedOver)
 
 TEST_F(AlarmSavingTest, DamagedNoteOfTheLastModificationTimeIsNotFollowed)
 {
-    for (const char* note : { "2147483647\n", "-5\n", "", "rubbish" }) {
+    for (const char* note :
+        { "2147483647\n", "-5\n", "", "rubbish", "99999999999999999999999999999999" }) {
         const int before = std::stoi(file.value("SELECT ifnull(max(mtime), 0) FROM alarm"));
         std::ofstream(file.folder() + ".alarm.lock", std::ios::trunc) << note;
 

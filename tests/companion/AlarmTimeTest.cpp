@@ -51,6 +51,7 @@ TEST_F(AlarmTimeTest, AlarmOfADayRingsInItsMinuteOnThatDay)
         { "second in its minute", "Europe/Berlin", 1780291820, 7, 30, 1780291820 },
         { "late on the day", "Europe/Berlin", 1780348200, 7, 30, 1780291800 },
         { "the day's first second", "Europe/Berlin", 1780264800, 23, 59, 1780351140 },
+        { "midnight", "Europe/Berlin", 1780348200, 0, 0, 1780264800 },
         { "skipped minute", "Europe/Berlin", 1774778400, 2, 30, 1774746000 },
         { "second pass of an hour", "Europe/Berlin", 1792891800, 2, 30, 1792888200 },
         { "skipped midnight", "Asia/Beirut", 1774774800, 0, 0, 1774735200 },
@@ -189,6 +190,9 @@ TEST_F(AlarmTimeTest, OneShotOfThePhoneWaitsForItsInstant)
     AlarmDbData registered = alarm;
     registered.alarm_mgr_id = 1;
     EXPECT_FALSE(companion::awaitedInstant(registered, kNoon));
+    AlarmDbData leftToPhone = alarm;
+    leftToPhone.alarm_mgr_id = 0;
+    EXPECT_EQ(awaited, companion::awaitedInstant(leftToPhone, kNoon));
     AlarmDbData weekly = alarm;
     weekly.repeat_once = 0;
     EXPECT_FALSE(companion::awaitedInstant(weekly, kNoon));

@@ -58,4 +58,6 @@ TEST_F(AlertStateTest, NewestMayHaveNoRowYet)
 
     EXPECT_EQ(-1, companion::ringingAlarm());
     EXPECT_THAT(companion::ringingAlarms(), ElementsAre(3));
+    companion::setRingingAlarms({});
+    EXPECT_THAT(companion::ringingAlarms(), IsEmpty());
 }
