@@ -12,6 +12,7 @@
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::StartsWith;
 namespace fs = std::filesystem;
 
@@ -40,6 +41,23 @@ TEST_F(AlarmScheduleFileTest, WhatIsAnsweredIsOnDisk)
 
     synced.clear();
     EXPECT_TRUE(schedule().cancel(kPackage, id));
+    EXPECT_THAT(synced, Contains(path() + "-wal"));
+}
+
+TEST_F(AlarmScheduleFileTest, AnAlertDoesNotWaitUntilWhatRangIsOnDisk)
+{
+    ringAt(7, 30, kEveryDay);
+    ringAt(7, 31, kEveryDay);
+    passUntil("2026-11-21 07:30:00");
+    runDue();
+    schedule().answered(launches.at(0).id, host::LaunchResult::Delivered, "");
+    passUntil("2026-11-21 07:31:00");
+    synced.clear();
+    whenLaunched = [] { EXPECT_THAT(synced, IsEmpty()); };
+
+    runDue();
+
+    EXPECT_EQ(2u, launches.size());
     EXPECT_THAT(synced, Contains(path() + "-wal"));
 }
 

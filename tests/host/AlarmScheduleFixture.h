@@ -63,7 +63,11 @@ protected:
         launches.clear();
         _schedule = std::make_unique<host::AlarmSchedule>(
             path(), host::Clock{ [this] { return clock; }, [this] { return _elapsed; } }, zone,
-            [this](const host::Launch& launch) { launches.push_back(launch); },
+            [this](const host::Launch& launch) {
+                launches.push_back(launch);
+                if (whenLaunched)
+                    whenLaunched();
+            },
             host::IdMark{ [this] { return idMark; }, [this](int mark) { idMark = mark; } });
     }
 
@@ -124,6 +128,7 @@ protected:
     cctz::time_zone zone = zoneNamed("Europe/Berlin");
     std::int64_t clock = 0;
     std::vector<host::Launch> launches;
+    std::function<void()> whenLaunched;
     std::optional<std::int64_t> next;
     int idMark = 0;
 

@@ -26,10 +26,10 @@ private:
 
 class ApplicationsTest : public EchoFixture {
 protected:
-    /// Registers the application for the next second but one.
-    static void ringSoon(const char* application)
+    /// Registers the application for the next second but one, or for one of those that follow.
+    static void ringSoon(const char* application, int later = 0)
     {
-        EXPECT_GT(registerApplication(application, time(nullptr) + 2, "rings"), 0);
+        EXPECT_GT(registerApplication(application, time(nullptr) + 2 + later, "rings"), 0);
     }
 
     /// A new hostd sends the alert to the process that took the request "first".
@@ -69,6 +69,15 @@ TEST_F(ApplicationsTest, AnAlarmRingsAlthoughAnotherProgramHoldsItsApplicationsN
     EXPECT_TRUE(waitForLog(
         std::string("The name ") + kEcho + " is held by process " + std::to_string(getpid())));
     EXPECT_TRUE(session.tray().empty());
+}
+
+TEST_F(ApplicationsTest, EachAlarmThatRangIsWrittenDown)
+{
+    ringSoon(kEcho);
+    ringSoon(kEcho, 1);
+
+    expectRequests(echo, { "rings", "rings" });
+    EXPECT_TRUE(session.waitFor([this] { return session.alarms().empty(); }));
 }
 
 TEST_F(ApplicationsTest, ALaunchReachesTheApplicationAlthoughAnotherProgramHoldsItsName)

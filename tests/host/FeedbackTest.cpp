@@ -337,8 +337,13 @@ TEST_F(FeedbackTest, TheMachinesOwnVibratorJoinsInWhereThereIsOne)
     EXPECT_TRUE(session.waitFor([&] { return feedbackd.calls.size() == 3; }));
     feedback_stop();
     EXPECT_TRUE(session.waitFor([&] { return feedbackd.calls.size() == 4; }));
+    vibrate(168);
+    EXPECT_TRUE(session.waitFor([&] { return feedbackd.calls.size() == 5; }));
+    feedback_stop();
+    EXPECT_TRUE(session.waitFor([&] { return feedbackd.calls.size() == 6; }));
 
-    EXPECT_THAT(feedbackd.calls, testing::UnorderedElementsAre(asked, "end 1", asked, "end 2"));
+    EXPECT_THAT(feedbackd.calls,
+        testing::UnorderedElementsAre(asked, "end 1", asked, "end 2", asked, "end 3"));
 }
 
 TEST_F(FeedbackTest, HostctlWatches)

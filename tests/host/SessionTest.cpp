@@ -108,6 +108,16 @@ std::string machineZone()
 
 } // namespace
 
+TEST_F(SessionTest, HasOneHostd)
+{
+    const CommandResult second = runCommand({ "hostd" });
+
+    EXPECT_EQ(1, second.status);
+    EXPECT_EQ("hostd: the bus does not give the name com.velmora.host; most likely another hostd "
+              "runs in this session\n",
+        second.err);
+}
+
 TEST_F(SessionTest, AnApplicationIsNamedByItsFile)
 {
     const std::string program = installed("ro/com.velmora.alarm/bin", "com.velmora.alarm-alert");

@@ -413,6 +413,57 @@ TEST_F(SoundManagerTest, CallsFromSeveralThreadsLeaveItUsable)
     EXPECT_EQ(3, stream.held());
 }
 
+// What a process is told that does not go by the module.
+class HostdItselfTest : public SoundManagerTest {
+protected:
+    template <typename... Arguments>
+    std::string errorOf(const char* method, const Arguments&... arguments)
+    {
+        try {
+            const std::string name = method;
+            const size_t dot = name.find('.');
+            _hostd->callMethod(name.substr(dot + 1))
+                .onInterface("com.velmora.host." + name.substr(0, dot))
+                .withArguments(arguments...);
+            return "none";
+        } catch (const sdbus::Error& error) {
+            return error.getName();
+        }
+    }
+
+    using Claim = sdbus::Struct<std::uint32_t, std::int32_t, std::int32_t, std::uint64_t, bool>;
+
+private:
+    std::unique_ptr<sdbus::IProxy> _hostd
+        = sdbus::createProxy(host::bus(), host::kDaemonName, host::kDaemonPath);
+};
+
+TEST_F(HostdItselfTest, RefusesWhatTheModuleWouldNotAskFor)
+{
+    const std::string invalid = "org.freedesktop.DBus.Error.InvalidArgs";
+    const std::int32_t types = 8;
+    const std::int32_t none = 0;
+    for (const std::int32_t type : { -1, types }) {
+        EXPECT_EQ(invalid, errorOf("Volume.Get", type));
+        EXPECT_EQ(invalid, errorOf("Volume.Set", type, none));
+    }
+    for (const std::int32_t level : { -1, 16 })
+        EXPECT_EQ(invalid, errorOf("Volume.Set", none, level));
+    EXPECT_EQ("none", errorOf("Volume.Set", types - 1, std::int32_t{ 15 }));
+    const std::uint32_t stream = 1;
+    for (const std::int32_t mask : { 0, 4 }) {
+        EXPECT_EQ(invalid, errorOf("Focus.Acquire", stream, none, mask, none, std::string()));
+        EXPECT_EQ(invalid, errorOf("Focus.Release", stream, mask, none, std::string()));
+    }
+
+    std::vector<Claim> claims;
+    for (std::uint32_t number = 1; number <= 100; ++number)
+        claims.emplace_back(number, std::int32_t{ 1 }, none, std::uint64_t{ number }, true);
+    EXPECT_EQ("none", errorOf("Focus.Renew", claims));
+    claims.emplace_back(std::uint32_t{ 101 }, std::int32_t{ 1 }, none, std::uint64_t{ 101 }, true);
+    EXPECT_EQ("org.freedesktop.DBus.Error.LimitsExceeded", errorOf("Focus.Renew", claims));
+}
+
 // What another process is told when it asks for the focus.
 std::string answerToAnother()
 {
