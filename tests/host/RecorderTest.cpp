@@ -13,21 +13,21 @@
 
 namespace {
 
-// The meter of the microphone that a desktop's volume control shows.
-class Meter {
+// A stream from the microphone that needs more than a program's options.
+class Stream {
 public:
-    Meter()
+    explicit Stream(pa_stream_flags_t flags)
         : _loop(pa_mainloop_new())
-        , _context(pa_context_new(pa_mainloop_get_api(_loop), "meter"))
+        , _context(pa_context_new(pa_mainloop_get_api(_loop), "stream"))
     {
         pa_context_connect(_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
         _run([this] { return pa_context_get_state(_context) == PA_CONTEXT_READY; });
-        const pa_sample_spec peaks = { PA_SAMPLE_FLOAT32, 25, 1 };
-        _stream = pa_stream_new(_context, "peaks", &peaks, nullptr);
-        pa_stream_connect_record(_stream, "microphone", nullptr, PA_STREAM_PEAK_DETECT);
+        const pa_sample_spec samples = { PA_SAMPLE_FLOAT32, 25, 1 };
+        _stream = pa_stream_new(_context, "stream", &samples, nullptr);
+        pa_stream_connect_record(_stream, "microphone", nullptr, flags);
         _run([this] { return pa_stream_get_state(_stream) == PA_STREAM_READY; });
     }
-    ~Meter()
+    ~Stream()
     {
         pa_stream_unref(_stream);
         pa_context_disconnect(_context);
@@ -110,9 +110,21 @@ TEST_F(RecorderTest, ListeningToWhatIsPlayedIsNoRecording)
     EXPECT_TRUE(waitFor(RECORDER_ERROR_NONE, RECORDER_DEVICE_STATE_RECORDING));
 }
 
+TEST_F(RecorderTest, APausedRecordingIsKnownAsOneUnlessAnotherRuns)
+{
+    const Stream paused(PA_STREAM_START_CORKED);
+
+    recorder_device_state_e state = RECORDER_DEVICE_STATE_IDLE;
+    EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));
+    EXPECT_EQ(RECORDER_DEVICE_STATE_PAUSED, state);
+    const Program recorder("parec -d microphone");
+    EXPECT_TRUE(waitFor(RECORDER_ERROR_NONE, RECORDER_DEVICE_STATE_RECORDING));
+}
+
+// A desktop's volume control shows one.
 TEST_F(RecorderTest, AMeterOfTheMicrophoneIsNoRecording)
 {
-    const Meter meter;
+    const Stream meter(PA_STREAM_PEAK_DETECT);
 
     recorder_device_state_e state = RECORDER_DEVICE_STATE_PAUSED;
     EXPECT_EQ(RECORDER_ERROR_NONE, look(&state));

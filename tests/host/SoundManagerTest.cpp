@@ -539,6 +539,7 @@ TEST_F(SoundManagerTest, ANewHostdKnowsWhoHoldsTheFocus)
 {
     Stream alarm(SOUND_STREAM_TYPE_ALARM);
     Stream speech(SOUND_STREAM_TYPE_VOICE_RECOGNITION);
+    Stream idle(SOUND_STREAM_TYPE_MEDIA);
     ASSERT_EQ(kNone, alarm.acquire(kBoth));
     ASSERT_EQ(kNone, speech.acquire(kRecording));
     ASSERT_EQ(0, system("hostctl focus take --reason call"));
@@ -565,6 +566,9 @@ TEST_F(SoundManagerTest, ANewHostdKnowsWhoHoldsTheFocus)
     EXPECT_EQ(2u, speech.news(2).size());
     EXPECT_EQ(1, alarm.held());
     EXPECT_EQ(2, speech.held());
+
+    EXPECT_EQ(kNone, alarm.release(kPlayback));
+    EXPECT_EQ(0, idle.held()) << "it had not asked for anything";
 }
 
 TEST_F(SoundManagerTest, AForgedSignalTakesNothing)
