@@ -623,6 +623,9 @@ TEST_F(SoundManagerTest, VolumesAreElevenAtFirstAndKeptPerType)
     EXPECT_EQ(kNone, sound_manager_get_volume(SOUND_TYPE_ALARM, &alarm));
     EXPECT_EQ(11, alarm);
 
+    EXPECT_EQ(kNone, sound_manager_set_volume(SOUND_TYPE_ALARM, 0));
+    EXPECT_EQ(kNone, sound_manager_get_volume(SOUND_TYPE_ALARM, &alarm));
+    EXPECT_EQ(0, alarm);
     EXPECT_EQ(kNone, sound_manager_set_volume(SOUND_TYPE_ALARM, 3));
     const pid_t before = session.daemonPid();
     session.killDaemon();
