@@ -315,10 +315,16 @@ TEST_F(I18nTest, NumbersNeedTheirArguments)
         create(static_cast<i18n_unumber_format_style_e>(99), nullptr, -1, "en", nullptr, &handle));
     EXPECT_EQ(kInvalid,
         create(I18N_UNUMBER_DECIMAL, nullptr, -1, std::string(300, 'a').c_str(), nullptr, &handle));
-    i18n_uparse_error_s error = { kUntouched, kUntouched, {}, {} };
+    i18n_uparse_error_s error = { kUntouched, kUntouched, { 'x' }, { 'x' } };
     EXPECT_EQ(
         I18N_ERROR_UNKNOWN, create(byPattern, units(u"0.0.0").c_str(), -1, "en", &error, &handle));
-    EXPECT_NE(kUntouched, error.offset);
+    UParseError icu = {};
+    UErrorCode status = U_ZERO_ERROR;
+    unum_close(unum_open(UNUM_PATTERN_DECIMAL, u"0.0.0", -1, "en", &icu, &status));
+    EXPECT_EQ(icu.line, error.line);
+    EXPECT_EQ(icu.offset, error.offset);
+    EXPECT_EQ(std::u16string(icu.preContext), textOf(error.pre_context));
+    EXPECT_EQ(std::u16string(icu.postContext), textOf(error.post_context));
     EXPECT_EQ(&handle, handle);
     EXPECT_EQ(kInvalid, i18n_unumber_destroy(nullptr));
 
