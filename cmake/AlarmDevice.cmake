@@ -4,6 +4,7 @@ pkg_check_modules(
     REQUIRED
     IMPORTED_TARGET
     app-assist
+    appcore-common
     bundle
     capi-appfw-alarm
     capi-appfw-app-common
