@@ -28,21 +28,21 @@ bool isSessionKey(const std::string& store, const std::string& key)
     return store == "vconf" && key.compare(0, 7, "memory/") == 0;
 }
 
-// Looks again soon: SQLite's own handler sleeps longer each time, and a process that writes without
-// a pause would hardly ever be caught between two writes.
+// Tries again soon: SQLite's own handler sleeps longer each time, and would hardly ever catch a
+// process that writes without a pause between two of its writes.
 int waitForOtherWriter(void*, int waits)
 {
     usleep(kBusyPause);
     return waits * kBusyPause < kBusyMilliseconds * 1000U ? 1 : 0;
 }
 
-// Several processes may make the file at once, and SQLite's busy timeout does not cover the change
-// to write-ahead logging.
+// Repeats the opening while the file is busy: several processes may make it at once, and SQLite's
+// busy timeout does not cover the change to write-ahead logging.
 std::unique_ptr<SQLite::Database> openStore(const std::string& file, const char* synchronous)
 {
     using std::chrono::steady_clock;
     const auto end = steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
-    makePrivateFile(file); // SQLite gives its other files the mode of this one
+    makePrivateFile(file); // SQLite gives its -wal and -shm files the same mode
     while (true) {
         try {
             auto store = std::make_unique<SQLite::Database>(
@@ -59,12 +59,6 @@ std::unique_ptr<SQLite::Database> openStore(const std::string& file, const char*
         }
         usleep(kOpenPause);
     }
-}
-
-const char* typeName(const SettingValue& value)
-{
-    static const char* const names[] = { "int", "bool", "str" };
-    return names[value.index()];
 }
 
 void bindValue(SQLite::Statement& statement, int at, const SettingValue& value)
@@ -140,7 +134,7 @@ private:
     SQLite::Statement _delete{ *database, "DELETE FROM setting WHERE store = ? AND key = ?" };
 };
 
-// The value is stored already: who has no bus misses the news only.
+// Announces a value that is stored already, so a process without a bus has written it all the same.
 void announce(const std::string& store, const std::string& key)
 {
     try {
@@ -152,8 +146,8 @@ void announce(const std::string& store, const std::string& key)
     }
 }
 
-// Empty for a text with a quote or a backslash, which the bus and its library read differently in a
-// rule: then the receiver alone tells the signals apart.
+// A condition of a match rule. None for a text with a quote or a backslash, which the bus and its
+// library read differently: then only the receiver distinguishes the signals.
 std::string ruleArgument(const char* name, const std::string& text)
 {
     if (text.find_first_of("'\\") != std::string::npos)
@@ -163,7 +157,7 @@ std::string ruleArgument(const char* name, const std::string& text)
 
 struct Watch;
 
-// The news of one key in this process. Lives as long as the key's watches.
+// Receives the signals of one key in this process. Lives as long as one of the key's watches.
 class KeyNews {
 public:
     KeyNews(const std::string& store, const std::string& key)
@@ -193,7 +187,7 @@ public:
 private:
     void _note(sdbus::Message& message)
     {
-        guarded("a signal is no news of a setting", [&] {
+        guarded("a signal about a setting cannot be read", [&] {
             std::string store;
             std::string key;
             message >> store >> key;
@@ -223,8 +217,8 @@ struct Watch {
     SettingsStore::Changed changed;
 };
 
-// A call may drop any watch, the last too, which ends the news, and add others, which hear of the
-// next change.
+// A callback may drop any watch, even the last, which destroys this object, and may add others,
+// which hear of the next change.
 void KeyNews::_call()
 {
     const std::vector<std::weak_ptr<Watch>> watches = _watches;
@@ -238,6 +232,12 @@ void KeyNews::_call()
 }
 
 } // namespace
+
+const char* typeName(const SettingValue& value)
+{
+    static const char* const names[] = { "int", "bool", "str" };
+    return names[value.index()];
+}
 
 struct SettingsStore::Impl {
     Store& of(const std::string& store, const std::string& key)

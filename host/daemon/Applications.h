@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/common/Programs.h"
-#include "host/daemon/Timer.h"
+#include "host/common/Timer.h"
 
 #include <deque>
 #include <functional>
@@ -15,9 +15,9 @@
 namespace host {
 
 /**
- * Which connection to the bus is which application's, and how an application is reached. A
- * connection is who its process's program is, looked at when the connection is made and remembered
- * when it has ended; a name on the bus is taken by anybody. Main loop.
+ * Knows which connection to the bus belongs to which application, and finds or starts applications.
+ * A connection is identified by the program of its process, not by its bus names, which any process
+ * can take. It is looked up when it appears, and remembered when it has ended. Main loop.
  */
 class Applications {
 public:
@@ -26,28 +26,29 @@ public:
     Applications(const Applications&) = delete;
     Applications& operator=(const Applications&) = delete;
 
-    /// Nobody for a connection that was never there, or ended too long ago.
+    /// Empty for a connection that never existed, or ended too long ago.
     Identity who(const std::string& connection);
 
-    /// The file of the program behind the connection, for what one program may have in all; empty
-    /// when that is not known.
+    /// The program file of the connection's process, by which limits per program are counted; empty
+    /// when it is not known.
     std::string programBehind(const std::string& connection);
 
-    /// Where the application takes requests, or why nowhere.
+    /// connection: where the application takes requests; when there is none, error is not null.
     using Found = std::function<void(const std::string& connection, const sdbus::Error* error)>;
-    /// Starts the application if need be. Where another program holds its name, the application's
+    /// Finds the application, or starts it. If another program holds its bus name, its own program
     /// is started without the name. found is called once, maybe before this returns.
     void find(const std::string& application, Found found);
 
-    /// Whether the error will stay, as there is no such application.
+    /// Whether the error is final because no such application is installed.
     static bool isUnknown(const std::string& application, const sdbus::Error& error);
 
-    /// The connection's application takes requests without its name.
+    /// The connection's application takes requests although it does not have its bus name.
     void ready(const std::string& connection);
     /// The connection's process ends because it was told to.
     void ending(const std::string& connection);
 
-    /// Called when a connection of an application has ended; a process may have several.
+    /// Sets the function to call when a connection of an application has ended; a process may have
+    /// several connections.
     using Ended = std::function<void(const std::string& application, bool wasTold)>;
     void whenEnded(Ended ended) { _ended = std::move(ended); }
 
@@ -59,7 +60,7 @@ private:
     };
     struct Search {
         std::vector<Found> waiting;
-        std::unique_ptr<Timer> limit; ///< of a program that was started without the bus
+        std::unique_ptr<Timer> limit; ///< for a program that was started without the bus
     };
 
     Client _clientOf(const std::string& connection);
@@ -79,11 +80,11 @@ private:
         const std::string& application, const std::string& connection, const sdbus::Error* error);
 
     std::unique_ptr<sdbus::IProxy> _bus;
-    std::map<std::string, Client> _clients; ///< by connection, those that are remembered, too
+    std::map<std::string, Client> _clients; ///< by connection, including those in _remembered
     std::set<pid_t> _ending; ///< processes that were told to end
     std::deque<std::string> _remembered; ///< connections that have ended, the oldest first
-    std::map<std::string, std::string> _owners; ///< names and who holds them
-    std::map<std::string, std::string> _nameless; ///< applications that run without their name
+    std::map<std::string, std::string> _owners; ///< connections by the bus names that they own
+    std::map<std::string, std::string> _nameless; ///< connections of applications without a name
     std::map<std::string, Search> _searches; ///< by application
     Ended _ended;
     sdbus::Slot _changes;

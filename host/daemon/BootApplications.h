@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/common/Timer.h"
 #include "host/daemon/Applications.h"
-#include "host/daemon/Timer.h"
 
 #include <map>
 #include <memory>
@@ -10,14 +10,14 @@
 namespace host {
 
 /**
- * Runs the applications that the device starts when it boots: those whose manifest, the file
- * <application id>.manifest in the installed package's folder, has the line "on-boot=true". One
- * that ends without being told to is started again, after 1, 2, 4 and so on up to 60 seconds. Main
+ * Runs the applications that the device starts when it boots: those whose manifest, <application
+ * id>.manifest in the installed package's folder, has the line "on-boot=true". An application that
+ * ends without having been told to is started again, after 1, 2, 4 and so on up to 60 seconds. Main
  * loop.
  */
 class BootApplications {
 public:
-    /// Begins. applications must outlive the object, and tells it alone what has ended.
+    /// Starts the applications. The argument must outlive the object, which sets its whenEnded.
     explicit BootApplications(Applications& applications);
 
 private:

@@ -1,6 +1,6 @@
 #include "host/daemon/FocusService.h"
 
-#include "host/common/Boundary.h"
+#include "host/common/Log.h"
 #include "host/common/MonotonicTime.h"
 #include "host/daemon/Answering.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 const char* const kLimitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
 
-// Longer than clients that live take to renew what they hold.
+// Longer than running clients take to renew their claims.
 const double kSettleSeconds = 1;
 const size_t kMostStreams = 100; ///< of one program
 
@@ -50,12 +50,7 @@ FocusService::FocusService(Applications& applications)
     registerAdaptor();
 }
 
-FocusService::~FocusService()
-{
-    unregisterAdaptor();
-    if (_settling)
-        ecore_timer_del(_settling);
-}
+FocusService::~FocusService() { unregisterAdaptor(); }
 
 std::uint64_t FocusService::Acquire(const std::uint32_t& stream, const std::int32_t& reason,
     const std::int32_t& mask, const std::int32_t& behavior, const std::string& info)
@@ -88,19 +83,15 @@ void FocusService::Renew(const std::vector<WireClaim>& claims)
     _arbiter.renew(callerOf(getObject()), renewed, changes);
     _announce(changes);
     if (!_settling)
-        _settling = ecore_timer_add(kSettleSeconds, _settleCb, this);
+        _settling = std::make_unique<Timer>(kSettleSeconds, [this] { _settle(); });
 }
 
-Eina_Bool FocusService::_settleCb(void* data)
+void FocusService::_settle()
 {
-    auto* service = static_cast<FocusService*>(data);
-    service->_settling = nullptr;
-    guarded("who holds the sound focus is not told", [service] {
-        std::vector<FocusChange> changes;
-        service->_arbiter.settle(changes);
-        service->_announce(changes);
-    });
-    return ECORE_CALLBACK_CANCEL;
+    _settling.reset();
+    std::vector<FocusChange> changes;
+    _arbiter.settle(changes);
+    _announce(changes);
 }
 
 void FocusService::Release(const std::uint32_t& stream, const std::int32_t& mask,
@@ -124,7 +115,8 @@ FocusStream FocusService::_callersStream(std::uint32_t number) const
     return { callerOf(getObject()), number };
 }
 
-// Each stream makes every change of the focus a little slower, for everybody.
+// Limits the streams of a program, since each one slows down every change of the focus, for
+// everybody.
 void FocusService::_checkCount(std::set<FocusStream> wanted)
 {
     const std::string program = _applications.programBehind(callerOf(getObject()));

@@ -1,18 +1,19 @@
 #pragma once
 
+#include "host/common/Timer.h"
 #include "host/daemon/Applications.h"
 #include "host/daemon/ClientWatch.h"
 #include "host/daemon/FocusArbiter.h"
 
 #include <com.velmora.host.Focus-adaptor.h>
-#include <Ecore.h>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 namespace host {
 
-/// The arbiter of sound focus on the session's bus; see com.velmora.host.Focus.xml.
+/// Offers the arbiter of sound focus on the bus; see com.velmora.host.Focus.xml.
 class FocusService : public sdbus::AdaptorInterfaces<com::velmora::host::Focus_adaptor> {
 public:
     /// applications must outlive the service.
@@ -33,11 +34,11 @@ private:
     void _checkCount(std::set<FocusStream> wanted);
     void _announce(const std::vector<FocusChange>& changes);
 
-    static Eina_Bool _settleCb(void* data);
+    void _settle();
 
     Applications& _applications;
     FocusArbiter _arbiter;
-    Ecore_Timer* _settling = nullptr;
+    std::unique_ptr<Timer> _settling;
     sdbus::Slot _clients;
 };
 

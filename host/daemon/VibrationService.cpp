@@ -1,6 +1,5 @@
 #include "host/daemon/VibrationService.h"
 
-#include "host/common/Boundary.h"
 #include "host/common/MonotonicTime.h"
 
 #include <chrono>
@@ -57,12 +56,7 @@ VibrationService::VibrationService()
     registerAdaptor();
 }
 
-VibrationService::~VibrationService()
-{
-    unregisterAdaptor();
-    if (_timer)
-        ecore_timer_del(_timer);
-}
+VibrationService::~VibrationService() { unregisterAdaptor(); }
 
 void VibrationService::Play(const std::int32_t& pattern) { _begin(pattern, monotonicNow()); }
 
@@ -103,14 +97,6 @@ std::vector<VibrationService::WireEntry> VibrationService::History()
     return { _history.begin(), _history.end() };
 }
 
-Eina_Bool VibrationService::_stepCb(void* data)
-{
-    auto* service = static_cast<VibrationService*>(data);
-    service->_timer = nullptr;
-    guarded("the vibration has ended", [service] { service->_step(); });
-    return ECORE_CALLBACK_CANCEL;
-}
-
 void VibrationService::_step()
 {
     const std::vector<int>& steps = findPattern(_pattern)->steps;
@@ -118,16 +104,14 @@ void VibrationService::_step()
     if (_at % 2 == 0)
         emitBuzzed(_pattern, milliseconds);
     _at = (_at + 1) % steps.size();
-    _timer = ecore_timer_add(milliseconds / 1000.0, _stepCb, this);
+    _timer = std::make_unique<Timer>(milliseconds / 1000.0, [this] { _step(); });
 }
 
 void VibrationService::_stop()
 {
     if (_pattern == 0)
         return;
-    if (_timer)
-        ecore_timer_del(_timer);
-    _timer = nullptr;
+    _timer.reset();
     _history.back().get<2>() = nowMilliseconds();
     emitStopped(_pattern);
     _desktop.end();

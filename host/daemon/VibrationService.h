@@ -1,17 +1,18 @@
 #pragma once
 
+#include "host/common/Timer.h"
 #include "host/daemon/ClientWatch.h"
 #include "host/daemon/DesktopVibrator.h"
 
 #include <com.velmora.host.Vibration-adaptor.h>
 #include <deque>
-#include <Ecore.h>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace host {
 
-/// The vibrator on the session's bus; see com.velmora.host.Vibration.xml.
+/// Offers the vibrator on the bus; see com.velmora.host.Vibration.xml.
 class VibrationService : public sdbus::AdaptorInterfaces<com::velmora::host::Vibration_adaptor> {
 public:
     VibrationService();
@@ -25,16 +26,15 @@ private:
     void Stop() override;
     std::vector<WireEntry> History() override;
 
-    static Eina_Bool _stepCb(void* data);
     void _begin(int pattern, std::uint64_t since);
     void _step();
     void _stop();
 
     int _pattern = 0; ///< 0 while nothing runs
-    std::uint64_t _since = 0; ///< of monotonicNow
+    std::uint64_t _since = 0; ///< when the pattern began, by monotonicNow()
     std::string _client;
-    size_t _at = 0; ///< in the pattern's steps
-    Ecore_Timer* _timer = nullptr;
+    size_t _at = 0; ///< index of the pattern's next step
+    std::unique_ptr<Timer> _timer; ///< of the next step
     std::deque<WireEntry> _history;
     DesktopVibrator _desktop;
     sdbus::Slot _clients;

@@ -1,4 +1,5 @@
 #include "host/common/Bus.h"
+#include "host/common/Peers.h"
 #include "host/common/Signals.h"
 #include "host/tools/hostctl.h"
 
@@ -15,8 +16,8 @@
 #include <thread>
 #include <unistd.h>
 
-// Something of another application, such as its recording, is a process in the background that a
-// name on the bus stands for. It ends when it is told to, or with the session.
+// Plays what another application holds, such as its recording: by a process in the background that
+// owns a bus name. The process ends when it is told to, or with the session.
 namespace hostctl {
 
 namespace {
@@ -80,7 +81,7 @@ std::system_error systemError(const char* what)
     return std::system_error(errno, std::generic_category(), what);
 }
 
-// What a holder does once it has its name: begin, which throws when it cannot, and go on.
+// What the process does first, once it has its name. Throws when it cannot.
 using Begin = std::function<void(sdbus::IConnection&)>;
 
 [[noreturn]] void beHolder(const std::string& name, const Begin& begin, Descriptor& ready)
@@ -91,7 +92,7 @@ using Begin = std::function<void(sdbus::IConnection&)>;
         try {
             connection->requestName(name);
         } catch (const sdbus::Error&) {
-            throw std::runtime_error("there is one already");
+            throw std::runtime_error("it has been started already");
         }
         begin(*connection);
         const int null = open("/dev/null", O_RDWR);
@@ -104,13 +105,13 @@ using Begin = std::function<void(sdbus::IConnection&)>;
     } catch (const std::exception& error) {
         failure = error.what();
     }
-    // Nobody reads it after the beginning.
+    // Nobody reads the pipe once the holder has begun.
     signal(SIGPIPE, SIG_IGN);
     (void)!write(ready.get(), failure.data(), failure.size());
     _exit(failure.empty() ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
-// Returns when the holder has begun; throws what it could not.
+// Returns when the holder has begun; throws its error when it cannot.
 void startHolder(const std::string& name, const Begin& begin)
 {
     int ends[2];
@@ -135,26 +136,12 @@ void startHolder(const std::string& name, const Begin& begin)
         throw std::runtime_error(failure);
 }
 
-pid_t holderPid(const std::string& name)
-{
-    std::uint32_t pid = 0;
-    sdbus::createProxy(host::bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus")
-        ->callMethod("GetConnectionUnixProcessID")
-        .onInterface("org.freedesktop.DBus")
-        .withArguments(name)
-        .storeResultsTo(pid);
-    return static_cast<pid_t>(pid);
-}
-
-// Returns when the holder has ended.
+// Ends the holder, and returns when it has ended.
 void endHolder(const std::string& name)
 {
-    pid_t pid = 0;
-    try {
-        pid = holderPid(name);
-    } catch (const sdbus::Error&) {
-        throw std::runtime_error("there is none to end");
-    }
+    const pid_t pid = host::processOf(name);
+    if (pid == 0)
+        throw std::runtime_error("it has not been started");
     const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
     if (process.get() < 0 || kill(pid, SIGTERM) != 0)
         throw systemError("ending the process in the background");
@@ -163,7 +150,7 @@ void endHolder(const std::string& name)
         throw std::runtime_error("the process in the background does not end");
 }
 
-// Records until the process ends, from the microphone that the server offers.
+// Records from the default microphone until the process ends.
 void beginRecording(sdbus::IConnection&)
 {
     const pa_sample_spec speech = { PA_SAMPLE_S16LE, 16000, 1 };
@@ -180,7 +167,7 @@ void beginRecording(sdbus::IConnection&)
     }).detach();
 }
 
-// Takes it anew from each hostd.
+// Takes the sound focus, and claims it again from each new hostd.
 void beginFocus(sdbus::IConnection& connection, int reason)
 {
     using Claim = sdbus::Struct<std::uint32_t, std::int32_t, std::int32_t, std::uint64_t, bool>;

@@ -54,12 +54,6 @@ std::string show(const SettingValue& value)
     return std::get<std::string>(value);
 }
 
-const char* typeOf(const SettingValue& value)
-{
-    static const char* const names[] = { "int", "bool", "str" };
-    return names[value.index()];
-}
-
 std::runtime_error unset(const std::string& name)
 {
     return std::runtime_error(name + " is not set");
@@ -68,7 +62,7 @@ std::runtime_error unset(const std::string& name)
 void list(const std::string& store)
 {
     for (const auto& [name, value] : SettingsStore::session().list(store))
-        printf("%s\t%s\t%s\n", name.c_str(), typeOf(value), show(value).c_str());
+        printf("%s\t%s\t%s\n", name.c_str(), host::typeName(value), show(value).c_str());
 }
 
 void run(const std::string& command, const std::string& store, const Arguments& words)

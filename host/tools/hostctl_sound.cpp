@@ -1,7 +1,7 @@
-#include "host/common/Bus.h"
 #include "host/common/SettingsStore.h"
 #include "host/common/Signals.h"
 #include "host/common/SoundStream.h"
+#include "host/common/Wire.h"
 #include "host/tools/hostctl.h"
 
 #include <charconv>
@@ -17,13 +17,7 @@ const char* const kDeviceStore = "device";
 const char* const kSpeaker = "speaker";
 const char* const kVibration = "com.velmora.host.Vibration";
 
-class VolumeProxy : public sdbus::ProxyInterfaces<com::velmora::host::Volume_proxy> {
-public:
-    VolumeProxy()
-        : ProxyInterfaces(host::bus(), host::kDaemonName, host::kDaemonPath)
-    {
-    }
-};
+using VolumeProxy = host::DaemonProxy<com::velmora::host::Volume_proxy>;
 
 // Prints what the vibrator does.
 class VibrationWatch {

@@ -1,9 +1,11 @@
-#include "host/common/Boundary.h"
 #include "host/common/Bus.h"
 #include "host/common/Signals.h"
+#include "host/common/Timer.h"
 #include "host/tools/hostctl.h"
 
+#include <algorithm>
 #include <Ecore.h>
+#include <memory>
 
 namespace hostctl {
 
@@ -13,9 +15,7 @@ const char* const kBusName = "org.freedesktop.DBus";
 const char* const kBusPath = "/org/freedesktop/DBus";
 const double kPauseSeconds = 1;
 
-const char* const kUnwatched = "hostd cannot be watched";
-
-// Starts hostd again whenever it is lost, at most once a second.
+// Starts hostd, and starts it again whenever it is gone, at most once a second.
 class Supervisor {
 public:
     Supervisor()
@@ -36,16 +36,8 @@ private:
 
     void _startSoon()
     {
-        const double wait = _started + kPauseSeconds - ecore_time_get();
-        const auto call = [](void* data) -> Eina_Bool {
-            host::guarded(kUnwatched, [data] { static_cast<Supervisor*>(data)->_start(); });
-            return ECORE_CALLBACK_CANCEL;
-        };
-        if (wait > 0) {
-            ecore_timer_add(wait, call, this);
-        } else {
-            _start();
-        }
+        const double wait = std::max(0.0, _started + kPauseSeconds - ecore_time_get());
+        _again = std::make_unique<host::Timer>(wait, [this] { _start(); });
     }
 
     void _start()
@@ -58,13 +50,14 @@ private:
                 if (!error)
                     return;
                 host::logError("hostd cannot be started: " + error->getMessage());
-                host::guarded(kUnwatched, [this] { _startSoon(); });
+                _startSoon();
             });
     }
 
     std::unique_ptr<sdbus::IProxy> _bus;
     const host::DaemonWatch _daemon;
     double _started = 0;
+    std::unique_ptr<host::Timer> _again;
 };
 
 } // namespace

@@ -229,7 +229,7 @@ TEST_F(VconfWatchTest, ASignalOfAnotherShapeIsLogged)
 
     ASSERT_TRUE(session.waitFor([] { return !told.empty(); }));
     ASSERT_EQ(1u, logged.size());
-    EXPECT_EQ(0u, logged[0].find("a signal is no news of a setting: ")) << logged[0];
+    EXPECT_EQ(0u, logged[0].find("a signal about a setting cannot be read: ")) << logged[0];
     vconf_ignore_key_changed(key, noteCb);
 }
 

@@ -7,7 +7,8 @@
 
 namespace host {
 
-/// Calls once from the main loop, so many seconds later, unless it goes before.
+/// Calls a function once from the main loop after so many seconds, unless the timer is destroyed
+/// before.
 class Timer {
 public:
     Timer(double seconds, std::function<void()> call)
@@ -29,7 +30,7 @@ private:
         auto* timer = static_cast<Timer*>(data);
         timer->_timer = nullptr;
         const std::function<void()> call = std::move(timer->_call);
-        guarded("what a timer calls has failed", call); // it may destroy the timer
+        guarded("the callback of a timer failed", call); // which may destroy the timer
         return ECORE_CALLBACK_CANCEL;
     }
 
