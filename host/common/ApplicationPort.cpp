@@ -26,23 +26,24 @@ const char* const kInterface = "com.velmora.host.Application";
 const char* const kDaemonInterface = "com.velmora.host.Applications";
 const char* const kNoReply = "org.freedesktop.DBus.Error.NoReply";
 
-const int kMostTries = 3; ///< for an application that ends in the moment when it is called
+const int kMostTries = 3; ///< to reach an application that ends just when it is called
 const std::uint64_t kKnownMicroseconds = 200000;
 
-// Much longer than anybody sends a request again.
+// How long a trace is kept: much longer than anybody sends a request again.
 const std::chrono::hours kLongestTrace(24);
 
 std::string traces() { return runtimePath() + "handled/"; }
 
-// A file for each text that was handled: a store would cost the alert more time than all else that
-// is done for it here.
+// The file that says that a request with this text was handled. A database would cost an alert more
+// time than all else that is done for it here.
 std::string traceOf(const std::string& once)
 {
     const CText name(g_compute_checksum_for_string(G_CHECKSUM_SHA256, once.c_str(), -1));
     return traces() + name.get();
 }
 
-// Where no trace can be left, an alert that may come twice is better than one that counts as lost.
+// Notes that a request was handled. Without a trace an alert may come twice, which is better than
+// one that counts as missed.
 void leaveTrace(const std::string& once)
 {
     try {
@@ -63,7 +64,7 @@ void removeOldTraces()
     }
 }
 
-// Whether the connection is the application's own program.
+// Whether the connection belongs to the application's own program.
 bool isOf(const std::string& connection, const std::string& application)
 {
     const pid_t process = connection.empty() ? 0 : processOf(connection);
@@ -74,9 +75,9 @@ bool isOf(const std::string& connection, const std::string& application)
     }
 }
 
-// Where the application takes requests; starts it when it does not run. The bus itself tells, so
-// that two applications that launch each other do not wait for one another; hostd is asked only
-// when another program holds the name.
+// The connection on which the application takes requests; starts the application unless it runs.
+// The bus is asked before hostd, so that two applications that launch each other do not wait for
+// one another; hostd is asked only when another program holds the name.
 std::string connectionOf(const std::string& application)
 {
     for (int tries = 0; tries < kMostTries; ++tries) {
@@ -119,7 +120,8 @@ public:
 
     ~Object() { unregisterAdaptor(); }
 
-    // Random, so that nobody but the receiver of the request can answer it.
+    // A ticket for the answer. It is random, so that nobody but the receiver of the request can
+    // send one.
     uint64_t expect(Answer answer)
     {
         uint64_t ticket = 0;
@@ -136,7 +138,8 @@ public:
             found.mapped()(result, entries);
     }
 
-    // Kept, because a proxy ends its pending calls with itself.
+    // The proxy of a connection. It is kept, because the end of a proxy is the end of its pending
+    // calls.
     sdbus::IProxy& target(const std::string& connection)
     {
         auto& proxy = _targets[connection];
@@ -184,7 +187,7 @@ ApplicationPort::ApplicationPort()
 {
 }
 
-// What has come since the port was closed is told so, and not left without an answer.
+// Requests that arrived since the port was closed are answered with an error, not with silence.
 ApplicationPort::~ApplicationPort()
 {
     try {
@@ -246,7 +249,8 @@ void ApplicationPort::finish(const Request& request)
     try {
         request.handled.returnResults();
     } catch (const sdbus::Error& error) {
-        logWarning("That a request was handled cannot be told: " + error.getMessage());
+        logWarning(
+            "The sender of a request cannot be told that it was handled: " + error.getMessage());
     }
     if (!request.once.empty())
         removeOldTraces();
@@ -255,7 +259,7 @@ void ApplicationPort::finish(const Request& request)
 void ApplicationPort::launch(
     const std::string& application, const Entries& request, Answer answer, const std::string& once)
 {
-    // One that launches itself before it has its name does not wait for itself.
+    // An application that launches itself before it has its bus name does not wait for the name.
     const std::string connection = !_object->isClosed && application == identity().application
         ? bus().getUniqueName()
         : connectionOf(application);
@@ -269,7 +273,7 @@ void ApplicationPort::_send(const std::string& connection, const Sending& sendin
     _object->target(connection)
         .callMethodAsync("Launch")
         .onInterface(kInterface)
-        .withTimeout(UINT64_MAX) // how long its callback takes is the application's affair
+        .withTimeout(UINT64_MAX) // the application may take as long as it likes
         .withArguments(sending.request, sending.once, sending.ticket)
         .uponReplyInvoke([this, sending](const sdbus::Error* error) {
             if (error)
@@ -277,7 +281,7 @@ void ApplicationPort::_send(const std::string& connection, const Sending& sendin
         });
 }
 
-// What an application that ends has not taken goes to its next process.
+// A request that an application has not taken because it ends goes to its next process.
 void ApplicationPort::_failed(Sending sending, const sdbus::Error& error)
 {
     std::string reason = error.getMessage();
@@ -297,7 +301,8 @@ void ApplicationPort::_failed(Sending sending, const sdbus::Error& error)
     _object->answer(sending.ticket, APP_CONTROL_RESULT_FAILED, {});
 }
 
-// A process that ends soon would be nobody to who asks later, unless hostd has looked at it before.
+// Has hostd look up who this process is: a process that has ended when somebody asks could not be
+// looked up any more.
 void ApplicationPort::_becomeKnown()
 {
     if (_isKnown || identity().application.empty())
@@ -313,7 +318,8 @@ void ApplicationPort::_becomeKnown()
             .withArguments(bus().getUniqueName())
             .storeResultsTo(package, application);
     } catch (const sdbus::Error& error) {
-        logWarning("The sender of a request may stay unknown: " + error.getMessage());
+        logWarning(
+            "hostd may not learn which application has sent a request: " + error.getMessage());
     }
 }
 

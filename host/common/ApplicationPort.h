@@ -14,8 +14,8 @@ namespace host {
 class DaemonWatch;
 
 /**
- * Where the launch requests and replies for this process arrive, and from where it sends its own.
- * Main thread; everything arrives from the main loop. Errors of the bus are thrown as sdbus::Error.
+ * Receives the launch requests and replies for this process, and sends its own. Main thread;
+ * requests and answers arrive from the main loop. Errors of the bus are thrown as sdbus::Error.
  */
 class ApplicationPort {
 public:
@@ -25,30 +25,31 @@ public:
         Entries entries;
         std::string sender; ///< unique bus name
         uint64_t ticket = 0; ///< 0 = no reply wanted
-        std::string once; ///< the same for requests of which one is to be handled; empty = none
+        std::string once; ///< of requests with the same text only one is handled; empty = each is
         sdbus::Result<> handled;
     };
     using Receiver = std::function<void(Request request)>;
     using Answer = std::function<void(int result, const Entries& reply)>;
 
-    /// Takes the process's application id as its bus name and passes each request to receiver. When
-    /// another program holds the name, requests come all the same, by way of hostd. Throws
+    /// Takes the application id as the process's bus name and passes each request to receiver. When
+    /// another program holds the name, hostd directs requests here all the same. Throws
     /// sdbus::Error when the application runs already.
     void open(const std::string& application, Receiver receiver);
 
-    /// Gives the name back. Requests that had come have been received when this returns; later ones
-    /// start the application anew.
+    /// Gives the bus name back. Requests that had arrived have been passed on when this returns;
+    /// later ones start the application again.
     void close();
 
-    /// False when a request with its once text was handled in this session, by any process.
+    /// False when a request with the same once text was handled before in this session, by any
+    /// process.
     static bool isNew(const Request& request);
 
-    /// Tells the sender that the request needs nothing more. Until then it may send it again, to
+    /// Tells the sender that the request is handled. Until then the sender may send it again, to
     /// the next process when this one dies.
     static void finish(const Request& request);
 
-    /// Starts the application if need be and sends the request to its own program, whoever holds
-    /// its name; the answer, when one is wanted, comes once.
+    /// Starts the application unless it runs and sends the request to its own program, even when
+    /// another program holds its bus name. answer, unless null, is called once.
     void launch(const std::string& application, const Entries& request, Answer answer,
         const std::string& once = {});
 
@@ -73,8 +74,8 @@ private:
     std::unique_ptr<Object> _object;
     std::string _application;
     bool _hasName = false;
-    std::unique_ptr<DaemonWatch> _daemon; ///< of an application without its name: hostd must know
-    bool _isKnown = false; ///< to hostd, which remembers who this process is
+    std::unique_ptr<DaemonWatch> _daemon; ///< for an application without its bus name
+    bool _isKnown = false; ///< whether hostd has looked up which application this process is
 };
 
 } // namespace host

@@ -11,7 +11,8 @@
 #include <tizen.h>
 #include <type_traits>
 
-/// For functions that C code calls: they let no exception through, and pass memory on in C's way.
+/// For functions that C code calls: they let no exception through, and hand out memory that C code
+/// frees.
 namespace host {
 
 /// Runs the work and returns its result. An exception is logged as "<what>: <its text>", and the
@@ -43,7 +44,8 @@ void guarded(const char* what, const Work& work) noexcept
     });
 }
 
-/// A failure for guarded: the code that all interfaces have for a lack of memory, or this one.
+/// A failure for guarded: the code that all interfaces share for a lack of memory, or code for any
+/// other exception.
 struct OutOfMemoryOr {
     int code;
     int operator()(const std::exception& error) const
@@ -61,7 +63,7 @@ inline char* copyForC(const std::string& text)
     return copy;
 }
 
-/// Holds what free() frees: what C functions return, GLib's among them.
+/// Deletes by free(), for what C functions have allocated, GLib's among them.
 struct Free {
     void operator()(void* memory) const { free(memory); }
 };

@@ -15,7 +15,8 @@ const char* const kApplicationEnded = "com.velmora.host.Application.Error.Ended"
 namespace {
 
 const uint64_t kCallTimeoutMicroseconds = 10'000'000;
-const int kMessagesPerTurn = 32; ///< so that nobody can keep the loop from its timers
+const int kMessagesPerTurn
+    = 32; ///< so that a flood of messages does not keep the loop from its timers
 
 // Lives as long as the process: Ecore forgets its handlers by itself when it is shut down.
 class Loop {
@@ -71,14 +72,15 @@ private:
         return ECORE_CALLBACK_CANCEL;
     }
 
-    // The rest is for later turns: _follow sees that something is pending.
+    // Messages that are left are for later turns of the loop: _follow sees that they are pending.
     void _drain()
     {
         for (int i = 0; i < kMessagesPerTurn && bus().processPendingRequest(); ++i) {
         }
     }
 
-    // Waits for what the connection waits for: a writable socket, a call's time limit.
+    // Has the loop wait for what the connection waits for: a writable socket, the time limit of a
+    // call.
     void _follow()
     {
         const sdbus::IConnection::PollData poll = bus().getEventLoopPollData();

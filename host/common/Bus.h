@@ -7,9 +7,9 @@
 namespace host {
 
 extern const char* const kDaemonName; ///< bus name of hostd
-extern const char* const kDaemonPath; ///< its one object
-extern const char* const kApplicationPath; ///< an application's object, at its id as bus name
-extern const char* const kApplicationEnded; ///< the error of one that takes no requests any more
+extern const char* const kDaemonPath; ///< path of hostd's one object
+extern const char* const kApplicationPath; ///< path of any application's one object
+extern const char* const kApplicationEnded; ///< error: takes no more requests, it ends
 
 /// A connection to the session's bus on which a call waits for its answer for 10 seconds at most.
 /// Throws sdbus::Error.
@@ -21,10 +21,10 @@ std::unique_ptr<sdbus::IConnection> connectToBus();
  */
 sdbus::IConnection& bus();
 
-/// Serves the connection from the Ecore main loop from now on; initialises Ecore; idempotent.
-/// Messages that came during a synchronous call are served before the loop sleeps, and however many
-/// come, the loop's timers and other descriptors have their turn. When the bus goes away the main
-/// loop is ended: a session's processes end with it.
+/// Serves the connection from the Ecore main loop from now on; initialises Ecore; later calls do
+/// nothing. Messages that arrived during a synchronous call are served before the loop sleeps;
+/// however many arrive, timers and other descriptors have their turn. When the bus goes away the
+/// main loop is ended, since a session's processes end with it.
 void serveBusOnLoop();
 
 } // namespace host

@@ -17,9 +17,10 @@ namespace {
 const std::chrono::milliseconds kPatience(200);
 const std::chrono::milliseconds kPrompt(20);
 const std::uint64_t kForever = UINT64_MAX;
-const int kMessagesPerTurn = 32; ///< so that nobody can keep the link from its tasks
+const int kMessagesPerTurn
+    = 32; ///< so that a flood of messages does not keep the link from its tasks
 
-const char* const kLine = "the line to hostd"; ///< where a failure is logged
+const char* const kLine = "the connection to hostd"; ///< where a failure is logged
 
 const DaemonLink::Answer kNoAnswer = { false, "", "it does not answer", nullptr };
 
@@ -81,8 +82,8 @@ void DaemonLink::run(const std::function<void()>& task)
     done.get_future().get();
 }
 
-// hostd is asked first whether it listens. What lay with a daemon that hangs would be done when it
-// goes on, although it may have been taken back by then.
+// Asks hostd first whether it listens. A request that lies with a hanging daemon would be carried
+// out when that goes on, although the caller may have undone it by then.
 void DaemonLink::_begin(const std::shared_ptr<Waiting>& waiting)
 {
     waiting->begin = Clock::now();
@@ -107,7 +108,7 @@ void DaemonLink::_begin(const std::shared_ptr<Waiting>& waiting)
     });
 }
 
-// Ends what waits when the request cannot even be sent, such as for a text that is not UTF-8.
+// Sends a request; one that cannot even be sent, such as for a text that is not UTF-8, is over.
 void DaemonLink::_sendIfPossible(const std::shared_ptr<Waiting>& waiting, const Request& request,
     std::function<void(const Answer& answer)> answered)
 {
@@ -119,8 +120,7 @@ void DaemonLink::_sendIfPossible(const std::shared_ptr<Waiting>& waiting, const 
     }
 }
 
-// Holds what it takes from the list.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
+// Takes its argument by value, since it may be the list's own element, which is erased.
 void DaemonLink::_end(std::shared_ptr<Waiting> waiting, const Answer& answer)
 {
     const auto found = std::find(_waiting.begin(), _waiting.end(), waiting);
@@ -170,7 +170,8 @@ void DaemonLink::_send(const Request& request, std::function<void(const Answer& 
         kForever);
 }
 
-// The bus answers in the stead of a daemon that ends or cannot be started.
+// An answer that the bus gives in place of a daemon that ends or cannot be started is none of
+// hostd's.
 DaemonLink::Answer DaemonLink::_read(sdbus::MethodReply& reply, const sdbus::Error* error)
 {
     Answer answer;
@@ -191,8 +192,8 @@ DaemonLink::Answer DaemonLink::_read(sdbus::MethodReply& reply, const sdbus::Err
     return answer;
 }
 
-// A daemon that is slow may answer each request in time, and hold up a ring by all of them
-// together.
+// Pings hostd until it is prompt: a slow daemon may answer each request in time, and yet hold up a
+// ring by all of them together.
 void DaemonLink::_seeIfPrompt()
 {
     if (_isSeeing)
@@ -266,7 +267,7 @@ void DaemonLink::_serve()
     }
 }
 
-// False when the bus is gone: then nothing more is answered, but nobody waits for it either.
+// False when the bus is gone. Nothing is answered from then on, but nobody waits for it either.
 bool DaemonLink::_processMessages()
 {
     try {
@@ -274,7 +275,7 @@ bool DaemonLink::_processMessages()
         }
         return true;
     } catch (const sdbus::Error& error) {
-        logWarning("the line to hostd has ended: " + error.getMessage());
+        logWarning("the connection to hostd has ended: " + error.getMessage());
         return false;
     }
 }

@@ -17,28 +17,27 @@
 namespace host {
 
 /**
- * The process's line to hostd for what a ringing alarm needs, on a thread of its own. Who asks for
- * something waits for a daemon that is slow or hangs, but all together for 200 ms only: from then
- * on nobody waits until it is prompt again. What was asked of a daemon that did not answer is not
- * sent later: it is told to the daemon anew by the renewals, when it goes on or another process has
- * become hostd.
+ * The connection to hostd for what a ringing alarm needs, on a thread of its own. Callers wait for
+ * a daemon that is slow or hangs, but for 200 ms in total: from then on nobody waits until hostd is
+ * prompt again. A request that was not answered is not sent later. Instead, the renewals tell hostd
+ * what the process holds when it goes on, or when a new hostd has started.
  */
 class DaemonLink {
 public:
     /// Lives as long as the process. Throws sdbus::Error without a bus.
     static DaemonLink& instance();
 
-    /// What became of a request.
+    /// What became of a request to hostd.
     struct Answer {
-        bool isThere = false; ///< false: hostd may not even have got it; a renewal is to tell it
-        std::string error; ///< the name of what hostd refused it with; empty = done
-        std::string text;
+        bool isThere = false; ///< false: hostd may not have got the request; a renewal tells it
+        std::string error; ///< name of hostd's D-Bus error; empty = done
+        std::string text; ///< of the error
         sdbus::MethodReply* values = nullptr; ///< what hostd returns
     };
-    /// Makes the caller's result of the answer, on the link's thread.
+    /// Turns the answer into the result of ask; runs on the link's thread.
     using Answered = std::function<int(const Answer& answer)>;
 
-    /// Asks hostd and returns what answered does. Any thread but the link's.
+    /// Sends the request and returns the result of answered. Any thread but the link's.
     template <typename... Arguments>
     int ask(
         const char* interface, const char* method, Answered answered, const Arguments&... arguments)
@@ -48,15 +47,16 @@ public:
                 std::move(answered) });
     }
 
-    /// Runs the task on the link's thread, and returns when it has ended. Any thread but that one.
+    /// Runs the task on the link's thread and returns when it has ended. Any thread but the link's.
     void run(const std::function<void()>& task);
 
-    // What follows is for the link's thread, in tasks, answers, renewals and handlers of signals.
+    // The following functions are called on the link's thread: in tasks, answers, renewals and
+    // signal handlers.
 
     /// False while hostd hangs or there is none.
     bool listens() const { return !_isHanging && !_daemon.owner().empty(); }
 
-    /// Tells hostd without waiting; answered, if there is one, is called when it answers.
+    /// Sends the request without waiting; answered, unless null, is called with the answer.
     template <typename... Arguments>
     void tell(
         const char* interface, const char* method, Answered answered, const Arguments&... arguments)
@@ -84,7 +84,7 @@ private:
     struct Request {
         const char* interface;
         const char* method;
-        std::function<void(sdbus::MethodCall& call)> write; ///< its arguments
+        std::function<void(sdbus::MethodCall& call)> write; ///< appends the arguments
         Answered answered;
     };
     struct Waiting {
@@ -99,7 +99,7 @@ private:
     void _begin(const std::shared_ptr<Waiting>& waiting);
     void _end(std::shared_ptr<Waiting> waiting, const Answer& answer);
     void _endLate();
-    Clock::time_point _firstEnd() const; ///< of those that wait
+    Clock::time_point _firstEnd() const; ///< when the first waiting request gives up
     void _sendIfPossible(const std::shared_ptr<Waiting>& waiting, const Request& request,
         std::function<void(const Answer& answer)> answered);
     void _send(const Request& request, std::function<void(const Answer& answer)> answered);
@@ -122,15 +122,15 @@ private:
     const Request _ping = { "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr };
     std::vector<std::function<void()>> _renewals;
     std::list<std::shared_ptr<Waiting>> _waiting;
-    Clock::duration _patience; ///< how long requests may still wait, all together
+    Clock::duration _patience; ///< how long requests may still wait, in total
     bool _isHanging = false;
-    bool _isSeeing = false; ///< whether it is prompt again
-    bool _isRenewalDue = false; ///< something was asked for in vain
-    bool _isReported = false; ///< that nobody answers is in the log
+    bool _isSeeing = false; ///< a ping is on its way to see whether hostd is prompt again
+    bool _isRenewalDue = false; ///< a request was not answered
+    bool _isReported = false; ///< the log says already that hostd does not answer
 
-    std::mutex _mutex; ///< guards the tasks
+    std::mutex _mutex; ///< guards _tasks
     std::deque<std::function<void()>> _tasks;
-    const int _wake; ///< readable when there are tasks
+    const int _wake; ///< eventfd, readable when there are tasks
     std::thread _thread;
 };
 

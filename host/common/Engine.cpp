@@ -7,7 +7,7 @@ namespace host {
 
 namespace {
 
-// Where this library lies, ending in "/".
+// The folder of this library, ending in "/".
 std::string libraryFolder()
 {
     Dl_info info = {};

@@ -5,9 +5,9 @@
 namespace host {
 
 /**
- * A function of an engine: a library beside this one that is loaded at its first use and stays. So
- * a process pays for what an engine brings along, such as a media framework, only when it needs it.
- * Throws std::runtime_error when there is no such engine or function. Any thread.
+ * A function of an engine: a library beside this one that is loaded at its first use and stays
+ * loaded, so that only processes that need it pay for what it brings along, such as a media
+ * framework. Throws std::runtime_error when there is no such engine or function. Any thread.
  */
 void* engineSymbol(const std::string& engine, const char* symbol);
 

@@ -12,8 +12,8 @@ const char* const kApplicationIdKey = "__APP_SVC_PKG_NAME__";
 
 namespace {
 
-// A number is written in decimal with a colon behind it, a text as its length and its bytes; before
-// all the texts stands the number of entries.
+// The packed form: the number of entries, then each key and value as its length and its bytes. A
+// number is decimal and ends with a colon.
 void appendNumber(std::string& packed, size_t number)
 {
     packed += std::to_string(number);
@@ -99,8 +99,8 @@ std::optional<Entries> decodeEntries(const std::string& text)
             return std::nullopt;
         entries.emplace_back(std::move(key), std::move(value));
     }
-    // g_base64_decode skips what it does not know, so only a text that comes out again is ours.
-    // That holds for what follows the last entry, too.
+    // g_base64_decode skips characters that it does not know, and the loop stops at the last entry.
+    // A text with anything more in it does not come out again when the entries are encoded.
     if (encodeEntries(entries) != text)
         return std::nullopt;
     return entries;

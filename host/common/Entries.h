@@ -9,26 +9,27 @@
 
 namespace host {
 
-/// A dictionary that keeps the order of addition: what bundles and launch requests carry. An entry
-/// stays where it is while others are added behind it.
+/// The keys and values of bundles and launch requests, in the order in which they were added.
+/// References to an entry stay valid while others are added at the end.
 using Entries = std::deque<std::pair<std::string, std::string>>;
 
-/// The value under key, or null. Valid until an entry is taken away.
+/// The value under key, or null. Valid until an entry is removed.
 const std::string* findEntry(const Entries& entries, std::string_view key);
 
-/// The bytes of all keys and values.
+/// The length of all keys and values, in bytes.
 size_t sizeOf(const Entries& entries);
 
-/// The most that a launch request may have.
+/// The longest launch request, by sizeOf.
 constexpr size_t kLongestRequest = 65536;
 
-/// The most that an application takes: hostd adds the alarm's id to a registered request.
+/// The longest request that an application accepts: hostd adds the alarm's id to a registered
+/// request.
 constexpr size_t kLongestDelivery = kLongestRequest + 256;
 
 /// Printable ASCII without quotes, the same for equal entries.
 std::string encodeEntries(const Entries& entries);
 
-/// What encodeEntries was given; nothing for a text that it cannot have written.
+/// The entries of a text that encodeEntries has written; nothing for any other text.
 std::optional<Entries> decodeEntries(const std::string& text);
 
 /// The keys under which a launch request carries its operation and the application's id.

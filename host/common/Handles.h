@@ -6,7 +6,7 @@
 #include <bundle.h>
 #include <cstdint>
 
-/// The inside of the platform's handles that more than one module looks into.
+/// The contents of the handles that more than one module uses.
 struct _bundle_t {
     host::Entries entries;
 };
@@ -14,5 +14,5 @@ struct _bundle_t {
 struct app_control_s {
     bundle data;
     std::string sender; ///< of a received request: the unique bus name of its caller
-    uint64_t ticket = 0; ///< of a received request: the caller's number; 0 = wants no reply
+    uint64_t ticket = 0; ///< of a received request: the caller's number for it; 0 = wants no reply
 };

@@ -9,24 +9,24 @@
 namespace host {
 
 /**
- * What this process calls when keys of a store change, in the order of setting. Several changes may
- * be one call. What is taken out while others are called is not called any more; what is set
- * meanwhile hears of the next change. Main thread only.
+ * The callbacks of this process for changed keys of one store, called in the order in which they
+ * were set. Several changes of a key may be one call. A callback that another one removes is not
+ * called any more; one that is set meanwhile hears of the next change. Main thread only.
  */
 class KeyWatches {
 public:
     using Call = std::function<void(const std::string& key)>;
-    /// Tells the calls of one key apart: a function of the watch's owner, or null.
+    /// Distinguishes the callbacks of one key: any function pointer of the caller's, or null.
     using Owner = void (*)();
 
-    /// Throws std::exception when there is no bus, as set does.
+    /// Throws std::exception without a bus, as set does.
     explicit KeyWatches(std::string store);
     KeyWatches(const KeyWatches&) = delete;
     KeyWatches& operator=(const KeyWatches&) = delete;
 
-    /// Takes the place of what the owner has set for the key.
+    /// Replaces the callback that the owner has set for the key.
     void set(const std::string& key, Owner owner, Call call);
-    /// False when there was none.
+    /// False when the owner has no callback for the key.
     bool unset(const std::string& key, Owner owner);
 
 private:

@@ -2,13 +2,14 @@
 
 namespace host {
 
-/// Names of the device's settings that more than one program of the platform uses.
+/// The store of the device's settings, and the keys that more than one program of the platform
+/// uses.
 inline const char* const kDeviceStore = "vconf";
 /// The language of texts, such as "ko_KR.UTF-8".
 inline const char* const kLanguageKey = "db/menu_widget/language";
 /// The region whose dates and numbers are written, such as "ko_KR.UTF-8".
 inline const char* const kRegionFormatKey = "db/menu_widget/regionformat";
-/// 1: a clock of 12 hours, 2: of 24.
+/// 1: times are shown in 12 hours, 2: in 24 hours.
 inline const char* const kClockKey = "db/menu_widget/regionformat_time1224";
 
 } // namespace host

@@ -7,7 +7,7 @@ namespace host {
 
 std::optional<std::string> localeSetting(const std::string& name)
 {
-    // Language, script, region, character set and modifier.
+    // The groups are language, script, region and modifier; the character set is not kept.
     static const std::regex form("([a-z]{2,3})(_[A-Z][a-z]{3})?(_(?:[A-Z]{2}|[0-9]{3}))?"
                                  "(?:\\.[A-Za-z0-9-]+)?(?:@([A-Za-z0-9=;-]+))?");
     static const std::map<std::string, std::string> scripts

@@ -29,7 +29,8 @@ int lowestPriority()
     return found && *found != '?' ? static_cast<int>(found - kLetters) : DLOG_INFO;
 }
 
-// The journal says in JOURNAL_STREAM which of its streams it gave to the process.
+// The journal sets JOURNAL_STREAM to the device and inode of the stream that it gave to the
+// process.
 bool isStderrTheJournal()
 {
     const char* stream = getenv("JOURNAL_STREAM");
@@ -55,7 +56,8 @@ int journalPriority(int priority)
     }
 }
 
-// Whether the character is shown as it is; an escape begins a colour of the library's lines.
+// Whether the character is shown as it is. An escape character begins a colour in the library's
+// lines.
 bool isPlain(unsigned char character)
 {
     const unsigned char escape = 0x1b;
@@ -82,7 +84,7 @@ std::string printable(const char* text)
     return shown;
 }
 
-// Like write, but a reader that went away does not end the process.
+// Writes without a SIGPIPE, so that a reader that went away does not end this process.
 void writeQuietly(int file, const std::string& line)
 {
     sigset_t brokenPipe;

@@ -7,9 +7,10 @@ namespace host {
 
 /// Writes one line of the device's log: to standard error as "<letter>/<tag>(<pid>): <text>", or to
 /// the journal when standard error goes there. Control characters of the tag and the text, but for
-/// tabs and the escapes of colours, are shown as "\n", "\r" or "\x07", so that a text is one line
-/// whatever it holds. priority is dlog's log_priority; lines below ALARM_HOST_LOG's letter (V D I W
-/// E F S; I by default) are dropped. Any thread; never blocks on another line, never fails.
+/// tabs and the escapes of colours, are shown as "\n", "\r" or "\x07", so that a text is always one
+/// line. priority is dlog's log_priority; lines below the letter in ALARM_HOST_LOG (V D I W E F S;
+/// I by default) are dropped. A line that cannot be written is dropped, too. Any thread; no lock is
+/// taken.
 void writeLog(int priority, const char* tag, const char* text);
 
 void logInfo(const std::string& text);
@@ -19,7 +20,7 @@ void logError(const std::string& text);
 /// Logs the error "<what>: <the exception's text>", if there is memory for that. Never throws.
 void logFailure(const char* what, const std::exception& error) noexcept;
 
-/// Takes every line in the sink's stead, for tests; null gives the sink back.
+/// Receives every line in place of the log, for tests; null ends that.
 using LogHook = void (*)(int priority, const char* tag, const char* text);
 void setLogHook(LogHook hook);
 

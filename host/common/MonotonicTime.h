@@ -5,7 +5,7 @@
 
 namespace host {
 
-/// Nanoseconds of the clock that all processes share and that nobody sets.
+/// Nanoseconds of CLOCK_MONOTONIC, which all processes share and which nobody can set.
 inline std::uint64_t monotonicNow()
 {
     timespec now = {};

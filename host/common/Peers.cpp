@@ -19,7 +19,7 @@ Result askBus(const char* method, const Arguments&... arguments)
     return result;
 }
 
-// The answer about a name, or that of none when nobody has it.
+// The bus's answer about a name; an empty result when nobody owns the name.
 template <typename Result>
 Result askAbout(const char* method, const std::string& name)
 {

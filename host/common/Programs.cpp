@@ -15,7 +15,7 @@ namespace host {
 
 namespace {
 
-// Where in the session a program of that name may be installed: its packages, each with the place.
+// Where in the session a program of that name may be installed, each place with its package.
 std::vector<std::pair<std::string, fs::path>> placesOf(const std::string& name)
 {
     std::vector<std::pair<std::string, fs::path>> places;
@@ -36,7 +36,8 @@ bool isApplicationOf(const std::string& package, const std::string& name)
     return package.find('.') != std::string::npos && name.compare(0, package.size(), package) == 0;
 }
 
-const std::string kReplaced = " (deleted)"; // as the kernel marks a file that is no more
+const std::string kReplaced
+    = " (deleted)"; // how the kernel marks a file that is not there any more
 
 std::string linkOf(pid_t process)
 {
@@ -51,7 +52,8 @@ bool isReplaced(pid_t process)
         && link.compare(link.size() - kReplaced.size(), kReplaced.size(), kReplaced) == 0;
 }
 
-// The mount that the file lies on, which no other name space has; 0 when there is no such file.
+// The id of the mount that the file lies on, which no other mount namespace has; 0 when there is no
+// such file.
 std::uint64_t mountOf(const std::string& file)
 {
     struct statx status = {};
@@ -68,8 +70,8 @@ Identity identityOfProcess(pid_t process)
     const std::string name = fs::path(file).filename();
     for (const auto& [package, place] : placesOf(name)) {
         std::error_code error;
-        // What is mounted over a file in a name space of one's own has its path, but is not that
-        // file.
+        // A process can mount a file of its own over the program's in its mount namespace: that has
+        // the same path, but is another file.
         const bool isIt = fs::canonical(place, error) == file && !error
             && (isReplaced(process) ? mountOf(proc + "/exe") == mountOf(place)
                                     : fs::equivalent(proc + "/exe", place, error));

@@ -28,7 +28,7 @@ std::string withSlash(std::string path)
     return path;
 }
 
-// The named directory, else the folder under the base, made when absent.
+// The directory that the variable names, else alarm-host below the base; made when absent.
 std::string stateDirectory(const char* name, std::string (*base)())
 {
     const std::string named = environment(name);
@@ -44,7 +44,8 @@ std::string stateBase()
     return base.empty() ? environment("HOME") + "/.local/state" : base;
 }
 
-// Anybody may have made the folder below /tmp, and would own what is made in it.
+// The folder below /tmp is checked by makeDirectory, since anybody may have made it, and would own
+// what is made in it.
 std::string runtimeBase()
 {
     std::string base = environment("XDG_RUNTIME_DIR");
@@ -71,8 +72,8 @@ struct stat statusOf(const std::string& path)
     return status;
 }
 
-// Refuses what is not the user's own, and takes the access of others away. They cannot replace it
-// meanwhile: the way to it has been checked.
+// Refuses a file or directory that is not the user's own, and takes away the access of others. They
+// cannot replace it meanwhile: the way to it has been checked.
 void claim(const std::string& path, mode_t type, mode_t mode)
 {
     const struct stat status = statusOf(path);
@@ -84,15 +85,17 @@ void claim(const std::string& path, mode_t type, mode_t mode)
         refuse(EINVAL, path, "it is no regular file");
     if (status.st_uid != geteuid())
         refuse(EPERM, path, "it belongs to user " + std::to_string(status.st_uid));
-    // Such as /tmp itself: not to be closed to others, nor to be trusted with what lies there.
+    // A directory such as /tmp must not be closed to others, nor be trusted with what is made in
+    // it.
     if (type == S_IFDIR && (status.st_mode & S_IWOTH) != 0)
         refuse(EPERM, path, "everybody can write to it");
     if ((status.st_mode & ACCESSPERMS) != mode && chmod(path.c_str(), mode) != 0)
         throw std::system_error(errno, std::generic_category(), path);
 }
 
-// Makes a directory on the way when it is absent. One that exists is its owner's affair, unless
-// others may have led the way elsewhere: by a link, or by replacing what the directory holds.
+// Makes one directory on the way to another when it is absent. An existing one may have any mode,
+// unless others may have led the way elsewhere: by a link, or by replacing what the directory
+// holds.
 void passThrough(const fs::path& path)
 {
     if (mkdir(path.c_str(), kDirectoryMode) == 0)
@@ -167,8 +170,8 @@ void makeDirectory(const std::string& path)
 
 void makePrivateFile(const std::string& path)
 {
-    // An existing file is not opened: to close it would give up the locks that this process holds
-    // on it.
+    // An existing file is not opened, because closing it would release the locks that this process
+    // holds on it.
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
     if (file < 0 && errno != EEXIST)
         throw std::system_error(errno, std::generic_category(), path);
@@ -226,7 +229,7 @@ bool isZoneId(const std::string& id)
 void setZoneId(const std::string& id)
 {
     const std::string& link = zoneLinkPath();
-    // Of its own name in each process, since several may set the zone at once.
+    // The new link has a name of its own in each process, since several may set the zone at once.
     const std::string made = link + '.' + std::to_string(getpid());
     std::error_code error;
     fs::remove(made, error);

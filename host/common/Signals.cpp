@@ -9,7 +9,8 @@ namespace {
 
 const char* const kBusName = "org.freedesktop.DBus";
 
-// The bus stamps each message with its sender's unique name, or its own name.
+// The bus stamps each message with its sender's unique name, or with org.freedesktop.DBus for its
+// own.
 sdbus::Slot watchSender(sdbus::IConnection& connection, const std::string& sender,
     const std::string& interface, const std::string& member, const std::string& condition,
     std::function<bool(const std::string& sender)> isRight, SignalHandler handler)

@@ -7,19 +7,19 @@
 
 namespace host {
 
-/// Reads a signal's values and acts on them. What it throws is logged and ends the handling of this
+/// Reads a signal's values and acts on them. An exception is logged and ends the handling of this
 /// signal only.
 using SignalHandler = std::function<void(sdbus::Message& signal)>;
 
-/// Calls handler for the signals of the bus itself that have this name, until the result is
-/// dropped. condition: the match rule for their arguments, such as "arg2=''".
+/// Calls handler for the bus's own signals of this name, until the result is dropped. condition:
+/// the match rule for their arguments, such as "arg2=''".
 [[nodiscard]] sdbus::Slot watchBus(sdbus::IConnection& connection, const std::string& member,
     const std::string& condition, SignalHandler handler);
 
 /**
- * hostd as a connection sees it: which process it is, and its signals. Any process can send a
- * signal of any name to anybody, so one that does not come from the owner of hostd's name is
- * dropped. Belongs to the thread that serves the connection.
+ * Follows, on one connection, which process is hostd, and receives hostd's signals. Since any
+ * process can send any signal to anybody, a signal that does not come from the owner of hostd's
+ * name is dropped. Belongs to the thread that serves the connection.
  */
 class DaemonWatch {
 public:
@@ -31,7 +31,7 @@ public:
     DaemonWatch(const DaemonWatch&) = delete;
     DaemonWatch& operator=(const DaemonWatch&) = delete;
 
-    /// Calls handler for hostd's signals of this name, as long as the watch lives.
+    /// Calls handler for hostd's signals of this name as long as this object lives.
     void watch(const std::string& interface, const std::string& member, SignalHandler handler);
 
     const std::string& owner() const { return _owner; }

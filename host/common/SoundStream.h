@@ -3,7 +3,7 @@
 #include <sound_manager.h>
 #include <string>
 
-/// What others than the sound manager may know of a stream; its own kind derives from it.
+/// The part of a stream that other modules than the sound manager use.
 struct sound_stream_info_s {
     sound_stream_type_e type = SOUND_STREAM_TYPE_MEDIA;
 };
@@ -17,7 +17,7 @@ constexpr int kSoundTypes = sizeof(kSoundTypeNames) / sizeof(*kSoundTypeNames);
 
 constexpr int kMaxVolume = 15;
 
-/// The media role under which the mixer knows the streams of a type: it keeps one volume per role.
+/// The media role of the streams of a sound type: the sound server keeps one volume per role.
 inline std::string mixerRole(sound_type_e type)
 {
     return std::string("watch-") + kSoundTypeNames[type];

@@ -12,7 +12,8 @@ using WireEntries = std::vector<sdbus::Struct<std::string, std::string>>;
 WireEntries toWire(const Entries& entries);
 Entries fromWire(const WireEntries& wire);
 
-/// The daemon's side of an interface, by its generated class. Main thread.
+/// Calls hostd by one of its interfaces, given as the proxy class that is generated from it. Main
+/// thread.
 template <typename Interface>
 class DaemonProxy : public sdbus::ProxyInterfaces<Interface> {
 public:

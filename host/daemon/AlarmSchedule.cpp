@@ -18,7 +18,7 @@ const std::int64_t kLatestSeconds = 1800; ///< half an hour: from this age on an
 const std::int64_t kFarBackSeconds = 43200; ///< twelve hours
 const std::int64_t kSaveAgainSeconds = 60;
 const std::int64_t kLongestPauseSeconds = 60; ///< between two sendings of one alert
-const std::size_t kLongestId = 255; ///< of an application, which is a name on the bus
+const std::size_t kLongestId = 255; ///< of an application, whose id is a bus name
 
 void refuseUnless(bool good, const char* text)
 {
@@ -52,7 +52,8 @@ void checkTime(const AlarmTime& time)
     }
 }
 
-// Whoever could foresee it could have the alert taken for one that was handled.
+// The text for Launch::once. It is secret, since a process that could foresee it could make the
+// alert look as if it was handled already.
 std::string onceText(const Alarm& alarm)
 {
     const std::string instant = std::to_string(alarm.due) + ":" + std::to_string(alarm.round);
@@ -139,12 +140,13 @@ void AlarmSchedule::clockChanged(const cctz::time_zone& zone)
 std::optional<std::int64_t> AlarmSchedule::launchDue()
 {
     const std::int64_t now = _clock.now();
-    // After a change of the clock nothing is known of what is due.
+    // After a change of the clock, what is due is unknown until all alarms have been computed
+    // again.
     bool saved = !_stale || _save(now);
     const std::optional<std::int64_t> pause = _sendAgain();
     _launch(now);
     saved = _save(now) && saved;
-    _launch(now); // what a save after a long time has made due
+    _launch(now); // what _save has computed anew may be due, too
 
     std::optional<std::int64_t> next = _store.earliestDueAfter(now);
     const auto wakeBy
@@ -186,7 +188,7 @@ void AlarmSchedule::answered(int id, LaunchResult result, const std::string& det
     _end(id, failure);
 }
 
-// Ends the alarm's flight, if there is one; what became of it is written down by the next save.
+// Ends the alarm's flight, if there is one; the next save writes down its result.
 void AlarmSchedule::_end(int id, const std::string& failure)
 {
     const auto found = _flights.find(id);
@@ -199,7 +201,8 @@ void AlarmSchedule::_end(int id, const std::string& failure)
         _flightsOf.erase(whose);
 }
 
-// Returns how many seconds the next of those has to wait that nobody has answered.
+// Sends again what was not answered and is due for it. Returns in how many seconds the next of the
+// others is due, if there are others.
 std::optional<std::int64_t> AlarmSchedule::_sendAgain()
 {
     const std::int64_t elapsed = _clock.elapsed();
@@ -216,13 +219,14 @@ std::optional<std::int64_t> AlarmSchedule::_sendAgain()
         ++flight.sent;
         ready.push_back(flight.launch);
     }
-    // A launcher may answer at once, which changes the flights.
+    // Sent after the loop, because a launcher may answer at once, which changes _flights.
     for (const Launch& launch : ready)
         _launcher(launch);
     return pause;
 }
 
-// All in one transaction, however many there are: each one takes the disk some milliseconds.
+// Saves in one transaction, since each takes the disk some milliseconds. False when the disk
+// refuses; then the next call tries again.
 bool AlarmSchedule::_save(std::int64_t now)
 {
     try {
@@ -235,8 +239,7 @@ bool AlarmSchedule::_save(std::int64_t now)
     } catch (const SQLite::Exception& error) {
         if (isDamage(error))
             throw;
-        logError(std::string("The alarms' state cannot be written and is kept for now: ")
-            + error.what());
+        logError(std::string("The state of the alarms cannot be written for now: ") + error.what());
         return false;
     }
     _rung.clear();
@@ -245,7 +248,8 @@ bool AlarmSchedule::_save(std::int64_t now)
     return true;
 }
 
-// Writes down what rang: a recurring alarm waits for its next day, another one is gone.
+// Writes down which alarms have rung or were missed: a recurring one gets its next time, any other
+// is removed.
 void AlarmSchedule::_rearm(std::int64_t now)
 {
     for (const auto& [id, rung] : _rung) {
@@ -278,8 +282,9 @@ void AlarmSchedule::_recompute(std::int64_t now)
     }
 }
 
-// Takes since back with a clock that was set back, but not before what has rung, so that it does
-// not ring again. A clock that went far back was wrong before, and what rang by it does not count.
+// Sets since back when the clock was set back, but not before the last ring, so that an alarm does
+// not ring twice. If the clock went far back, it was wrong before, and what rang by it does not
+// count. Returns whether since has changed.
 bool AlarmSchedule::_follow(Alarm& alarm, std::int64_t now) const
 {
     if (alarm.since <= now)
@@ -341,7 +346,8 @@ void AlarmSchedule::_launch(std::int64_t now)
                 { alarm.package, alarm.application }, alarm.due, 1, {} });
         ++_flightsOf[at->second.whose];
         if (request) {
-            const Launch launch = at->second.launch; // an answer at once ends the flight
+            const Launch launch
+                = at->second.launch; // a copy, since an answer at once erases the flight
             _launcher(launch);
         } else {
             answered(alarm.id, LaunchResult::Refused, "its request on disk cannot be read");

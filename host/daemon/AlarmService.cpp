@@ -19,7 +19,7 @@ const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
 const char* const kLimitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
 const char* const kAccessDenied = "org.freedesktop.DBus.Error.AccessDenied";
 const std::int64_t kTryAgainSeconds = 60;
-const int kMostTries = 3; ///< for an application that ends in the moment of its launch
+const int kMostTries = 3; ///< to reach an application that ends just when it is launched
 
 std::int64_t secondsOf(clockid_t clock)
 {
@@ -35,7 +35,7 @@ cctz::time_zone currentZone()
     const std::string id = zoneId();
     cctz::time_zone zone;
     if (!cctz::load_time_zone(id, &zone))
-        logError("There are no data of the zone " + id + "; alarms ring by UTC");
+        logError("There is no data of the zone " + id + "; alarms ring by UTC");
     return zone;
 }
 
@@ -54,7 +54,7 @@ std::string unknownAlarm(int id)
     return "The caller's package has registered no alarm " + std::to_string(id);
 }
 
-// Whether the application has ended between the look for it and the launch.
+// Whether the launch failed because the application ended after it had been found.
 bool hasEnded(const sdbus::Error& error)
 {
     const std::string& name = error.getName();
@@ -62,12 +62,13 @@ bool hasEnded(const sdbus::Error& error)
         || name == "org.freedesktop.DBus.Error.ServiceUnknown";
 }
 
-// Kept in the device's settings, which are another file. Without it, ids go by the clock alone.
+// The mark lies in the settings, which are another file than the alarms. If the settings fail, ids
+// start from the clock.
 IdMark idMark()
 {
     static const char* const store = "alarm-service";
     static const char* const key = "next-id";
-    static const char* const what = "the mark of the alarms' ids";
+    static const char* const what = "the mark of used alarm ids cannot be read or written";
     const auto read = [] {
         return guarded(what, 0, [] {
             const auto value = SettingsStore::session().read(store, key);
@@ -81,14 +82,15 @@ IdMark idMark()
     return { read, write };
 }
 
-// A new process moves a damaged file aside and says so.
+// Ends hostd when the file of alarms is damaged: the next hostd moves the file aside and reports
+// it.
 void endIfDamaged(const SQLite::Exception& error)
 {
     if (isDamage(error))
         ecore_main_loop_quit();
 }
 
-// Runs a call about alarms, with its refusals in the bus's terms.
+// Runs the body of a method; its exceptions become D-Bus errors for the caller.
 template <typename Call>
 auto answeringAboutAlarms(Call call)
 {
@@ -214,7 +216,7 @@ void AlarmService::_launch(const Launch& launch, int tries)
 void AlarmService::_send(const Launch& launch, const std::string& connection, int tries)
 {
     try {
-        auto& call = _calls[launch.id]; // kept, because a proxy ends its calls with itself
+        auto& call = _calls[launch.id]; // kept, because the end of a proxy is the end of its calls
         call = sdbus::createProxy(bus(), connection, kApplicationPath);
         call->callMethodAsync("Launch")
             .onInterface("com.velmora.host.Application")
@@ -248,12 +250,12 @@ void AlarmService::_answered(const Launch& launch, const sdbus::Error* error)
 
 void AlarmService::_clockChanged()
 {
-    logInfo("The clock or the zone was changed; the alarms follow");
+    logInfo("The clock or the zone was changed; all alarms are computed again");
     _schedule.clockChanged(currentZone());
     _update();
 }
 
-// What many answers bring is written down in one go.
+// Updates once for all answers of this turn of the loop.
 void AlarmService::_updateSoon()
 {
     if (!_soon)

@@ -13,7 +13,8 @@
 
 namespace host {
 
-/// The schedule on the session's bus and the device's clock; see com.velmora.host.Alarm.xml.
+/// Offers the schedule on the bus, and runs it by the device's clock; see
+/// com.velmora.host.Alarm.xml.
 class AlarmService final : public sdbus::AdaptorInterfaces<com::velmora::host::Alarm_adaptor> {
 public:
     /// Exports the interface. applications must outlive the service. Throws std::exception when the
@@ -21,7 +22,7 @@ public:
     explicit AlarmService(Applications& applications);
     ~AlarmService();
 
-    /// Begins to launch: only the daemon that owns the bus name may.
+    /// Starts launching alarms. Only the daemon that owns the bus name may do that.
     void start();
 
     AlarmSchedule& schedule() { return _schedule; }
@@ -48,8 +49,7 @@ private:
     Applications& _applications;
     AlarmSchedule _schedule;
     ClockWatch _clock;
-    std::map<int, std::unique_ptr<sdbus::IProxy>>
-        _calls; ///< launches that wait for an answer, by id
+    std::map<int, std::unique_ptr<sdbus::IProxy>> _calls; ///< unanswered launches, by alarm
     std::vector<std::unique_ptr<sdbus::IProxy>> _answeredCalls; ///< until they have returned
     bool _started = false;
     std::unique_ptr<Timer> _soon; ///< while an update is due in this turn of the loop

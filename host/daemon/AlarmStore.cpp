@@ -19,7 +19,7 @@ const int kBusyMilliseconds = 5000;
 const int kColumnsWithoutSecret = 15;
 const std::int64_t kFirstSecond = 1577836800; ///< the beginning of 2020
 const int kHighestId = INT_MAX;
-const int kReservedIds = 1000; ///< for which the mark is written once
+const int kReservedIds = 1000; ///< how many ids one write of the mark covers
 
 const char* const kSchema = R"(
     CREATE TABLE IF NOT EXISTS alarms (
@@ -74,7 +74,7 @@ Alarm readAlarm(SQLite::Statement& row)
     return alarm;
 }
 
-// A file of an earlier version has no secrets.
+// Adds the column of secrets to a file of an earlier version.
 void addSecrets(SQLite::Database& db)
 {
     const SQLite::Statement columns(db, "SELECT * FROM alarms");
@@ -105,7 +105,7 @@ std::string moveAside(const std::string& path)
     while (fs::exists(path + ".damaged-" + std::to_string(number)))
         ++number;
     const std::string suffix = ".damaged-" + std::to_string(number);
-    // The file itself last: as long as it is there, the next start tries again.
+    // The database file is moved last: as long as it is there, the next start tries again.
     for (const char* part : { "-wal", "-shm", "" }) {
         if (fs::exists(path + part))
             fs::rename(path + part, path + suffix + part);
@@ -145,8 +145,8 @@ AlarmStore::AlarmStore(Opened opened, const std::string& path, std::int64_t now,
     _raiseIds(path, now, std::move(opened.loss));
 }
 
-// Goes on above all ids that anybody may know, whatever became of the file meanwhile, and tells of
-// a file that has lost them.
+// Makes new ids begin above all ids that anybody may hold, whatever became of the file. Reports
+// registrations that are lost.
 void AlarmStore::_raiseIds(const std::string& path, std::int64_t now, std::string loss)
 {
     const int mark = _mark.read();
@@ -198,7 +198,7 @@ int AlarmStore::add(const Alarm& alarm)
     return id;
 }
 
-// The mark is behind the id before anybody knows the id.
+// Raises the mark above the id before the caller gets to know the id.
 int AlarmStore::_reserved(int id)
 {
     if (id >= _mark.read())
@@ -256,7 +256,7 @@ std::vector<Alarm> AlarmStore::of(const std::string& package)
     return _select("WHERE package = ?", package);
 }
 
-// Without the requests, which may be long and many.
+// Leaves out the requests, which may be long and many.
 std::vector<Alarm> AlarmStore::_select(const std::string& condition, const std::string& package)
 {
     std::string columns = kSelect;
@@ -272,7 +272,8 @@ std::vector<Alarm> AlarmStore::_select(const std::string& condition, const std::
 
 std::vector<Alarm> AlarmStore::due(std::int64_t after, std::int64_t until, const Wanted& wanted)
 {
-    // The index alone tells which are wanted, so that thousands of others cost little.
+    // The index has all columns of this query, so thousands of alarms that are not wanted cost
+    // little.
     std::vector<int> ids;
     SQLite::Statement select(_db,
         "SELECT id, application, package FROM alarms WHERE due > ? AND due <= ? ORDER BY due, id");

@@ -19,20 +19,20 @@ struct Alarm {
     std::string application;
     std::string request; ///< the launch request's entries, encoded
     AlarmTime time;
-    std::int64_t since = 0; ///< due is the first occurrence later than this
+    std::int64_t since = 0; ///< the alarm is due at its first occurrence after this instant
     std::int64_t fired = 0; ///< the last instant that rang; 0 = none
     std::int64_t due = 0;
-    int round = 0; ///< how often its past was forgotten because the clock went far back
-    std::string secret; ///< known to nobody else; given by AlarmStore::add
+    int round = 0; ///< how often fired was reset because the clock went far back
+    std::string secret; ///< random, set by AlarmStore::add
 };
 
-/// What outlives a store that is lost: the lowest id that was never given out.
+/// A number that outlives a lost store: all ids below it may have been given out.
 struct IdMark {
     std::function<int()> read; ///< 0 when there is none
     std::function<void(int)> write; ///< on disk when it returns
 };
 
-/// Whether the file is damaged, which a new start of the daemon mends by moving it aside.
+/// Whether the file is damaged. The next AlarmStore that opens it moves it aside.
 bool isDamage(const SQLite::Exception& error);
 
 struct TrayEntry {
@@ -46,15 +46,15 @@ struct TrayEntry {
  */
 class AlarmStore {
 public:
-    /// Opens or makes the file, which nobody else may read. A damaged one is moved aside and
-    /// replaced by an empty one; that one, and one that is lost, are told in the log and the tray.
-    /// Applications may still hold ids of what is lost: those of a new file begin above the mark,
-    /// and above the seconds since 2020.
+    /// Opens or makes the file, for this user alone. A damaged file is moved aside and replaced by
+    /// an empty one. The log and the tray report a file that was damaged or is lost. Ids of a new
+    /// file begin above the mark and above the number of seconds since 2020, since applications may
+    /// still hold ids of the lost one.
     AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark);
 
-    /// Returns the id, which was never given out before.
+    /// Returns the new alarm's id, which was never given out before.
     int add(const Alarm& alarm);
-    int countOf(const std::string& package); ///< its registrations
+    int countOf(const std::string& package); ///< the number of its alarms
     bool remove(int id);
     bool remove(int id, const std::string& package);
     void updateTimes(const Alarm& alarm);
@@ -62,8 +62,8 @@ public:
     std::optional<Alarm> find(int id);
     std::vector<Alarm> all(); ///< the earliest due first, without their requests
     std::vector<Alarm> of(const std::string& package); ///< likewise
-    /// The alarms due after the one instant and until the other, the earliest first, of those that
-    /// are wanted.
+    /// The alarms that are due later than after, but not later than until, and for which wanted
+    /// returns true; the earliest first.
     using Wanted
         = std::function<bool(int id, const std::string& application, const std::string& package)>;
     std::vector<Alarm> due(std::int64_t after, std::int64_t until, const Wanted& wanted);
@@ -72,13 +72,13 @@ public:
     void post(const TrayEntry& entry);
     std::vector<TrayEntry> tray(); ///< the oldest first
 
-    /// Runs change and keeps all of it, or nothing when it throws.
+    /// Runs change in a transaction, which is rolled back when change throws.
     void transaction(const std::function<void()>& change);
 
 private:
     struct Opened {
         SQLite::Database db;
-        std::string loss; ///< what became of the file before; empty when nothing is lost
+        std::string loss; ///< what happened to a damaged file; empty when there was none
     };
     static Opened _open(const std::string& path);
     AlarmStore(Opened opened, const std::string& path, std::int64_t now, const IdMark& mark);

@@ -5,8 +5,8 @@
 
 namespace host {
 
-/// What call returns. An exception that the bus library does not know is thrown as an error that it
-/// sends to the caller: it would end the daemon.
+/// Returns the result of call, the body of a D-Bus method. Exceptions become errors that the bus
+/// library sends to the caller; those that it does not know would end the daemon.
 template <typename Call>
 auto answering(Call call)
 {

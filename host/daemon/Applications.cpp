@@ -58,7 +58,8 @@ std::string Applications::programBehind(const std::string& connection)
     return isUnique(connection) ? _clientOf(connection).program : "";
 }
 
-// A search that fails is over: nobody else would end it.
+// Runs a step of a search. If the step fails, the search is over, because nothing else would end
+// it.
 template <typename Work>
 void Applications::_orSettle(const std::string& application, Work work)
 {
@@ -84,14 +85,15 @@ void Applications::find(const std::string& application, Found found)
     _orSettle(application, [&] { _start(application); });
 }
 
-// The bus knows no such service, or its name could be none.
+// Such are a name that the bus has no service for and an id that cannot be a bus name, if no
+// program is installed for it.
 bool Applications::isUnknown(const std::string& application, const sdbus::Error& error)
 {
     try {
         return (error.getName() == kUnknown || error.getName() == kInvalidArgs)
             && programOf(application).empty();
     } catch (const std::exception&) {
-        return false; // what cannot be looked up now may be there
+        return false; // unknown for now, so it may exist
     }
 }
 
@@ -113,7 +115,7 @@ void Applications::ending(const std::string& connection)
         _nameless.erase(nameless);
 }
 
-// Of a connection that is not there nothing is kept: its name may be another's one day.
+// Nothing is kept about a connection that is not there, since its name may be given to another one.
 Applications::Client Applications::_clientOf(const std::string& connection)
 {
     const auto found = _clients.find(connection);
@@ -130,13 +132,15 @@ Applications::Client Applications::_clientOf(const std::string& connection)
     return client;
 }
 
-// Whoever asks about it later looks again.
+// Looks up a connection in advance. If that fails, it is looked up again when somebody asks about
+// it.
 void Applications::_tryToKnow(const std::string& connection)
 {
     try {
         (void)_clientOf(connection);
     } catch (const std::exception& error) {
-        logWarning("who " + connection + " is cannot be seen for now: " + error.what());
+        logWarning(
+            "the program behind " + connection + " cannot be looked up for now: " + error.what());
     }
 }
 
@@ -174,14 +178,15 @@ void Applications::_remember(const std::string& connection)
     _remembered.pop_front();
 }
 
-// The connection that takes the application's requests; empty when there is none.
+// The connection on which the application takes requests; empty when it does not run.
 std::string Applications::_runningOf(const std::string& application)
 {
     for (const auto* connections : { &_owners, &_nameless }) {
         const auto found = connections->find(application);
         if (found == connections->end())
             continue;
-        // Its program may have been away when it was looked at, as while an update replaces it.
+        // Looks it up again when it was nobody's: its program may have been absent at that moment,
+        // as while an update replaces it.
         if (who(found->second).application.empty())
             _clients.erase(found->second);
         if (who(found->second).application == application)
@@ -190,7 +195,7 @@ std::string Applications::_runningOf(const std::string& application)
     return "";
 }
 
-// Ends the search for an application that has come up.
+// Ends the search for an application that is there by now.
 void Applications::_look(const std::string& application)
 {
     const auto search = _searches.find(application);
@@ -220,7 +225,7 @@ void Applications::_startByBus(const std::string& application)
     const auto started = [this, application](const sdbus::Error* error, std::uint32_t) {
         const sdbus::Error ended(kNoReply, application + " has ended at once");
         if (_searches.count(application) == 0)
-            return; // it has been found meanwhile
+            return; // the application was found meanwhile
         if (error || _owners.count(application) == 0) {
             _settle(application, "", error ? error : &ended);
         } else {
@@ -233,7 +238,7 @@ void Applications::_startByBus(const std::string& application)
         .uponReplyInvoke(started);
 }
 
-// Whether the bus can start it, when its program is there.
+// Whether the bus has a service of that name.
 bool Applications::_isActivatable(const std::string& application)
 {
     std::vector<std::string> names;
@@ -241,7 +246,7 @@ bool Applications::_isActivatable(const std::string& application)
     return std::find(names.begin(), names.end(), application) != names.end();
 }
 
-// For an application whose name another program holds.
+// Starts the program of an application whose bus name another program holds.
 void Applications::_startProgram(const std::string& application)
 {
     std::string program = programOf(application);
@@ -254,7 +259,7 @@ void Applications::_startProgram(const std::string& application)
     const pid_t process = processOf(_owners[application]);
     logWarning("The name " + application + " is held by process " + std::to_string(process) + " ("
         + programOfProcess(process)
-        + "), which is not its program; that one is started without it");
+        + "), which is not its program; its program is started without the name");
     pid_t child = 0;
     char* const arguments[] = { program.data(), nullptr };
     const int failure = posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments, environ);
@@ -280,7 +285,7 @@ void Applications::_settle(
         try {
             found(connection, error);
         } catch (const std::exception& failure) {
-            logError("a search for " + application + ": " + failure.what());
+            logError("a caller who looked for " + application + " failed: " + failure.what());
         }
     }
 }

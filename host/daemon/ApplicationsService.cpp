@@ -25,7 +25,7 @@ std::tuple<std::string, std::string> ApplicationsService::Identify(const std::st
 
 void ApplicationsService::Find(sdbus::Result<std::string>&& found, std::string application)
 {
-    // Found may be called only once, but is copied on its way there.
+    // Shared, because the callback is copied on its way and a result cannot be.
     auto answer = std::make_shared<sdbus::Result<std::string>>(std::move(found));
     answering([&] {
         _applications.find(

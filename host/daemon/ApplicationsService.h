@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// Who is who on the session's bus; see com.velmora.host.Applications.xml.
+/// Answers on the bus who is who; see com.velmora.host.Applications.xml.
 class ApplicationsService final
     : public sdbus::AdaptorInterfaces<com::velmora::host::Applications_adaptor> {
 public:

@@ -76,7 +76,7 @@ void BootApplications::_start(const std::string& application)
     }
 }
 
-// One that has run for long has not failed to start.
+// An application that has run for a while begins with the shortest pause again.
 void BootApplications::_startLater(const std::string& application)
 {
     Boot& boot = _boots[application];

@@ -49,7 +49,8 @@ ClockWatch::ClockWatch(std::function<void()> due, std::function<void()> changed)
     , _zoneEvents(
           inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "inotify_init1", [this] { _readZoneEvents(); })
 {
-    // A link is replaced, not written, so its directory tells. zoneId() falls back to /etc.
+    // The folders are watched, because a link is replaced, not written. zoneId() falls back to the
+    // link in /etc.
     const std::string& link = zoneLinkPath();
     for (const std::string& folder :
         { std::filesystem::path(link).parent_path().string(), std::string("/etc") }) {
@@ -57,7 +58,7 @@ ClockWatch::ClockWatch(std::function<void()> due, std::function<void()> changed)
             _zoneEvents.get(), folder.c_str(), IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO);
         if (watch < 0 && errno != ENOENT) {
             logWarning("Changes of the zone in " + folder
-                + " will not be seen: " + std::generic_category().message(errno));
+                + " will not be noticed: " + std::generic_category().message(errno));
         }
     }
 }
@@ -71,7 +72,7 @@ void ClockWatch::wakeAt(std::optional<std::int64_t> instant)
         return;
     if (errno != ECANCELED)
         throw std::system_error(errno, std::generic_category(), "timerfd_settime");
-    // The clock was set since the timer was last read.
+    // The clock was set after the last read of the timer, and no read will report it.
     _changed();
 }
 

@@ -11,7 +11,7 @@ namespace host {
 /// A file descriptor that the Ecore loop watches for reading.
 class WatchedFd {
 public:
-    /// Takes the descriptor over. Throws std::system_error when it is -1.
+    /// Takes ownership of the descriptor. Throws std::system_error, by errno, when it is -1.
     WatchedFd(int fd, const char* what, std::function<void()> readable);
     WatchedFd(const WatchedFd&) = delete;
     WatchedFd& operator=(const WatchedFd&) = delete;
@@ -25,15 +25,15 @@ private:
 };
 
 /**
- * The device's clock on the Ecore loop: wakes at an instant that it shows, and tells when it was
- * set or when another zone was chosen. Ecore must be initialised.
+ * Follows the device's clock on the Ecore loop: calls back at a given instant, and when the clock
+ * was set or another zone was chosen. Ecore must be initialised.
  */
 class ClockWatch {
 public:
     ClockWatch(std::function<void()> due, std::function<void()> changed);
 
-    /// Calls due at that instant, seconds since the epoch, at once if it is past; replaces the
-    /// instant before. A clock that is set is noticed with and without one.
+    /// Calls due at this instant (seconds since the epoch), or at once if it is past; replaces the
+    /// instant of an earlier call. Changes of the clock are reported with and without an instant.
     void wakeAt(std::optional<std::int64_t> instant);
 
 private:

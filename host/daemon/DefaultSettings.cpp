@@ -14,7 +14,7 @@ namespace {
 
 const char* const kLocale = "en_US.UTF-8";
 
-// The session's locale for a category, by the names that a locale is looked up under.
+// The caller's locale for a category, from the variables that the C library reads.
 std::string localeOf(const char* category)
 {
     for (const char* name : { "LC_ALL", category, "LANG" }) {

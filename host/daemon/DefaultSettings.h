@@ -2,7 +2,7 @@
 
 namespace host {
 
-/// Gives the device's settings that have no value yet the ones that a new device has. Throws
+/// Sets those of the device's settings that have no value yet to the values of a new device. Throws
 /// std::exception when the store cannot be written.
 void seedSettings();
 

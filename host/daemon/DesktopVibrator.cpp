@@ -13,7 +13,7 @@ namespace {
 const char* const kInterface = "org.sigxcpu.Feedback";
 const char* const kEvent = "alarm-clock-elapsed";
 const char* const kApplication = "com.velmora.alarm-alert";
-const std::int32_t kEndlessly = 0; ///< as the timeout
+const std::int32_t kEndlessly = 0; ///< as a timeout for feedbackd
 
 } // namespace
 
@@ -25,7 +25,7 @@ DesktopVibrator::DesktopVibrator()
 void DesktopVibrator::begin()
 {
     end();
-    // Its quiet profile is the one without sound.
+    // feedbackd's profile "quiet" is the one without sound.
     const std::map<std::string, sdbus::Variant> hints = { { "profile", std::string("quiet") } };
     _feedbackd->callMethodAsync("TriggerFeedback")
         .onInterface(kInterface)

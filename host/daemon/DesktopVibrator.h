@@ -7,13 +7,13 @@
 
 namespace host {
 
-/// What vibrates in the machine itself, where feedbackd runs. Nobody waits for it, and without it
-/// nothing happens. Main loop only.
+/// The vibrator of the machine, on which feedbackd runs it. Never waits; does nothing without
+/// feedbackd. Main loop only.
 class DesktopVibrator {
 public:
     DesktopVibrator();
 
-    /// Vibrates as feedbackd's theme does for an alarm, until end.
+    /// Vibrates as feedbackd's theme does for an alarm, until end().
     void begin();
     void end();
 
@@ -21,7 +21,7 @@ private:
     void _endFeedback(std::uint32_t id);
 
     std::unique_ptr<sdbus::IProxy> _feedbackd;
-    unsigned _begun = 0; ///< tells a vibration from those before it
+    unsigned _begun = 0; ///< number of the latest begin or end, to recognise late answers
     std::optional<std::uint32_t> _running;
 };
 

@@ -18,7 +18,7 @@ bool isUninterruptible(int reason)
         || reason == SOUND_STREAM_FOCUS_CHANGED_BY_CALL;
 }
 
-// One change per stream and event, with all the parts concerned.
+// Adds a part to the change of the stream for this event, or adds that change.
 void addChange(std::vector<FocusChange>& changes, size_t first, const FocusStream& stream, int bit,
     bool held, const FocusCause& cause)
 {
@@ -36,7 +36,8 @@ void addChange(std::vector<FocusChange>& changes, size_t first, const FocusStrea
 
 } // namespace
 
-// Nobody takes a part from a call: an earlier one stays, whoever believes to have taken it since.
+// Nobody takes a part from a call: the earlier call keeps it, whichever stream believes to have
+// taken it since.
 bool FocusArbiter::Holder::isAbove(const Holder& other) const
 {
     if (isUninterruptible(reason) != isUninterruptible(other.reason))
@@ -122,7 +123,7 @@ void FocusArbiter::settle(std::vector<FocusChange>& changes)
         if (part.empty() || part.back().isTold)
             continue;
         part.back().isTold = true;
-        // Who held it before is not known any more.
+        // The former holder is not known any more, so the cause is the system.
         addChange(changes, first, part.back().stream, bitOf(at), true,
             { SOUND_STREAM_FOCUS_CHANGED_BY_SYSTEM, SOUND_BEHAVIOR_NONE, "" });
     }

@@ -9,7 +9,7 @@
 
 namespace host {
 
-/// A sound stream of some process: its connection and the number that it chose.
+/// A sound stream of a process: the connection, and the number that the process chose.
 struct FocusStream {
     std::string client;
     std::uint32_t number = 0;
@@ -24,14 +24,14 @@ struct FocusStream {
     }
 };
 
-/// Who acts, and what those concerned are told of it.
+/// The reason of a change, as it is reported to the streams that it affects.
 struct FocusCause {
     int reason = 0; ///< sound_stream_focus_change_reason_e
     int behavior = 0;
     std::string info;
 };
 
-/// A stream that lost or regained the parts of mask, because another did what cause says.
+/// A stream has lost or regained the parts in mask because of what another stream did.
 struct FocusChange {
     FocusStream stream;
     int mask = 0;
@@ -39,36 +39,37 @@ struct FocusChange {
     FocusCause cause;
 };
 
-/// One part that a stream held or waited for when the daemon ended or hung.
+/// A part that a stream held or waited for when the daemon ended or hung.
 struct FocusClaim {
     std::uint32_t number = 0;
     int part = 0; ///< a mask of one bit
-    int reason = 0; ///< of the stream
+    int reason = 0; ///< of the stream, as in FocusCause
     std::uint64_t since = 0; ///< when it took the part
-    bool isHeld = false; ///< it takes itself for the holder
+    bool isHeld = false; ///< the stream believes to hold it
 };
 
 enum class FocusAnswer { Done, InvalidState, Policy };
 
 /**
- * Who holds which part of the sound focus. Each part has a stack of streams: the uppermost holds
- * it, the others wait to get it back. What a call changes for other streams is appended to changes.
+ * Decides who holds which part of the sound focus. Each part has a stack of streams: the top one
+ * holds it, the others wait to get it back. Changes that a call causes for other streams are
+ * appended to changes.
  */
 class FocusArbiter {
 public:
-    /// now: of the clock that the claims are by.
+    /// now: by the clock of FocusClaim::since.
     FocusAnswer acquire(const FocusStream& stream, int mask, const FocusCause& cause,
         std::uint64_t now, std::vector<FocusChange>& changes);
     FocusAnswer release(const FocusStream& stream, int mask, int behavior, const std::string& info,
         std::vector<FocusChange>& changes);
     /// The parts that the stream holds.
     int held(const FocusStream& stream) const;
-    /// The streams that hold a part or wait for it.
+    /// All streams that hold a part or wait for one.
     std::set<FocusStream> streams() const;
 
-    /// Puts the claims in the place of all that the client's streams have, in the order in which
-    /// the parts were taken. Other clients may have claims, too: until settle nobody is told that
-    /// it regained a part.
+    /// Replaces all that the client's streams hold or wait for by the claims, ordered by when the
+    /// parts were taken. No stream is told that it regained a part until settle, because other
+    /// clients may have claims, too.
     void renew(const std::string& client, const std::vector<FocusClaim>& claims,
         std::vector<FocusChange>& changes);
     void settle(std::vector<FocusChange>& changes);
@@ -81,7 +82,7 @@ private:
         FocusStream stream;
         int reason = 0;
         std::uint64_t since = 0;
-        bool isTold = false; ///< its client knows it as the holder
+        bool isTold = false; ///< its client knows that it holds the part
 
         bool isAbove(const Holder& other) const;
     };

@@ -10,12 +10,12 @@
 namespace host {
 
 /**
- * The volumes of the sound server, one per sound type. The server keeps a volume per media role: it
- * gives it to the streams that run and to those that begin later. Level 15 is the tone as it is,
- * each level below is 3 dB softer, level 0 is silent.
+ * Sets the volumes of the sound server, one per sound type. The server keeps a volume per media
+ * role and applies it to running and later streams. Level 15 is full volume, each level below is 3
+ * dB softer, level 0 is silent.
  *
- * Nothing here waits for the server. Without one the levels have no effect; a later set looks for
- * it again.
+ * Never waits for the server. Without one the levels have no effect; a later set looks for it
+ * again.
  */
 class Mixer {
 public:
@@ -35,7 +35,7 @@ private:
     void _disconnect();
     void _write(int type);
 
-    Levels _levels; ///< like the rest, under the loop's lock
+    Levels _levels; ///< like the other members, guarded by the loop's lock
     Loop _loop;
     pa_context* _context = nullptr;
 };

@@ -10,9 +10,9 @@ using Instant = cctz::time_point<cctz::seconds>;
 
 bool isFlagged(int weekSet, const cctz::civil_day& day)
 {
-    // A damaged set without a day means every day: an alarm too many is better than none.
+    // A damaged set has no day. It means every day, since an alarm too many is better than none.
     const bool hasDay = (weekSet & 0x7F) != 0;
-    // cctz counts from Monday, the set from Sunday.
+    // cctz counts the days from Monday, the set counts them from Sunday.
     const int sinceSunday = (static_cast<int>(cctz::get_weekday(day)) + 1) % 7;
     return !hasDay || (weekSet & (1 << sinceSunday)) != 0;
 }
@@ -28,8 +28,8 @@ Instant firstInstant(const cctz::civil_second& wallTime, const cctz::time_zone& 
 
 std::int64_t nextOccurrence(std::int64_t after, const AlarmTime& alarm, const cctz::time_zone& zone)
 {
-    // First instants keep the order of their wall times, so no day before today's can be later
-    // than after, and the first day that fits has the earliest instant.
+    // The first instants of wall times are in the same order as these, so an earlier day than today
+    // cannot have a later instant, and the first day that fits has the earliest one.
     const Instant start{ cctz::seconds(after) };
     cctz::civil_day day(zone.lookup(start).cs);
     if (alarm.firstDay)

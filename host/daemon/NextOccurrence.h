@@ -13,15 +13,16 @@ struct AlarmTime {
     int minute = 0;
     int second = 0;
     int weekSet = 0; ///< OR of 1 (Sunday) to 64 (Saturday); 0 = any day
-    std::optional<cctz::civil_day> firstDay; ///< not on an earlier day
+    std::optional<cctz::civil_day> firstDay; ///< the first day on which the alarm may ring
 };
 
 /**
- * The first instant later than after that the clock shows the alarm's time of day on one of its
- * days; seconds since the epoch.
+ * The first instant later than after at which the clock shows the alarm's time of day on one of its
+ * days; in seconds since the epoch.
  *
- * A time that a clock change skips counts as the first instant behind the gap; one that it doubles
- * counts once, the first time. The day is that of the clock time, skipped or not.
+ * If a clock change skips the time, the alarm rings at the first instant after the gap; if it
+ * repeats the time, the alarm rings once, the first time. The day is that of the wall time, skipped
+ * or not.
  */
 std::int64_t nextOccurrence(
     std::int64_t after, const AlarmTime& alarm, const cctz::time_zone& zone);

@@ -9,10 +9,10 @@
 
 namespace host {
 
-/// The notification tray on the session's bus; see com.velmora.host.Tray.xml.
+/// Offers the notification tray on the bus; see com.velmora.host.Tray.xml.
 class TrayService final : public sdbus::AdaptorInterfaces<com::velmora::host::Tray_adaptor> {
 public:
-    /// Shows what schedule reports, which must outlive the service.
+    /// Shows the reports of schedule, which must outlive the service.
     explicit TrayService(AlarmSchedule& schedule);
     ~TrayService();
 

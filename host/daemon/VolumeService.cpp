@@ -16,7 +16,7 @@ void check(bool isValid, const char* text)
 
 void checkType(int type) { check(type >= 0 && type < kSoundTypes, "There is no such sound type"); }
 
-// Alarms ring without settings, too: then at the default levels.
+// The default levels when the settings cannot be read, so that alarms ring all the same.
 Mixer::Levels storedLevels()
 {
     Mixer::Levels levels{};

@@ -7,7 +7,8 @@
 
 namespace host {
 
-/// The volume levels on the session's bus, kept in its settings; see com.velmora.host.Volume.xml.
+/// Offers the volume levels on the bus and keeps them in the settings; see
+/// com.velmora.host.Volume.xml.
 class VolumeService : public sdbus::AdaptorInterfaces<com::velmora::host::Volume_adaptor> {
 public:
     VolumeService();

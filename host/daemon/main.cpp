@@ -36,7 +36,7 @@ void takeName()
     }
 }
 
-// A session of which nobody wants more than hostd says so.
+// Starts the applications of the device, unless the session is to have none.
 std::unique_ptr<host::BootApplications> startApplications(host::Applications& applications)
 {
     const char* boot = getenv("ALARM_HOST_BOOT");
@@ -47,13 +47,13 @@ std::unique_ptr<host::BootApplications> startApplications(host::Applications& ap
 
 } // namespace
 
-// What on the watch is a set of system services, for one session.
+// hostd: one daemon for a session, which does the work of several system services of the watch.
 int main()
 {
     try {
         host::serveBusOnLoop();
         ecore_event_handler_add(ECORE_EVENT_SIGNAL_EXIT, endCb, nullptr);
-        // Alarms ring without settings, too.
+        // Alarms must ring even if the settings cannot be written.
         host::guarded("the device's settings cannot be written", host::seedSettings);
         host::Applications applications;
         const host::ApplicationsService applicationsService(applications);
@@ -62,7 +62,7 @@ int main()
         host::FocusService focus(applications);
         host::VibrationService vibration;
         host::VolumeService volume;
-        // Last, so that whoever sees the name is answered.
+        // Own the bus name last: callers may use it as soon as they see it.
         takeName();
         alarms.start();
         const auto boot = startApplications(applications);

@@ -7,7 +7,7 @@
 
 namespace app_assist {
 
-// A repeating main-loop timer.
+// A repeating timer of the main loop.
 class WUiTimer final {
 public:
     // Called once per period with the data pointer: true = go on, false = stop.

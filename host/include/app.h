@@ -23,12 +23,12 @@ typedef struct {
 } ui_app_lifecycle_callback_s;
 
 /*
- * Runs the application's main loop: create, then each launch request to app_control, terminate at
- * the end. The first request has been waiting since the process was started. Ends when
+ * Runs the application: calls create, passes each launch request to app_control, and calls terminate
+ * at the end. The first request has been waiting since the process was started. Ends when
  * ui_app_exit is called, on SIGTERM and SIGINT, and with the session.
- * 0, or APP_ERROR_INVALID_CONTEXT when the application did not come to run: the process is no
- * installed application, create answered false or called ui_app_exit, or the id runs already. The
- * process must then end with another status than 0, or who launches it waits.
+ * 0, or APP_ERROR_INVALID_CONTEXT when the application could not run: the process is no installed
+ * application, create returned false or called ui_app_exit, or the application runs already. The
+ * process must then exit with a status other than 0, or whoever launches it keeps waiting.
  */
 int ui_app_main(int argc, char **argv, ui_app_lifecycle_callback_s *callback, void *user_data);
 void ui_app_exit(void);

@@ -38,11 +38,11 @@ typedef void (*app_control_reply_cb)(app_control_h request, app_control_h reply,
 
 int app_control_create(app_control_h *app_control);
 int app_control_destroy(app_control_h app_control);
-/* The texts that the get calls return are the caller's, who frees them. */
+/* The caller frees the texts that the get functions return. */
 int app_control_get_operation(app_control_h app_control, char **operation);
 int app_control_get_extra_data(app_control_h app_control, const char *key, char **value);
 
-/* The application that sent a received request; KEY_NOT_FOUND when no application did. */
+/* The id of the application that sent a request; KEY_NOT_FOUND when no application sent it. */
 int app_control_get_caller(app_control_h app_control, char **id);
 
 int app_control_set_operation(app_control_h app_control, const char *operation);

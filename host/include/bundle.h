@@ -23,7 +23,7 @@ int     bundle_free(bundle *b);
 int     bundle_add_str(bundle *b, const char *key, const char *str);
 int     bundle_get_str(bundle *b, const char *key, char **str);
 int     bundle_encode(bundle *b, bundle_raw **r, int *len);
-/* The caller frees the result. NULL for a text that bundle_encode did not write. */
+/* The caller frees the bundle. NULL for a text that bundle_encode has not written. */
 bundle *bundle_decode(const bundle_raw *r, const int len);
 
 #ifdef __cplusplus

@@ -18,7 +18,7 @@ typedef struct {
     service_app_control_cb app_control;
 } service_app_lifecycle_callback_s;
 
-/* As ui_app_main, for an application without a window. */
+/* The same as ui_app_main, for an application without a window. */
 int service_app_main(int argc, char **argv, service_app_lifecycle_callback_s *callback,
                      void *user_data);
 void service_app_exit(void);

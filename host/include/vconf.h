@@ -26,7 +26,7 @@ typedef void (*vconf_callback_fn)(keynode_t *node, void *user_data);
 int vconf_notify_key_changed(const char *in_key, vconf_callback_fn cb, void *user_data);
 int vconf_ignore_key_changed(const char *in_key, vconf_callback_fn cb);
 
-/* The key, as long as the callback runs. */
+/* The name of the key, valid as long as the callback runs. */
 char *vconf_keynode_get_name(keynode_t *keynode);
 
 #ifdef __cplusplus

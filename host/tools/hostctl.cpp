@@ -16,14 +16,14 @@ const char* const kHelp
   hostctl key unset KEY
   hostctl key list
   hostctl preference [--package PACKAGE] get|set|unset|list ...
-                                         the same for a package's preferences; the alarm's by default
+                                         the same for a package's preferences, by default the alarm's
   hostctl locale LOCALE                  the language and region of texts, such as ko_KR
   hostctl clock 12|24                    whether times are shown in 12 or 24 hours
   hostctl zone ZONE                      the device's time zone, such as Asia/Seoul
   hostctl alarms [--json]                the registered alarms, the earliest first
   hostctl tray                           what the notification tray shows, the oldest first
   hostctl launch APPLICATION [--operation OPERATION] [--extra KEY=VALUE]...
-                                         starts an application, or hands the request to a running one
+                                         starts an application, or passes the request to it when it runs
   hostctl volume get TYPE                the level of a kind of sound, such as alarm: 0 to 15
   hostctl volume set TYPE LEVEL
   hostctl record start|stop              another application's recording from the microphone
@@ -31,7 +31,7 @@ const char* const kHelp
                                          another application's sound focus, such as a call
   hostctl vibration --watch              prints what the vibrator does, until it is interrupted
   hostctl device --speaker|--no-speaker|--show
-                                         what the device is made with
+                                         whether the device has a speaker
   hostctl supervise                      keeps hostd running until the session ends
 
 Exit status: 0 done, 1 failed, 2 wrong usage.
@@ -79,7 +79,8 @@ void run(const hostctl::Arguments& words)
         throw std::runtime_error("the result cannot be written");
 }
 
-// One line, whatever the text has from the command line or the bus.
+// Prints the text as one line, even if words of the command line or an answer of the bus contain
+// control characters.
 int failed(int status, std::string text)
 {
     const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-/// The subcommands of hostctl. Each takes the words behind its name, and throws UsageError for
-/// words that it does not know and std::exception for what failed; the text says what would be
-/// right.
+/// The subcommands of hostctl. Each takes the words after its name. Throws UsageError for words
+/// that it does not know, with a text that says what would be right, and std::exception when it
+/// fails.
 namespace hostctl {
 
 using Arguments = std::vector<std::string>;

@@ -29,7 +29,7 @@ void addExtra(host::Entries& extras, const std::string& text)
     }
 }
 
-// Calls Launch; the answer says that the application's callback is through with the request.
+// Calls Launch, which is answered when the application's callback has returned.
 void send(const std::string& application, const host::Entries& request)
 {
     const std::string connection

@@ -8,7 +8,8 @@ namespace hostctl {
 
 namespace {
 
-// Texts of the device are UTF-8, so another character set is refused, not ignored.
+// The setting for a locale. Texts of the device are UTF-8, so another character set is refused
+// rather than ignored.
 std::optional<std::string> settingOf(const std::string& locale)
 {
     const size_t dot = locale.find('.');

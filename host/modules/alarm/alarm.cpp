@@ -17,13 +17,13 @@ using AlarmProxy = host::DaemonProxy<com::velmora::host::Alarm_proxy>;
 
 bool isIn(int value, int low, int high) { return value >= low && value <= high; }
 
-// The platform's own sign for "the next such time of day, on whichever day".
+// Whether the date is the platform's value for "the next such time of day, on any day".
 bool hasNoDate(const tm& date)
 {
     return date.tm_year == -1900 && date.tm_mon == -1 && date.tm_mday == 0;
 }
 
-// The conversion moves a day that the calendar does not have.
+// Whether the calendar has the day: timegm moves any other day to one that exists.
 bool isInCalendar(const tm& date)
 {
     tm day = {};
@@ -59,7 +59,7 @@ int codeOf(const std::exception& failure)
                                 : found->second;
 }
 
-// Runs a call to the alarm service.
+// Runs a call to the alarm service and returns its ALARM_ERROR_* code.
 template <typename Call>
 int askService(const Call& call)
 {

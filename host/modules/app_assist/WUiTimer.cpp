@@ -5,7 +5,7 @@ namespace app_assist {
 struct WUiTimer::Impl {
     static Eina_Bool tickCb(void* data);
 
-    std::shared_ptr<WUiTimer> self; ///< while it is active
+    std::shared_ptr<WUiTimer> self; ///< keeps an active timer alive
     std::shared_ptr<TickCb> tick; ///< shared with a running tick, which may destroy the timer
     void* data = nullptr;
     Ecore_Timer* timer = nullptr;
@@ -36,12 +36,12 @@ std::shared_ptr<WUiTimer> WUiTimer::create(double period, TickCb tick, void* dat
 
 void WUiTimer::destroy()
 {
-    // During a tick, its return value ends the timer.
+    // During a tick, the tick's return value deletes the Ecore timer.
     if (_impl->timer && !_impl->ticking)
         ecore_timer_del(_impl->timer);
     _impl->timer = nullptr;
     _impl->tick = nullptr;
-    // The last owner may be this one.
+    // This may have been the last owner: the timer is destroyed at the end of this function.
     const std::shared_ptr<WUiTimer> last = std::move(_impl->self);
 }
 

@@ -10,14 +10,15 @@ namespace {
 
 const char* const kUnusable = "a folder of the package cannot be used";
 
-// The package's folder below the session's; empty for a process without a package.
+// A folder of the process's package in an area of the session; empty for a process without a
+// package.
 std::string packagePath(const char* area, const char* folder)
 {
     const std::string& package = host::identity().package;
     return package.empty() ? "" : host::homePath() + area + package + folder;
 }
 
-// A folder in which the package writes, made when it is absent.
+// A folder that the package writes to, made when absent.
 char* writablePath(const char* folder)
 {
     return host::guarded(kUnusable, nullptr, [=]() -> char* {
@@ -29,7 +30,8 @@ char* writablePath(const char* folder)
     });
 }
 
-// A folder of the installed package. It stays while the package runs, so it is looked for once.
+// A folder of the installed package. It does not go away while the package runs, so it is looked up
+// once.
 char* installedPath(const char* folder, std::string& found)
 {
     return host::guarded(kUnusable, nullptr, [=, &found]() -> char* {

@@ -26,12 +26,12 @@ Entries::iterator entryOf(Entries& entries, const std::string& key)
 
 const host::OutOfMemoryOr kUnexpected{ APP_CONTROL_ERROR_IO_ERROR };
 
-// Null takes the entry away; an entry that is there keeps its place.
+// Sets an entry, which keeps its place if it exists; a null value removes it.
 int setEntry(app_control_h app_control, const char* key, const char* value)
 {
     if (!app_control)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    return host::guarded("a launch request", kUnexpected, [=] {
+    return host::guarded("a launch request failed", kUnexpected, [=] {
         Entries& entries = app_control->data.entries;
         const auto entry = entryOf(entries, key);
         if (entry == entries.end()) {
@@ -50,7 +50,7 @@ int copyEntry(app_control_h app_control, const char* key, char** value)
 {
     if (!app_control || !key || !value)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    return host::guarded("a launch request", kUnexpected, [=] {
+    return host::guarded("a launch request failed", kUnexpected, [=] {
         const std::string* found = host::findEntry(app_control->data.entries, key);
         if (!found)
             return APP_CONTROL_ERROR_KEY_NOT_FOUND;
@@ -75,7 +75,7 @@ int launchError(const std::exception& failure)
     return host::OutOfMemoryOr{ APP_CONTROL_ERROR_LAUNCH_FAILED }(failure);
 }
 
-// The reply callback's request handle is a copy: the caller may destroy its own after sending.
+// The callback gets a copy of the request, since the caller may destroy its own after sending.
 ApplicationPort::Answer answerTo(app_control_h request, app_control_reply_cb callback, void* data)
 {
     if (!callback)
@@ -93,7 +93,7 @@ extern "C" int app_control_create(app_control_h* app_control)
 {
     if (!app_control)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    return host::guarded("a launch request", kUnexpected, [=] {
+    return host::guarded("a launch request failed", kUnexpected, [=] {
         *app_control = new app_control_s;
         return APP_CONTROL_ERROR_NONE;
     });
@@ -177,7 +177,7 @@ extern "C" int app_control_send_launch_request(
         : nullptr;
     if (!application || application->empty())
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
-    return host::guarded("a launch request", kUnexpected, [=] {
+    return host::guarded("a launch request failed", kUnexpected, [=] {
         return launch(*application, app_control, answerTo(app_control, callback, user_data));
     });
 }
@@ -188,12 +188,12 @@ extern "C" int app_control_reply_to_launch_request(
     if (!reply || !request)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
     if (request->ticket == 0)
-        return APP_CONTROL_ERROR_NONE; // the caller wants none
+        return APP_CONTROL_ERROR_NONE; // the caller wants no reply
     return host::guarded("replying to a request failed",
         host::OutOfMemoryOr{ APP_CONTROL_ERROR_LAUNCH_FAILED }, [=] {
             ApplicationPort::instance().reply(
                 request->sender, request->ticket, result, reply->data.entries);
-            request->ticket = 0; // a caller hears one answer
+            request->ticket = 0; // a caller gets one reply
             return APP_CONTROL_ERROR_NONE;
         });
 }

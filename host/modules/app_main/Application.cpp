@@ -15,7 +15,7 @@ Application* Application::_running = nullptr;
 Application::Application(Callbacks callbacks)
     : _callbacks(std::move(callbacks))
 {
-    ecore_app_no_system_modules(); // they look for a system bus and make every start slower
+    ecore_app_no_system_modules(); // which look for a system bus and so delay every start
     ecore_init();
     _running = this;
 }
@@ -65,8 +65,8 @@ bool Application::_open()
     });
 }
 
-// Nobody else would hear of a request that came too late for this process, so it goes to a new one.
-// That one cannot reply to the caller, who is told so.
+// Passes requests that came too late for this process on to the application's next process. Callers
+// who want a reply are told that it is cancelled, since the next process cannot reply to them.
 void Application::_close()
 {
     const std::string& application = host::identity().application;
@@ -93,7 +93,8 @@ void Application::_receive(ApplicationPort::Request request)
         _job = ecore_job_add(_deliverCb, this);
 }
 
-// One request at a time: an application that ends itself leaves the others waiting.
+// Delivers one request per turn of the loop, so that the rest stays for the next process when the
+// application ends itself.
 void Application::_deliver()
 {
     if (_ending)

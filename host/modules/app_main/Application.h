@@ -9,7 +9,7 @@
 
 /**
  * The running application: its main loop, and the launch requests that wait for their turn on it. A
- * request that comes while the application ends is sent to its next life.
+ * request that comes while the application ends is sent to its next process.
  */
 class Application {
 public:
@@ -24,10 +24,10 @@ public:
     Application& operator=(const Application&) = delete;
     ~Application();
 
-    /// Returns when the application has ended: 0, or an app_error_e when it did not come to run.
+    /// Runs until the application ends. 0, or an app_error_e when the application could not run.
     int run();
 
-    /// Makes the process's application end. What waits is left to its next life.
+    /// Ends the process's application. Requests that still wait go to its next process.
     static void end();
 
 private:

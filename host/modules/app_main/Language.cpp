@@ -16,7 +16,7 @@
 
 namespace {
 
-// Without its character set; empty when the setting is unset.
+// The locale in a setting, without its character set; empty when the setting is not set.
 std::string localeUnder(const char* key)
 {
     const host::CText value(vconf_get_str(key));
@@ -24,8 +24,8 @@ std::string localeUnder(const char* key)
     return locale.substr(0, locale.find('.'));
 }
 
-// For gettext: the language, without its script too, since the catalogues have none in their names.
-// English comes last, for a text that the language does not have.
+// The value of LANGUAGE for gettext: the language, the same without its script, since no catalogue
+// has one in its name, and English for texts that the language lacks.
 std::string languagesOf(const std::string& language)
 {
     const size_t scriptSize = 4;
@@ -36,14 +36,14 @@ std::string languagesOf(const std::string& language)
     return (language.empty() ? "" : language + ":") + (bare == language ? "" : bare + ":") + "en";
 }
 
-// gettext goes by LANGUAGE in any locale but "C", so the machine needs no locales of its own. In
-// the other categories "C.UTF-8" is "C", and loading it would only make an alert start later.
+// gettext goes by LANGUAGE in any locale but "C", so the machine needs no locales of its own. The
+// other categories stay "C": "C.UTF-8" is the same for them, and loading it would delay an alert.
 void adopt()
 {
     const std::string language = localeUnder(host::kLanguageKey);
     setenv("LANGUAGE", languagesOf(language).c_str(), 1);
-    setlocale(
-        LC_MESSAGES, "C"); // so that the next makes gettext forget the texts that it has found
+    setlocale(LC_MESSAGES,
+        "C"); // a change of the locale makes gettext forget the texts that it has found
     setlocale(LC_MESSAGES, "C.UTF-8");
     setlocale(LC_CTYPE, "C.UTF-8");
     const std::string region = localeUnder(host::kRegionFormatKey);

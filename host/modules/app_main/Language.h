@@ -4,8 +4,8 @@
 #include <vector>
 
 /**
- * The device's language and region in this process: which texts gettext finds, and ICU's default
- * locale. Follows the settings as long as the object lives.
+ * Sets the process to the device's language and region, which decide the texts that gettext finds
+ * and ICU's default locale. Follows the settings as long as the object lives.
  */
 class Language {
 public:

@@ -3,16 +3,16 @@
 #include "host/common/Boundary.h"
 #include "host/common/Handles.h"
 
-// All that can fail here is for want of memory.
+// Runs work that fails only for a lack of memory.
 template <typename Work>
 static int guarded(const Work& work)
 {
-    return host::guarded("a bundle", BUNDLE_ERROR_OUT_OF_MEMORY, work);
+    return host::guarded("a bundle cannot be made or changed", BUNDLE_ERROR_OUT_OF_MEMORY, work);
 }
 
 extern "C" bundle* bundle_create(void)
 {
-    return host::guarded("a bundle", nullptr, [] { return new bundle; });
+    return host::guarded("a bundle cannot be made or changed", nullptr, [] { return new bundle; });
 }
 
 extern "C" int bundle_free(bundle* b)
@@ -62,7 +62,7 @@ extern "C" bundle* bundle_decode(const bundle_raw* r, const int len)
 {
     if (!r || len < 0)
         return nullptr;
-    return host::guarded("a bundle", nullptr, [=] {
+    return host::guarded("a bundle cannot be made or changed", nullptr, [=] {
         const std::string text(reinterpret_cast<const char*>(r), static_cast<size_t>(len));
         const auto entries = host::decodeEntries(text);
         return entries ? new bundle{ *entries } : nullptr;

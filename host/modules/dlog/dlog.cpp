@@ -25,7 +25,7 @@ extern "C" int dlog_print(log_priority prio, const char* tag, const char* fmt, .
         return DLOG_ERROR_INVALID_PARAMETER;
     va_list arguments;
     va_start(arguments, fmt);
-    const int written = host::guarded("a line of the log", DLOG_ERROR_NOT_PERMITTED,
+    const int written = host::guarded("a log line cannot be written", DLOG_ERROR_NOT_PERMITTED,
         [&]() -> int { return print(prio, tag, fmt, arguments); });
     va_end(arguments);
     return written;

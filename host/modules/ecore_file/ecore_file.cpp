@@ -4,8 +4,9 @@
 #include <dlfcn.h>
 #include <Ecore_File.h>
 
-// Ecore's own, told where a file of the watch lies. It is loaded when it is first asked: it brings
-// a network stack along, which would make every alarm late by milliseconds.
+// Asks Ecore's function of this name, with the path that a file of the watch has in this session.
+// Ecore_File is loaded by the first call, because it brings along a network stack, which would
+// delay every alarm by milliseconds.
 extern "C" Eina_Bool ecore_file_exists(const char* file)
 {
     using Exists = Eina_Bool(const char*);
@@ -14,9 +15,9 @@ extern "C" Eina_Bool ecore_file_exists(const char* file)
         return library ? reinterpret_cast<Exists*>(dlsym(library, "ecore_file_exists")) : nullptr;
     }();
     if (!exists) {
-        host::logError("Ecore's file tools cannot be loaded");
+        host::logError("the library Ecore_File cannot be loaded");
         return EINA_FALSE;
     }
-    return host::guarded("a file's place is not known", EINA_FALSE,
+    return host::guarded("a file cannot be looked for", EINA_FALSE,
         [=] { return exists(file ? host::deviceFile(file).c_str() : nullptr); });
 }

@@ -15,7 +15,7 @@ const char* const kInterface = "com.velmora.host.Vibration";
 
 std::atomic<bool> initialized{ false };
 
-/// What this process lets vibrate. It outlives a daemon: the next one is told to go on with it.
+/// The vibration of this process. It outlives a daemon: a new one is told to go on with it.
 class Vibration {
 public:
     static Vibration& instance()
@@ -42,7 +42,7 @@ public:
             pattern);
     }
 
-    // There is nothing that an answer could tell.
+    // Does not wait, since the answer would say nothing.
     void stop()
     {
         _link.run([this] {
@@ -58,7 +58,8 @@ private:
     {
         _link.run([this] {
             _link.watch(kInterface, "Stopped", [this](sdbus::Message&) {
-                // Another process's pattern is in its place.
+                // hostd reports the end of this process's pattern only after it has confirmed its
+                // beginning; before that, the signal is about another process's.
                 if (_isKnown)
                     _pattern = 0;
             });
@@ -82,10 +83,10 @@ private:
     }
 
     DaemonLink& _link;
-    // Of the link's thread:
+    // Used on the link's thread only:
     int _pattern = 0; ///< 0 = none
-    std::uint64_t _since = 0; ///< when it began
-    bool _isKnown = false; ///< hostd has said that it runs, and not yet that it has stopped
+    std::uint64_t _since = 0; ///< when the pattern began
+    bool _isKnown = false; ///< hostd has confirmed that the pattern runs, and not reported its end
 };
 
 template <typename Call>

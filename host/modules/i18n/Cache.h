@@ -8,12 +8,12 @@
 
 namespace i18n {
 
-/// What is slow to make, by what it is made of. A value lives as long as its last user, so it may
-/// leave the cache at any time. Any thread.
+/// Keeps objects that are slow to make, such as formats, by the key that they are made from. An
+/// object lives as long as its last user, so it may leave the cache at any time. Any thread.
 template <typename Value>
 class Cache {
 public:
-    /// The key's value, else what make answers; its null is an error and is not kept.
+    /// The value of the key; if there is none, the result of make, which is kept unless it is null.
     template <typename Make>
     std::shared_ptr<Value> get(const std::u16string& key, Make make)
     {

@@ -25,8 +25,8 @@ int codeOf(UErrorCode status)
     }
 }
 
-// The session's zone, unless TZ names one: a colon in front tells that it only follows the
-// session's. Whatever it is then stays.
+// Sets ICU's default zone, once in a process: the session's zone, unless TZ names one. A TZ with a
+// colon in front only follows the session's.
 static bool detectDefaultZone()
 {
     const char* named = getenv("TZ");

@@ -10,7 +10,7 @@
 #include <unicode/unum.h>
 #include <utils_i18n.h>
 
-/// What the entry points share: ICU's handles, its codes and its texts.
+/// What the interface's functions share: ICU's handles, codes and texts.
 namespace i18n {
 
 template <auto Close>
@@ -22,30 +22,30 @@ struct Closer {
     }
 };
 
-/// The platform's code for ICU's; a warning is success.
+/// The platform's code for ICU's; ICU's warnings count as success.
 int codeOf(UErrorCode status);
 
-/// What the work of an entry point answers; an exception gets no further.
+/// Runs the work of a function of the interface; an exception becomes its error code.
 template <typename Work>
 int guarded(const Work& work) noexcept
 {
-    return host::guarded("i18n", host::OutOfMemoryOr{ I18N_ERROR_UNKNOWN }, work);
+    return host::guarded("a call of i18n failed", host::OutOfMemoryOr{ I18N_ERROR_UNKNOWN }, work);
 }
 
-/// The name of the locale, or of the default one for null.
+/// The name of a locale; null means the default locale.
 std::string localeName(const char* locale);
 
-/// The locale in the key of a cache, with the default one when that is another: ICU takes it for a
-/// locale that it does not have.
+/// The part of a cache's key that stands for the locale. It names the default locale, too, which
+/// ICU falls back to for a locale that it does not have.
 std::u16string localeKey(const std::string& locale);
 
-/// False for a name that ICU does not survive in all of its calls.
+/// False for a name with which some functions of ICU crash.
 bool isLocaleName(const char* locale);
 
-/// The text of length units, up to its terminator. -1: whatever its length.
+/// The text of this many units, or up to a terminator before; a length of -1 sets no limit.
 std::u16string textOf(const i18n_uchar* text, int32_t length);
 
-/// A zone as a caller names it; the default one when there is no name.
+/// A time zone by the id that a caller gives; null means the default zone.
 struct Zone {
     Zone(const i18n_uchar* name, int32_t length);
     const UChar* idForIcu() const { return isDefault ? nullptr : id.data(); }
@@ -55,7 +55,8 @@ struct Zone {
     std::u16string id;
 };
 
-/// The text that a call of ICU writes: write(buffer, capacity, &status) answers its length.
+/// The text that a function of ICU writes: write(buffer, capacity, &status) returns the text's
+/// length.
 template <typename Write>
 std::u16string written(UErrorCode& status, Write write)
 {
@@ -71,19 +72,21 @@ std::u16string written(UErrorCode& status, Write write)
     return text;
 }
 
-/// Writes the text, and a terminator where there is room; false and nothing when it does not fit.
+/// Copies the text, and a terminator where there is room. False, with nothing copied, when the text
+/// does not fit.
 bool copyOut(const std::u16string& text, i18n_uchar* result, int32_t capacity);
 
-/// The watch's ICU has plain spaces where the desktop's has narrow ones that do not break.
+/// Replaces narrow no-break spaces by plain ones, which the watch's ICU has in their place.
 void widenSpaces(std::u16string& text);
 
-/// An output buffer may be null when nothing is to be written, as for ICU.
+/// Whether the arguments describe an output buffer; as in ICU, it may be null when its capacity is
+/// 0.
 inline bool isBuffer(const i18n_uchar* buffer, int32_t capacity)
 {
     return buffer ? capacity >= 0 : capacity == 0;
 }
 
-/// A text of a length, or, with the length -1, up to its terminator.
+/// Whether the arguments describe a text; a length of -1 means up to its terminator.
 inline bool isText(const i18n_uchar* text, int32_t length) { return text && length >= -1; }
 
 } // namespace i18n

@@ -3,7 +3,7 @@
 
 namespace {
 
-// A new calendar that is cloned, not used itself.
+// A calendar from the cache, which is cloned for callers and never used itself.
 std::shared_ptr<UCalendar> calendarOf(const i18n::Zone& zone, const std::string& locale,
     i18n_ucalendar_type_e type, UErrorCode& status)
 {

@@ -5,7 +5,7 @@ namespace {
 
 using Handle = std::shared_ptr<UDateFormat>;
 
-// ICU does not survive every other number.
+// Whether ICU knows the styles: it crashes with some other numbers.
 bool areStyles(i18n_udate_format_style_e time, i18n_udate_format_style_e date)
 {
     const auto isNamed = [](i18n_udate_format_style_e style) {

@@ -5,7 +5,8 @@ namespace {
 
 using Generator = std::unique_ptr<UDateTimePatternGenerator, i18n::Closer<udatpg_close>>;
 
-// A locale's generator, which takes long to make and less long to ask.
+// A locale's pattern generator, which is slow to make, and the best patterns that it has found,
+// which takes it a while, too.
 class Patterns {
 public:
     explicit Patterns(Generator generator)

@@ -10,7 +10,7 @@
 namespace {
 
 const UChar32 kReplacement = 0xFFFD;
-const size_t kLongest = 3; // bytes of a UTF-16 unit
+const size_t kLongest = 3; // bytes of UTF-8 for one UTF-16 unit
 
 std::u16string wideOf(const char* text)
 {
@@ -35,7 +35,7 @@ std::string narrowOf(const std::u16string& text)
     return narrow;
 }
 
-// As much of the text as there is room for; what does not fit begins with no rest of a character.
+// Copies as much of the text as there is room for, without cutting a character in two.
 template <typename Text, typename Unit>
 void copy(const Text& text, Unit* dest, int32_t n, bool (*isRest)(typename Text::value_type))
 {

@@ -15,7 +15,7 @@ public:
     /// Any thread; never waits for a task.
     void post(std::function<void()> task);
 
-    /// Drops what has not begun, and returns when the running task has.
+    /// Drops tasks that have not begun, and returns when the running one has ended.
     void end();
 
 private:

@@ -10,9 +10,10 @@ namespace {
 
 const gint64 kBufferMicroseconds = 80000;
 const gint64 kLatencyMicroseconds = 10000;
-// The decoders' bin now and then swallows the error of a broken file, and nothing comes ever after.
+// How long a tone may take to settle: GStreamer now and then swallows the error of a broken file,
+// and no message follows.
 const std::chrono::seconds kLongestWait(3);
-const int kPlayAudio = 1 << 1; ///< playbin's own flag: no pictures, no subtitles
+const int kPlayAudio = 1 << 1; ///< playbin's flag for sound, without video and subtitles
 
 void begin()
 {
@@ -39,7 +40,7 @@ int errorCode(const GError& error)
     case GST_RESOURCE_ERROR_NOT_AUTHORIZED:
     case GST_RESOURCE_ERROR_OPEN_READ:
         return PLAYER_ERROR_PERMISSION_DENIED;
-    case GST_RESOURCE_ERROR_FAILED: // the sound server's end
+    case GST_RESOURCE_ERROR_FAILED: // the sound server has ended
         return PLAYER_ERROR_SERVICE_DISCONNECTED;
     default:
         return PLAYER_ERROR_INVALID_OPERATION;
@@ -68,7 +69,8 @@ GstTone::GstTone(const std::string& uri, const std::string& role, Events events)
     _isHandedOver.store(true, std::memory_order_release);
 }
 
-// The tone for a thread of the pipeline, which sees all that the constructor has written.
+// The tone, for a thread of the pipeline: synchronises with the constructor, so that the thread
+// sees all that it has written.
 GstTone& GstTone::_handedOver(gpointer data)
 {
     auto& tone = *static_cast<GstTone*>(data);
@@ -78,7 +80,7 @@ GstTone& GstTone::_handedOver(gpointer data)
 
 GstTone::~GstTone() { gst_element_set_state(_pipeline.get(), GST_STATE_NULL); }
 
-// Null when it does not reach the sound server.
+// A sink to the sound server; null when the server cannot be reached.
 GstTone::Element GstTone::_makeServerSink(const std::string& role)
 {
     GstElement* pulse = gst_element_factory_make("pulsesink", nullptr);
@@ -87,8 +89,8 @@ GstTone::Element GstTone::_makeServerSink(const std::string& role)
     Element sink(GST_ELEMENT(gst_object_ref_sink(pulse)));
     GstStructure* properties
         = gst_structure_new("properties", "media.role", G_TYPE_STRING, role.c_str(), nullptr);
-    // The server asks for what it plays, and that is pace enough: the stream's own clock counts
-    // the time for which a tone waits for its start, and would play it as silence.
+    // The server asks for data when it needs them, and that is pace enough. By the stream's own
+    // clock, the time for which a tone waits for its start would be played as silence.
     g_object_set(pulse, "sync", FALSE, "enable-last-sample", TRUE, "buffer-time",
         kBufferMicroseconds, "latency-time", kLatencyMicroseconds, "stream-properties", properties,
         nullptr);
@@ -99,7 +101,7 @@ GstTone::Element GstTone::_makeServerSink(const std::string& role)
     return nullptr;
 }
 
-// A sink that can reach the sound server, else one that keeps time.
+// A sink to the sound server, else one that plays nothing, but at the right pace.
 GstTone::Element GstTone::_makeSink(const std::string& role)
 {
     Element sink = _makeServerSink(role);
@@ -126,8 +128,8 @@ bool GstTone::isOutdated()
 int GstTone::open()
 {
     gst_element_set_state(_pipeline.get(), GST_STATE_PAUSED);
-    // A pass must end with a message, not with the end of the stream: hence the jump to where it
-    // is. Nothing would ever settle after a jump in what has no sound.
+    // The flushing seek to the tone's beginning makes a pass end with a segment-done message rather
+    // than the end of the stream. A tone without sound would never settle after a seek.
     const bool isReady = settle() && _hasSound() && _seek(0, GST_SEEK_FLAG_FLUSH) && settle();
     const std::lock_guard<std::mutex> lock(_mutex);
     _isOpen = isReady;
@@ -181,7 +183,8 @@ bool GstTone::_seek(GstClockTime position, int flags)
         != FALSE;
 }
 
-// Only now has the pass before a jump stopped: until here it can still end, as that pass.
+// The old pass can still report its end until the flush of a seek is over. From here on a new pass
+// runs.
 GstPadProbeReturn GstTone::_flushCb(GstPad*, GstPadProbeInfo* info, gpointer data)
 {
     if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP)

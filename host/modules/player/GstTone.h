@@ -8,7 +8,7 @@
 #include <memory>
 #include <mutex>
 
-/// A tone that is a GStreamer pipeline.
+/// A tone played by a GStreamer pipeline.
 class GstTone : public Tone {
 public:
     GstTone(const std::string& uri, const std::string& role, Events events);
@@ -37,17 +37,18 @@ private:
     void _handle(GstMessage* message);
     void _handleError(GstMessage* message);
     bool _seek(GstClockTime position, int flags);
-    bool _hasSound(); ///< once it has settled
+    bool _hasSound(); ///< only after the pipeline has settled
     bool _isSettled() const;
 
     const Events _events;
-    bool _isMute = false; ///< for want of a sound server
+    bool _isMute = false; ///< there was no sound server to play on
     Element _pipeline;
-    std::atomic<bool> _isHandedOver{ false }; ///< by the constructor to the pipeline's threads
-    std::atomic<std::uint32_t> _pass{ 0 }; ///< a number that no other pass in this process has
+    std::atomic<bool> _isHandedOver{ false }; ///< the constructor's work, to the pipeline's threads
+    std::atomic<std::uint32_t> _pass{
+        0
+    }; ///< the number of the running pass, unique in the process
 
-    std::mutex
-        _mutex; ///< guards what follows; taken by the pipeline's threads, so only for a moment
+    std::mutex _mutex; ///< guards what follows; held only for a moment
     std::condition_variable _changed;
     bool _isCancelled = false;
     bool _isOpen = false;

@@ -41,7 +41,7 @@ std::unique_ptr<Tone> makeTone(
     return std::unique_ptr<Tone>(maker(uri, role, events));
 }
 
-// The URI of what is an absolute path or a URI; empty when it is neither.
+// The URI of a text that is an absolute path or a URI; empty for any other text.
 std::string uriOf(const std::string& text)
 {
     if (isUri(text))
@@ -149,7 +149,7 @@ int Player::unprepare()
         _state = PLAYER_STATE_IDLE;
         _isSeeking = false;
         tone = std::move(_tone);
-        ++_tones; // what it still reports is stale
+        ++_tones; // later reports of the tone are ignored
     }
     tone->cancel();
     return PLAYER_ERROR_NONE;
@@ -222,7 +222,7 @@ int Player::stop()
     return PLAYER_ERROR_NONE;
 }
 
-// Null in other states.
+// The tone, if the player is in one of these states, else null.
 std::shared_ptr<ToneThread> Player::_toneIn(std::initializer_list<player_state_e> states)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
@@ -268,7 +268,8 @@ void Player::_settled(unsigned number, const Task& completed)
     completed();
 }
 
-// A pass ends when the last of it is on its way to the sink, which can be before it is heard.
+// Called when the last data of a pass are on their way to the sink, which can be before they are
+// heard.
 void Player::_ended(std::uint32_t pass)
 {
     const std::lock_guard<std::mutex> lock(_mutex);

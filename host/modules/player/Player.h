@@ -12,23 +12,23 @@
 #include <string>
 
 /**
- * A player's states and what may be done in which; the calls and codes are those of player.h. Any
- * thread. Callbacks run on the player's own thread, and no lock is held meanwhile. A sound server
- * that hangs holds up a call for about a second, and state never.
+ * The player of player.h: its states, and which calls each state allows; results are PLAYER_ERROR_*
+ * codes. Any thread. Callbacks run on the player's own thread, with no lock held. When the sound
+ * server hangs, a call takes about a second; state never does.
  */
 class Player {
 public:
     Player();
-    /// No callback runs any more when this returns. Not from a callback.
+    /// No callback runs any more when this returns. Must not be called from a callback.
     ~Player();
 
     player_state_e state();
     int setLooping(bool isLooping);
-    /// An absolute path or a URI.
+    /// text: an absolute path or a URI.
     int setUri(const std::string& text);
     int setRole(const std::string& role);
     int setErrorCallback(player_error_cb callback, void* userData);
-    /// Throws std::system_error when there is no thread.
+    /// Throws std::system_error when no thread can be started.
     int prepare(player_prepared_cb callback, void* userData);
     int unprepare();
     int seek(int milliseconds, bool isAccurate, player_seek_completed_cb callback, void* userData);
@@ -47,8 +47,8 @@ private:
     std::shared_ptr<ToneThread> _toneIn(std::initializer_list<player_state_e> states);
     void _enter(player_state_e state);
 
-    std::mutex _callMutex; ///< held by a call that asks the tone for something, before the other
-    std::mutex _mutex; ///< guards what follows; nobody waits under it
+    std::mutex _callMutex; ///< held during calls to the tone; taken before _mutex
+    std::mutex _mutex; ///< guards what follows; held only for a moment
     player_state_e _state = PLAYER_STATE_IDLE;
     bool _isPreparing = false;
     bool _isSeeking = false;
@@ -60,7 +60,7 @@ private:
     player_error_cb _errorCallback = nullptr;
     void* _errorUserData = nullptr;
     std::shared_ptr<ToneThread> _tone; ///< being opened, or open
-    unsigned _tones = 0; ///< tells a tone from those before it
+    unsigned _tones = 0; ///< number of the latest tone, to ignore reports of earlier ones
 
-    CallbackThread _thread; ///< last: its tasks use the rest
+    CallbackThread _thread; ///< last member, because its tasks use the others
 };

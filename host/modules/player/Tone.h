@@ -5,16 +5,18 @@
 #include <string>
 
 /**
- * One opened sound, which goes to the sound server, or, without one, to nowhere in the same time.
- * One thread, which a server that hangs holds up; cancel is for any, and does not wait.
+ * A sound that is played on the sound server, or, without one, nowhere but at the same pace. Used
+ * by one thread, which blocks when the server hangs; only cancel may be called by any thread, and
+ * does not block.
  */
 class Tone {
 public:
-    /// Called from the tone's own threads; must not wait for the tone.
+    /// Callbacks, on the tone's own threads; they must not wait for the tone.
     struct Events {
-        /// The last of this pass through the sound is on its way; no other tone has its number.
+        /// The last data of this pass through the sound are on their way; the number is unique
+        /// among all tones.
         std::function<void(std::uint32_t pass)> ended;
-        std::function<void(int error)> failed; ///< a PLAYER_ERROR_* code, after open
+        std::function<void(int error)> failed; ///< with a PLAYER_ERROR_* code, after open
     };
 
     Tone() = default;
@@ -22,33 +24,33 @@ public:
     Tone& operator=(const Tone&) = delete;
     virtual ~Tone() = default;
 
-    /// Waits until the first sound is ready to be heard, paused; 0 or a PLAYER_ERROR_* code.
+    /// Waits until the tone is paused with its first data ready; 0 or a PLAYER_ERROR_* code.
     virtual int open() = 0;
-    /// Open and settle return, now and later. Its end makes it silent.
+    /// Makes open and settle return, now and later. The tone becomes silent when it is destroyed.
     virtual void cancel() = 0;
 
-    /// False when they cannot.
+    /// False when the tone cannot be played or paused.
     virtual bool play() = 0;
     virtual bool pause() = 0;
 
-    /// Jumps, silently if it plays. False when it cannot.
+    /// Jumps to the position, without a noise when the tone plays. False when it cannot.
     virtual bool seek(int milliseconds, bool isAccurate) = 0;
-    /// Waits until the last jump is done. False when it never will be, also after cancel, and when
-    /// it takes too long.
+    /// Waits until the last jump is done. False when it never will be, also after cancel, or takes
+    /// too long.
     virtual bool settle() = 0;
 
-    /// Goes on with the beginning when the pass has ended, without a gap; does nothing once a jump
-    /// or a repeat has begun another one.
+    /// When this pass has ended, goes on with the beginning without a gap. Does nothing when a jump
+    /// or a repeat has begun another pass.
     virtual void repeat(std::uint32_t pass) = 0;
 
-    /// Whether it goes to nowhere although there is a sound server by now.
+    /// Whether the tone plays nowhere although there is a sound server by now.
     virtual bool isOutdated() = 0;
 };
 
-/// What the engine "tone" makes them with; the caller owns it. role: the media role that gives the
-/// sound server the volume.
+/// The function of the engine "tone" that makes a tone, which the caller owns. role: the media role
+/// by which the sound server gives the tone its volume.
 using ToneMaker = Tone*(const std::string& uri, const std::string& role, Tone::Events events);
-/// Loads what a tone usually needs, which takes longer than the rest of its way to the first sound.
+/// Loads the plugins that a tone usually needs, which takes longer than the rest of its start.
 using ToneLoader = void();
 constexpr const char* kToneEngine = "tone";
 constexpr const char* kToneLoader = "loadTones";

@@ -10,7 +10,7 @@
 namespace {
 
 const std::chrono::seconds kLongestWait(1);
-const std::chrono::seconds kLookPeriod(1); ///< for the sound server
+const std::chrono::seconds kLookPeriod(1); ///< between two looks for the sound server
 
 } // namespace
 
@@ -59,8 +59,8 @@ bool ToneThread::seek(int milliseconds, bool isAccurate)
 void ToneThread::settle(const Settled& settled)
 {
     _post([this, settled] {
-        // A jump that fails is over, too: whoever waits for it must go on. Why it failed is told
-        // as the tone's failure.
+        // A jump that fails is over, too, so that its caller can go on. The reason is reported as
+        // the failure of the tone.
         if (_tone)
             (void)_tone->settle();
         _tell(settled);
@@ -149,7 +149,8 @@ void ToneThread::_run()
     _progress.notify_all();
 }
 
-// A server that goes meanwhile is looked for like one that goes later.
+// Makes and opens the tone. If the sound server ends meanwhile, _run looks for it again, as after a
+// loss later on.
 void ToneThread::_open()
 {
     const bool wasLost = _hasLostServer();
@@ -175,23 +176,22 @@ int ToneThread::_make()
     Tone::Events events;
     events.ended = [this](std::uint32_t pass) { _tell([&] { _events.ended(pass); }); };
     events.failed = [this](int error) { _failed(error); };
-    return host::guarded(
-        "There is nothing to play a tone with", PLAYER_ERROR_INVALID_OPERATION, [&]() -> int {
-            std::unique_ptr<Tone> tone = _maker(events);
-            {
-                const std::lock_guard<std::mutex> lock(_mutex);
-                _isLost = false;
-                _tone = std::move(tone);
-                if (_isCancelled)
-                    return PLAYER_ERROR_INVALID_OPERATION;
-            }
-            return _tone->open();
-        });
+    return host::guarded("A tone cannot be played", PLAYER_ERROR_INVALID_OPERATION, [&]() -> int {
+        std::unique_ptr<Tone> tone = _maker(events);
+        {
+            const std::lock_guard<std::mutex> lock(_mutex);
+            _isLost = false;
+            _tone = std::move(tone);
+            if (_isCancelled)
+                return PLAYER_ERROR_INVALID_OPERATION;
+        }
+        return _tone->open();
+    });
 }
 
 void ToneThread::_drop()
 {
-    std::unique_ptr<Tone> tone; // goes last, without the lock
+    std::unique_ptr<Tone> tone; // destroyed after the lock is released
     const std::lock_guard<std::mutex> lock(_mutex);
     tone.swap(_tone);
 }

@@ -12,7 +12,7 @@ struct player_s {
 
 namespace {
 
-// The volume that a stream has.
+// The sound type whose volume a stream has.
 sound_type_e soundType(sound_stream_type_e stream)
 {
     switch (stream) {
@@ -35,14 +35,15 @@ sound_type_e soundType(sound_stream_type_e stream)
     }
 }
 
-// Passes a call on to the player.
+// Passes a call on to the player; null stands for a missing argument.
 template <typename Call>
 int callPlayer(player_h player, const Call& call)
 {
     if (!player)
         return PLAYER_ERROR_INVALID_PARAMETER;
     const host::OutOfMemoryOr failure{ PLAYER_ERROR_RESOURCE_LIMIT };
-    return host::guarded("player", failure, [&]() -> int { return call(player->player); });
+    return host::guarded(
+        "a call of the player failed", failure, [&]() -> int { return call(player->player); });
 }
 
 } // namespace
@@ -52,7 +53,7 @@ extern "C" int player_create(player_h* player)
     if (!player)
         return PLAYER_ERROR_INVALID_PARAMETER;
     const host::OutOfMemoryOr failure{ PLAYER_ERROR_RESOURCE_LIMIT };
-    return host::guarded("player", failure, [player] {
+    return host::guarded("a call of the player failed", failure, [player] {
         auto made = std::make_unique<player_s>();
         made->player.setRole(host::mixerRole(SOUND_TYPE_MEDIA));
         *player = made.release();

@@ -16,7 +16,7 @@ host::KeyWatches& watches()
     return watches;
 }
 
-// Runs the action on the package's store; what goes wrong there is an input/output error.
+// Runs the action on the package's store; a failure of the store is an input/output error.
 template <typename Action>
 int withStore(const char* key, const Action& action)
 {

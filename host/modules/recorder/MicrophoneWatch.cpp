@@ -15,7 +15,8 @@ void forget(pa_operation* operation)
         pa_operation_unref(operation);
 }
 
-// A stream without a client is the server's own, and one of peaks is a meter of a volume control.
+// Whether a client records by the stream. A stream without a client is the server's own, and one
+// that is resampled to peaks is the level meter of a volume control.
 bool isRecording(const pa_source_output_info& stream)
 {
     return stream.client != PA_INVALID_INDEX
@@ -100,7 +101,8 @@ void MicrophoneWatch::_eventCb(pa_context*, pa_subscription_event_type_t, uint32
     static_cast<MicrophoneWatch*>(data)->_ask();
 }
 
-// Asks for the sources, then for the streams from them; both answers come before any later event.
+// Asks for the sources, then for the streams from them. The server answers both before it sends a
+// later event.
 void MicrophoneWatch::_ask()
 {
     _isStale = _isAsking;

@@ -9,8 +9,9 @@
 #include <set>
 
 /**
- * Follows what the sound server's clients record, on a thread of its own. A client records when it
- * has a stream from a source that is no sink's monitor, unless it is a meter. Any thread.
+ * Follows what the clients of the sound server record, on a thread of its own. A client records
+ * when it has a stream from a source that is not the monitor of a sink, unless the stream is a
+ * meter. Any thread.
  */
 class MicrophoneWatch {
 public:
@@ -31,18 +32,18 @@ private:
         pa_mainloop_api* api, pa_time_event* event, const timeval* time, void* data);
 
     void _waitForAnswer();
-    void _connect(); ///< unless it is
+    void _connect(); ///< unless there is a working connection
     void _ask();
     void _show(const Microphone& seen);
 
-    pa_threaded_mainloop* const _loop; ///< its lock guards the rest
+    pa_threaded_mainloop* const _loop; ///< its lock guards the other members
     pa_context* _context = nullptr;
     bool _isAnswered = false;
     Microphone _seen;
 
     bool _isAsking = false;
-    bool _isStale = false; ///< something changed since the question
-    std::set<uint32_t> _microphones; ///< what the answers have told so far
+    bool _isStale = false; ///< something has changed since the running question
+    std::set<uint32_t> _microphones; ///< from the answers so far, as are the counts
     int _recording = 0;
     int _paused = 0;
 };

@@ -10,7 +10,7 @@ extern "C" int recorder_get_device_state(recorder_type_e type, recorder_device_s
         return RECORDER_ERROR_INVALID_PARAMETER;
     if (type == RECORDER_TYPE_VIDEO)
         return RECORDER_ERROR_NOT_SUPPORTED;
-    return host::guarded("The microphone cannot be looked at",
+    return host::guarded("The state of the microphone cannot be read",
         host::OutOfMemoryOr{ RECORDER_ERROR_INVALID_OPERATION }, [state]() -> int {
             static MicrophoneLook* const look
                 = host::engineFunction<MicrophoneLook>(kMicrophoneEngine, kMicrophoneLook);

@@ -17,7 +17,7 @@ using Claim = sdbus::Struct<std::uint32_t, std::int32_t, std::int32_t, std::uint
 
 int bitOf(size_t part) { return 1 << part; }
 
-// The reasons are the stream types with "call" put in before the last.
+// The values are those of the stream types, but "call" has been inserted before the last.
 std::int32_t reasonOf(sound_stream_type_e type)
 {
     return type == SOUND_STREAM_TYPE_MEDIA_EXTERNAL_ONLY
@@ -83,7 +83,7 @@ FocusStream* FocusStreams::add(
     return (_streams[stream->number] = std::move(stream)).get();
 }
 
-// The running callback may use the stream until its end.
+// Waits for a running callback, which may use the stream until it ends.
 void FocusStreams::remove(FocusStream* stream)
 {
     const std::uint32_t number = stream->number;

@@ -13,11 +13,11 @@
 #include <string>
 #include <thread>
 
-/// A stream of this process, as hostd's arbiter knows it by its number.
+/// A stream of this process. hostd knows it by its number.
 struct FocusStream : sound_stream_info_s {
-    /// A part of the focus, as far as the stream has a share in it.
+    /// What the stream has of one part of the focus.
     struct Part {
-        std::uint64_t since = 0; ///< when it was taken; 0 = neither held nor waited for
+        std::uint64_t since = 0; ///< when the part was taken; 0 = neither held nor waited for
         bool isHeld = false;
     };
 
@@ -25,13 +25,13 @@ struct FocusStream : sound_stream_info_s {
     sound_stream_focus_state_changed_cb callback = nullptr;
     void* userData = nullptr;
     bool isRemoved = false;
-    std::array<Part, 2> parts; ///< playback, recording; the link's thread
+    std::array<Part, 2> parts; ///< playback, recording; used on the link's thread only
 };
 
 /**
- * The process's streams, and the thread that calls their callbacks. Any thread. hostd decides who
- * holds what; what it has decided is known here, so that a new daemon, or one that hung, can be
- * told again.
+ * The streams of the process, and the thread that calls their callbacks. Any thread. hostd decides
+ * which stream holds what; its decisions are kept here, to tell them to a new hostd, or to one that
+ * hung.
  */
 class FocusStreams {
 public:
@@ -41,15 +41,16 @@ public:
     FocusStream* add(
         sound_stream_type_e type, sound_stream_focus_state_changed_cb callback, void* userData);
 
-    /// Frees the stream, which lets go of what it holds. Its callback does not run any more when
-    /// this returns, unless it is the caller.
+    /// Destroys the stream, which gives up what it holds. Its callback does not run any more when
+    /// this returns, unless the callback itself is the caller.
     void remove(FocusStream* stream);
 
-    /// SOUND_MANAGER_* codes. A daemon that does not answer learns later what was done.
+    /// Both return SOUND_MANAGER_* codes. When hostd does not answer, they succeed and hostd learns
+    /// of them later.
     int acquire(FocusStream* stream, int mask, int behavior, const std::string& info);
     int release(FocusStream* stream, int mask, int behavior, const std::string& info);
 
-    /// The parts that the stream holds, as a mask.
+    /// The parts of the focus that the stream holds, as a mask.
     int held(const FocusStream* stream);
 
 private:

@@ -12,7 +12,7 @@ const char* const kStore = "device";
 struct Feature {
     const char* key;
     const char* setting;
-    bool standard; ///< the answer while the setting is not made
+    bool standard; ///< the answer when there is no setting
 };
 
 const Feature kFeatures[] = {
@@ -31,7 +31,7 @@ const Feature* findFeature(const char* key)
 
 } // namespace
 
-// Read at each call: a device's profile may change while its applications run.
+// The setting is read at each call, because it may change while applications run.
 extern "C" int system_info_get_custom_bool(const char* key, bool* value)
 {
     const Feature* feature = key && value ? findFeature(key) : nullptr;

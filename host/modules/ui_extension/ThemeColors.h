@@ -10,11 +10,11 @@ public:
     /// Red, green, blue and alpha, 0 to 255 each.
     using Color = std::array<int, 4>;
 
-    /// Read by the first use. No colours when there is no theme.
+    /// Read at the first use. Has no colours when there is no theme.
     static const ThemeColors& session();
 
-    /// A line of the file is a code, its four numbers, and what it is for; other lines do not
-    /// count.
+    /// Reads a file whose lines each consist of a code, its four numbers, and what it is for. Other
+    /// lines are ignored.
     explicit ThemeColors(const std::string& file);
 
     /// Null for a code that the theme does not have.

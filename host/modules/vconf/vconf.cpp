@@ -21,7 +21,7 @@ host::KeyWatches& watches()
     return watches;
 }
 
-// A key may have several callbacks.
+// The callback is its own owner, since a key may have several callbacks.
 host::KeyWatches::Owner ownerOf(vconf_callback_fn callback)
 {
     return reinterpret_cast<host::KeyWatches::Owner>(callback);
@@ -29,8 +29,8 @@ host::KeyWatches::Owner ownerOf(vconf_callback_fn callback)
 
 } // namespace
 
-// Keys live in the session's store, so that every process sees one value. An unreadable store
-// answers like an unset key.
+// Reads a key from the session's store, in which every process sees the same value. A store that
+// cannot be read answers as if the key were not set.
 template <typename Value>
 static std::optional<Value> readKey(const char* key)
 {

@@ -1,5 +1,5 @@
-// The library reads the device's zone from the link that the watch has. In a session that link is
-// the session's own.
+// The alarm library reads the device's zone from the link /opt/etc/localtime of the watch. This
+// readlink answers for that path with the session's own link.
 
 #include "host/common/Boundary.h"
 #include "host/common/Session.h"
@@ -20,6 +20,6 @@ extern "C" ssize_t readlink(const char* path, char* buf, size_t len) noexcept
         errno = ENOMEM;
         return -1;
     }
-    // What the C library's readlink does, which this one hides.
+    // The same as readlink of the C library, which is hidden by this function.
     return readlinkat(AT_FDCWD, link, buf, len);
 }

@@ -1,6 +1,6 @@
-// On the watch the C library's default zone is the device's, and it follows the device. On a
-// desktop that default is the machine's, so a process of a session has the session's zone as TZ.
-// The colon in front tells it from a zone that somebody set.
+// On the watch, the default zone of the C library is the device's, and follows it. On a desktop it
+// is the machine's, so a process of a session gets the session's zone in TZ, with a colon in front,
+// which distinguishes it from a zone that somebody has set.
 
 #include "host/common/Boundary.h"
 #include "host/common/Session.h"
@@ -13,8 +13,9 @@
 
 namespace {
 
-// By its id, under which the C library may already have it: reading its file takes a while. As any
-// change of the environment, this is no matter for a thread beside the main one.
+// Sets TZ to the id of the session's zone, not to its file: the C library may have the zone by that
+// id already, and reading the file takes a while. As with any change of the environment, only for
+// the main thread.
 void followSession()
 {
     const char* zone = getenv("TZ");
@@ -27,12 +28,12 @@ void followSession()
 
 } // namespace
 
-// It has no way to fail, and the C library's leaves errno alone where it succeeds.
+// tzset cannot report a failure, and the C library's leaves errno alone when it succeeds.
 extern "C" void tzset() noexcept
 {
     static const auto readZone = reinterpret_cast<void (*)()>(dlsym(RTLD_NEXT, "tzset"));
     const int error = errno;
-    host::guarded("the zone stays as it was", followSession);
+    host::guarded("the device's zone cannot be followed", followSession);
     if (readZone)
         readZone();
     errno = error;

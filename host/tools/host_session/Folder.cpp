@@ -40,7 +40,7 @@ void makeFolder(const std::string& path)
         fail(error.value(), path);
 }
 
-// Instead of a link that is there.
+// Makes a link; replaces one that exists.
 void makeLink(const std::string& target, const std::string& link)
 {
     std::error_code error;
@@ -51,7 +51,7 @@ void makeLink(const std::string& target, const std::string& link)
         fail(error.value(), link);
 }
 
-// The zone that TZ names, else the machine's.
+// The data file of the zone that TZ names, else of the machine's zone.
 std::string zoneFile()
 {
     std::string zone = environment("TZ", "/etc/localtime");
@@ -147,7 +147,7 @@ void Folder::_makeZoneLink() const { makeLink(zoneFile(), file("localtime")); }
 
 void Folder::_writeBusConfig() const
 {
-    // The bus takes the socket that is handed over to it.
+    // "systemd:" makes the bus listen on the socket that it inherits.
     std::ofstream config(file("bus.conf"));
     config << R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">

@@ -5,13 +5,13 @@
 namespace session {
 
 /**
- * The files of a session: a temporary directory, which goes with the object, and in it the state,
- * unless that is kept elsewhere.
+ * The files of a session: a temporary directory, which is removed with the object. It contains the
+ * state, unless that is kept elsewhere.
  */
 class Folder {
 public:
-    /// keep: the directory in which the state outlasts the session, made when absent; empty = none.
-    /// Throws std::exception when something cannot be made.
+    /// keep: the directory for state that outlasts the session, made when absent; empty = none.
+    /// Throws std::exception when a file or directory cannot be made.
     explicit Folder(const std::string& keep);
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
@@ -19,15 +19,15 @@ public:
 
     std::string file(const std::string& name) const { return _path + "/" + name; }
 
-    /// Tells the environment where everything lies.
+    /// Sets the environment variables that name the paths.
     void exportPaths() const;
 
-    /// Makes a socket of that name, on which a server can listen. The caller closes it.
+    /// Makes a socket in the directory, on which a server can listen. The caller closes it.
     int makeSocket(const std::string& name) const;
 
-    /// The log file, open for the session's processes.
+    /// The descriptor of the log file, to which the session's processes write.
     int log() const { return _log; }
-    /// What they have written there in this session.
+    /// What has been written to the log file in this session.
     std::string logText() const;
 
 private:
@@ -40,9 +40,9 @@ private:
 
     std::string _path;
     std::string _build; ///< the folder of the build that this program belongs to
-    std::string _home; ///< the state
+    std::string _home; ///< the state directory
     int _log = -1;
-    long _logBegin = 0; ///< a kept log has the former sessions' text before this
+    long _logBegin = 0; ///< before it, a kept log has the text of former sessions
 };
 
 } // namespace session

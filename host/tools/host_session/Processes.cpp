@@ -22,10 +22,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// What a process may take to end when it is told to: first the command, then all others. Together
-// less than the two seconds in which a session has to be gone.
+// How long processes may take to end when told to: first the command, then all others. Together
+// this is less than the two seconds in which a session must be gone.
 const milliseconds kPatience(700);
-// Only what cannot be killed is still there after this.
+// Only a process that cannot be killed is left after this.
 const milliseconds kKillLimit(5000);
 
 const int kSignalled = 128;
@@ -35,7 +35,7 @@ const int kSignalled = 128;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-// For a child: has the kernel send it the signal when its parent, the session, is killed.
+// In a child: makes the kernel send it the signal when its parent, the session, is killed.
 void endWithSession(pid_t session, int signal)
 {
     prctl(PR_SET_PDEATHSIG, signal);
@@ -43,7 +43,8 @@ void endWithSession(pid_t session, int signal)
         raise(signal);
 }
 
-// For a child that is not the command: a session of its own, and no files of the caller's.
+// In a child that is not the command: makes a process session of its own, and closes the caller's
+// files.
 void detach(pid_t session, int output, int errors)
 {
     setsid();
@@ -54,10 +55,10 @@ void detach(pid_t session, int output, int errors)
     close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
 }
 
-// Gives a child's program the socket, by systemd's protocol.
+// In a child: passes the socket to its program, by systemd's protocol.
 void handOver(int listening)
 {
-    listen(listening, SOMAXCONN); // here, so that who connects sees the program's credentials
+    listen(listening, SOMAXCONN); // in the child, so that clients see its credentials
     const int place = 3;
     dup2(listening, place);
     fcntl(place, F_SETFD, 0);
@@ -65,8 +66,7 @@ void handOver(int listening)
     setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
 }
 
-// The processes whose parent is this one. One may be missing while another ends, which is followed
-// by a SIGCHLD.
+// The children of this process. One may be missing while another ends, but then a SIGCHLD follows.
 std::vector<pid_t> children()
 {
     std::vector<pid_t> found;
@@ -76,12 +76,13 @@ std::vector<pid_t> children()
     return found;
 }
 
-// With its group when it has one of its own: the bus's has the programs that the bus started.
+// Signals the process, or its group if it leads one: that of the bus contains the programs that the
+// bus has started.
 void tell(pid_t process, int signal)
 {
     const pid_t whom = getpgid(process) == process ? -process : process;
     kill(whom, signal);
-    kill(whom, SIGCONT); // one that is stopped cannot end
+    kill(whom, SIGCONT); // a stopped process cannot end
 }
 
 } // namespace
@@ -107,7 +108,7 @@ pid_t Processes::startCommand(const Words& words, mode_t umask)
 {
     const pid_t session = getpid();
     _command = _start(words, [&] {
-        // An interactive shell ignores SIGTERM.
+        // SIGHUP, because an interactive shell ignores SIGTERM.
         endWithSession(session, SIGHUP);
         ::umask(umask);
     });
@@ -151,7 +152,7 @@ pid_t Processes::_start(const Words& words, const std::function<void()>& prepare
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
 
-    int failure[2]; // closed by the program that begins, or told why none does
+    int failure[2]; // closed when the program begins; else carries errno
     if (pipe2(failure, O_CLOEXEC) != 0)
         fail(words[0]);
     const pid_t child = fork();
@@ -175,7 +176,7 @@ pid_t Processes::_start(const Words& words, const std::function<void()>& prepare
     return child;
 }
 
-// Answers whether it is done; false at the limit.
+// Waits until done() is true; false when the limit is reached first.
 bool Processes::_waitUntil(const std::function<bool()>& done, milliseconds limit)
 {
     const auto end = Clock::now() + limit;
@@ -209,7 +210,7 @@ void Processes::_reap()
 
 std::optional<int> Processes::_statusOf(pid_t process) const { return _started.at(process); }
 
-// The command ends first: the session is still there for what it does at its end.
+// Ends the command before the others, so that it can still use the session.
 void Processes::_endCommand()
 {
     if (_command == 0 || _statusOf(_command))
@@ -218,7 +219,7 @@ void Processes::_endCommand()
     _waitUntil([this] { return _signals.cameAgain() || _statusOf(_command); }, kPatience);
 }
 
-// Signals each process that is left, and those that become children when their parents end.
+// Signals every process that is left, also those that become children of this one meanwhile.
 void Processes::_endAll(int signal, milliseconds limit)
 {
     std::set<pid_t> told;

@@ -15,33 +15,35 @@ namespace session {
 using Words = std::vector<std::string>;
 
 /**
- * All processes of a session: those that it starts, and what they start, which becomes its children
- * when it outlives its parent. The object's end is the end of them all, within two seconds, or at
- * once when a second signal comes.
+ * All processes of a session: those that this object starts, and those that they start, which
+ * become children of this process when they outlive their parents. The destructor ends them all
+ * within two seconds, or at once when a second signal comes.
  */
 class Processes {
 public:
-    /// log: the file that takes what the session's processes print.
+    /// log: descriptor of the file for the output of the session's processes.
     Processes(Signals& signals, int log);
     Processes(const Processes&) = delete;
     Processes& operator=(const Processes&) = delete;
     ~Processes();
 
-    /// Starts the session's command, with what the caller gave it: its files, its process group and
-    /// the umask. Throws Interrupted, and std::system_error when the program cannot be executed.
+    /// Starts the session's command with the files, the process group and the umask of the caller.
+    /// Throws Interrupted, and std::system_error when the program cannot be executed.
     pid_t startCommand(const Words& words, mode_t umask);
 
     using Environment = std::map<std::string, std::string>;
-    /// Starts a process that runs until the session ends, out of the reach of the terminal. It is
-    /// told to end when this process is killed. listening: a socket for it, given as systemd does,
-    /// on which one can connect when this returns; -1 = none. Throws as above.
+    /// Starts a process that runs until the session ends, out of reach of the terminal. It is told
+    /// to end when this process is killed. listening: a socket that is passed to it as systemd
+    /// does, and accepts connections when this returns; -1 = none. Throws as startCommand.
     pid_t startServer(const Words& words, int listening = -1, const Environment& environment = {});
 
-    /// Starts a process for the sake of its status, likewise; what it prints but errors is dropped.
+    /// Starts a process only for its exit status, otherwise as startServer; its standard output is
+    /// dropped.
     pid_t startQuestion(const Words& words);
 
-    /// Waits for the end of a process that was started: its exit status, or 128 and the number of
-    /// the signal that ended it; nothing when it runs on at the limit. Throws Interrupted.
+    /// Waits for the end of a process that was started here. Returns its exit status, or 128 and
+    /// the number of the signal that ended it; nothing when the limit is reached first. Throws
+    /// Interrupted.
     std::optional<int> waitFor(pid_t process, std::chrono::milliseconds limit = kNoLimit);
 
 private:
@@ -57,7 +59,7 @@ private:
     Signals& _signals;
     const int _log;
     pid_t _command = 0;
-    std::map<pid_t, std::optional<int>> _started; ///< with the status of those that have ended
+    std::map<pid_t, std::optional<int>> _started; ///< by process, the status once it has ended
     bool _noneLeft = true;
 };
 

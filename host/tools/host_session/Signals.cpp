@@ -16,7 +16,7 @@ Signals::Signals()
     for (const int number : numbers)
         sigaddset(&set, number);
     sigprocmask(SIG_BLOCK, &set, nullptr);
-    // Blocked before, so that none gets lost or ends the process.
+    // The signals are blocked already, so that none is lost or ends the process here.
     for (const int number : numbers)
         signal(number, SIG_DFL);
     _file = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);

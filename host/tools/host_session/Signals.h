@@ -2,13 +2,13 @@
 
 namespace session {
 
-/// Thrown to whoever waits, or wants to start something, when the session was told to end.
+/// Thrown when a process is to be started or waited for, but the session was told to end.
 struct Interrupted {};
 
 /**
- * The signals that end a session (HUP, INT, QUIT, TERM), which are taken where somebody waits for
- * them and nowhere else. Also those of a caller that ignores them, as a shell does for a command in
- * the background. Made first of all: until then a signal ends the process, which has nothing yet.
+ * The signals that end a session (HUP, INT, QUIT, TERM). They are taken by take() and nowhere else,
+ * even if the caller ignores them, as a shell does for a command in the background. To be made
+ * first: until then a signal ends the process, which has nothing to clean up yet.
  */
 class Signals {
 public:
@@ -17,18 +17,18 @@ public:
     Signals& operator=(const Signals&) = delete;
     ~Signals();
 
-    /// Can be read when a signal has come, or a child has ended.
+    /// A descriptor that is readable when a signal has come or a child has ended.
     int file() const { return _file; }
 
-    /// Takes what has come.
+    /// Takes the signals that have come.
     void take();
 
     /// The first signal that was taken; 0 = none.
     int first() const { return _first; }
-    /// Whether another one came after it.
+    /// Whether another signal came after the first.
     bool cameAgain() const { return _cameAgain; }
 
-    /// Lets this process have its signals, all by default: for a child before its program.
+    /// In a child, before its program: unblocks all signals.
     static void release();
 
 private:

@@ -17,8 +17,8 @@ namespace {
 const char* const kServer = "PULSE_SERVER";
 const std::chrono::seconds kAnswerLimit(2);
 
-// Whether the server that the environment names answers: one that has ended may have left its
-// socket.
+// Whether the sound server that the environment names answers: a server that has ended may have
+// left its socket behind.
 bool answers(Processes& processes)
 {
     try {
@@ -28,7 +28,7 @@ bool answers(Processes& processes)
             kill(asking, SIGKILL);
         return status == 0;
     } catch (const std::system_error&) {
-        return false; // no pactl
+        return false; // pactl is not installed
     }
 }
 
@@ -48,8 +48,8 @@ void startOwnServer(Processes& processes, const Folder& folder)
     const std::string socket = folder.file("sound/native");
     setenv(kServer, ("unix:" + socket).c_str(), 1);
     const int listening = folder.makeSocket("sound/native");
-    // Without the ring buffer that clients may share: libpulse's thread runs on forever in a client
-    // whose server ends while it sets that up, as when a session ends right after its beginning.
+    // srbchannel=no, because with that shared ring buffer libpulse's thread runs on forever in a
+    // client whose server ends during the setup, as when a session ends right after it began.
     try {
         processes.startServer(
             { "pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
@@ -63,7 +63,7 @@ void startOwnServer(Processes& processes, const Folder& folder)
             listening,
             { { "PULSE_RUNTIME_PATH", folder.file("sound") },
                 { "PULSE_STATE_PATH", folder.file("sound") },
-                // It would execute itself once more to have this.
+                // Without this variable PulseAudio executes itself again to set it.
                 { "LD_BIND_NOW", "1" } });
     } catch (const std::system_error&) {
         fputs("host-session: pulseaudio is not installed: tones keep their time, but nobody hears "

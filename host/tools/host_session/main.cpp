@@ -31,7 +31,7 @@ const int kNotExecutable = 126;
 const int kNotFound = 127;
 const int kSignalled = 128;
 
-// Longer than the bus and dbus-send wait.
+// Longer than the time limits of the bus and of dbus-send.
 const std::chrono::seconds kStartLimit(30);
 
 class UsageError : public std::runtime_error {
@@ -77,12 +77,12 @@ void setEnvironment(const session::Folder& folder, bool boot)
     setenv("ALARM_HOST_PACKAGE", "com.velmora.alarm", 1);
     setenv("EINA_LOG_LEVEL", "0", 1);
     setenv("EINA_LOG_BACKTRACE", "-1", 1);
-    unsetenv("ALARM_HOST_BOOT"); // of a session around this one
+    unsetenv("ALARM_HOST_BOOT"); // set by a session around this one
     if (!boot)
         setenv("ALARM_HOST_BOOT", "no", 1);
 }
 
-// Returns when hostd has its name on the bus.
+// Starts the bus and hostd; returns when hostd has its name on the bus.
 void startHost(session::Processes& processes, const session::Folder& folder)
 {
     const int bus = folder.makeSocket("bus");
@@ -99,8 +99,8 @@ void startHost(session::Processes& processes, const session::Folder& folder)
 
 int runCommand(session::Processes& processes, const Words& command, mode_t umask)
 {
-    // What the command logs itself is not what it prints: only the worst is shown, unless the
-    // caller says otherwise.
+    // The command's own log is not its output, so only fatal errors are shown unless the caller
+    // sets otherwise.
     const char* log = getenv("ALARM_HOST_LOG");
     if (!log || !*log)
         setenv("ALARM_HOST_LOG", "F", 1);
@@ -114,7 +114,7 @@ int runCommand(session::Processes& processes, const Words& command, mode_t umask
 
 int runSession(session::Signals& signals, const Options& options)
 {
-    // What the session makes is private.
+    // Files that the session makes are private.
     const mode_t callersUmask = umask(S_IRWXG | S_IRWXO);
     const session::Folder folder(options.keep);
     session::Processes processes(signals, folder.log());
@@ -149,7 +149,7 @@ int main(int argc, char** argv)
 {
     session::Signals signals;
     const int status = run(signals, { argv + 1, argv + argc });
-    // One that came while the session ended has the same say.
+    // A signal that came while the session ended decides the status, too.
     signals.take();
     return signals.first() != 0 ? kSignalled + signals.first() : status;
 }
