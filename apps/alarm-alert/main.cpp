@@ -1,5 +1,4 @@
 #include "AlarmAlert.h"
-#include "common/HeapText.h"
 #include "common/Request.h"
 
 #include <AlarmReading.h>
@@ -9,6 +8,7 @@
 #include <app_preference.h>
 #include <cstdlib>
 #include <dlog.h>
+#include <HeapText.h>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,7 +21,7 @@ std::string operationOf(app_control_h request)
 {
     char* operation = nullptr;
     (void)app_control_get_operation(request, &operation);
-    return app::takeText(operation);
+    return companion::takeText(operation);
 }
 
 void reply(app_control_h request, const AlarmAlert::Answer& answer)

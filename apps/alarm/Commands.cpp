@@ -70,13 +70,10 @@ AlarmDbData storedAlarm(int id)
 void setRingIn(AlarmDbData& alarm, time_t instant)
 {
     const companion::WallTime time = companion::wallTime(instant);
-    alarm.stime = static_cast<int>(instant);
-    alarm.timezone = companion::deviceZone();
     alarm.hour = time.hour;
     alarm.min = time.minute;
-    alarm.count = 0;
     alarm.repeat_once = 1;
-    alarm.repeatWeekly = companion::weekdayBit(instant);
+    companion::setRing(alarm, instant);
 }
 
 // When clocks are set back an hour comes twice, and an alarm, which is registered by its time of

@@ -1,8 +1,7 @@
 #include "common/Request.h"
 
-#include "common/HeapText.h"
-
 #include <Ecore.h>
+#include <HeapText.h>
 
 namespace app {
 
@@ -48,7 +47,7 @@ std::optional<std::string> extraOf(app_control_h control, const std::string& key
     char* value = nullptr;
     if (app_control_get_extra_data(control, key.c_str(), &value) != APP_CONTROL_ERROR_NONE)
         return std::nullopt;
-    return takeText(value);
+    return companion::takeText(value);
 }
 
 bool ask(const Control& request, double seconds, const ReadReply& read)

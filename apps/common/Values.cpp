@@ -1,13 +1,13 @@
 #include "common/Values.h"
 
 #include "common/Failure.h"
-#include "common/HeapText.h"
 #include "common/Text.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <HeapText.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -126,7 +126,7 @@ std::string parseName(const std::string& text)
 
 std::string parseTone(const std::string& text)
 {
-    std::string path = app::takeText(realpath(text.c_str(), nullptr));
+    std::string path = companion::takeText(realpath(text.c_str(), nullptr));
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0)
         throw badInput("there is no tone file " + quoted(text));

@@ -1,7 +1,6 @@
 #include "PhoneBook.h"
 
 #include "common/Failure.h"
-#include "common/HeapText.h"
 
 #include <AlarmJsonBuilder.h>
 #include <AlarmJsonParser.h>
@@ -11,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 #include <fstream>
+#include <HeapText.h>
 #include <iterator>
 #include <PhoneAlarms.h>
 #include <random>
@@ -40,7 +40,7 @@ std::string readFile(const std::string& path)
 
 PhoneBook::PhoneBook()
 {
-    _path = app::takeText(app_get_data_path()) + "phone.json";
+    _path = companion::takeText(app_get_data_path()) + "phone.json";
     const std::string text = readFile(_path);
     if (text.empty())
         return;

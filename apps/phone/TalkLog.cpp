@@ -1,11 +1,11 @@
 #include "TalkLog.h"
 
-#include "common/HeapText.h"
 #include "common/Text.h"
 
 #include <AlarmTime.h>
 #include <app_common.h>
 #include <fstream>
+#include <HeapText.h>
 #include <json-glib/json-glib.h>
 #include <memory>
 
@@ -63,7 +63,7 @@ std::string pretty(const std::string& json)
 } // namespace
 
 TalkLog::TalkLog()
-    : _path(app::takeText(app_get_data_path()) + "phone.log")
+    : _path(companion::takeText(app_get_data_path()) + "phone.log")
 {
 }
 

@@ -1,12 +1,12 @@
 // The command that controls the simulated phone.
 #include "common/Failure.h"
-#include "common/HeapText.h"
 #include "Requests.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <Ecore.h>
+#include <HeapText.h>
 #include <unistd.h>
 
 namespace {
@@ -59,7 +59,7 @@ void run(std::vector<std::string> arguments)
     }
     // The phone's working directory is another, so a file is told by its whole path.
     if (arguments.size() == 2 && arguments[0] == "send") {
-        const std::string path = app::takeText(realpath(arguments[1].c_str(), nullptr));
+        const std::string path = companion::takeText(realpath(arguments[1].c_str(), nullptr));
         arguments[1] = path.empty() ? arguments[1] : path;
     }
     if (arguments == std::vector<std::string>{ "connect" }) {

@@ -44,6 +44,7 @@ public:
     const std::string& fault() const { return _fault; }
 
 private:
+    Found _taken(const AlarmDbData& read, AlarmDbData& alarm);
     bool _isRead();
 
     std::unique_ptr<StoreConnection> _store;

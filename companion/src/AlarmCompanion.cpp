@@ -29,22 +29,12 @@ void useDeviceLanguage()
 
 const char* textOf(Saved result)
 {
-    switch (result) {
-    case Saved::NoSuchAlarm:
-        return "there is no such alarm";
-    case Saved::Unreadable:
-        return "the store cannot be read";
-    case Saved::NotRegistered:
-        return "the alarm service did not take the alarm";
-    case Saved::NotStored:
-        return "the change could not be stored";
-    case Saved::Busy:
-        return "the change could not be stored: another process keeps the alarms to itself";
-    case Saved::StillRegistered:
-        return "the change could not be stored, nor its registration be taken back";
-    default:
-        return "saved";
-    }
+    static const char* const texts[]
+        = { "saved", "there is no such alarm", "the store cannot be read",
+              "the alarm service did not take the alarm", "the change could not be stored",
+              "the change could not be stored: another process keeps the alarms to itself",
+              "the change could not be stored, nor its registration be taken back" };
+    return texts[static_cast<size_t>(result)];
 }
 
 Saved addAlarm(AlarmDbData& alarm, const Edit& edit)

@@ -40,26 +40,16 @@ AlarmReading::~AlarmReading() { _store->run("ROLLBACK"); }
 
 Found AlarmReading::find(int id, AlarmDbData& alarm)
 {
-    AlarmDbData found;
-    (void)_store->model().getAlarm(id, found);
-    if (!_isRead())
-        return Found::Unreadable;
-    if (found.id == -1)
-        return Found::No;
-    alarm = found;
-    return Found::Yes;
+    AlarmDbData read;
+    (void)_store->model().getAlarm(id, read);
+    return _taken(read, alarm);
 }
 
 Found AlarmReading::findRegistered(int alarmMgrId, AlarmDbData& alarm)
 {
-    AlarmDbData found;
-    (void)_store->model().getAlarmWithAlarmMgrId(alarmMgrId, found);
-    if (!_isRead())
-        return Found::Unreadable;
-    if (found.id == -1)
-        return Found::No;
-    alarm = found;
-    return Found::Yes;
+    AlarmDbData read;
+    (void)_store->model().getAlarmWithAlarmMgrId(alarmMgrId, read);
+    return _taken(read, alarm);
 }
 
 std::optional<std::vector<AlarmDbData>> AlarmReading::all()
@@ -90,6 +80,16 @@ std::optional<std::vector<AlarmDbData>> AlarmReading::unsynced()
     std::sort(alarms.begin(), alarms.end(),
         [](const AlarmDbData& left, const AlarmDbData& right) { return left.id < right.id; });
     return alarms;
+}
+
+Found AlarmReading::_taken(const AlarmDbData& read, AlarmDbData& alarm)
+{
+    if (!_isRead())
+        return Found::Unreadable;
+    if (read.id == -1)
+        return Found::No;
+    alarm = read;
+    return Found::Yes;
 }
 
 bool AlarmReading::_isRead()

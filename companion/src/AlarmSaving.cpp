@@ -4,7 +4,6 @@
 #include "PhoneAlarms.h"
 #include "SaveTurn.h"
 #include "StoreConnection.h"
-#include "StoreMaking.h"
 
 #include <AlarmManagerModel.h>
 #include <AlarmSyncUtil.h>

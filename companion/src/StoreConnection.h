@@ -15,6 +15,11 @@ std::string dataFile(const char* name);
 /// The path of the file with the alarms.
 std::string storePath();
 
+/// Makes the store when there is none, and anew when it was left unfinished; for who has the turn.
+/// The library makes the file in steps, and takes any file for a whole one: a process that ends
+/// between two of them leaves a file in which nobody can save.
+void makeStoreInTurn();
+
 /// Lets each SQLite connection that the process opens from now on wait while its file is busy. The
 /// library's own waiting, which would come on top of that, ends.
 void waitOnBusyStore();

@@ -1,5 +1,3 @@
-#include "StoreMaking.h"
-
 #include "AlarmSaving.h"
 #include "SaveTurn.h"
 #include "StoreConnection.h"

@@ -547,6 +547,18 @@ TEST_F(AlarmSavingTest, SaveThatIsKeptFromItsTurnIsNotStored)
     added(ringAt(7, 30));
 }
 
+TEST_F(AlarmSavingTest, TurnIsWaitedForThoughTheStoreIsFree)
+{
+    const OtherProcess other([this](const auto& ready) {
+        const int turn = open((file.folder() + ".alarm.lock").c_str(), O_RDWR | O_CREAT, 0600);
+        EXPECT_EQ(0, flock(turn, LOCK_EX));
+        ready();
+        pause();
+    });
+
+    EXPECT_EQ(Saved::Busy, AlarmSaving(milliseconds(50)).state());
+}
+
 TEST_F(AlarmSavingTest, FileThatAnotherProcessHoldsKeepsASaveOnlySoLong)
 {
     OtherProcess other([this](const auto& ready) {
