@@ -54,8 +54,8 @@ public:
     /**
      * Adds a row with the record's fields and sets alarm.id to the new row's id.
      * Does not look for duplicates. Returns false only without a file: true says
-     * that the insert was tried, and after a lost one id is that of the row that
-     * this object inserted last, 0 when there is none.
+     * that the insert was tried. When it failed, alarm.id is the id of the row that
+     * this object inserted before, or 0.
      */
     bool insertAlarmData(AlarmDbData& alarm, bool needNoti, bool needNotiWidget);
 
@@ -75,8 +75,8 @@ public:
     /**
      * Deletes the row alarm.id. With needToSync, an alarm of any device type but
      * the watch's is only marked as deleted and unsynced. The record is not changed.
-     * Returns false, and leaves the change keys as they were to be, without a file
-     * or when the statement cannot be made.
+     * Returns false without a file or when the statement cannot be made; which
+     * change keys are toggled then stays as it was.
      */
     bool removeAlarmData(AlarmDbData& alarm, bool needNoti, bool needNotiWidget, bool needToSync,
         bool requestUpdate);
@@ -139,15 +139,16 @@ public:
     /** By the phone's id, which the store keeps in uuid. */
     int getMobileAlarm(int mobileId, AlarmDbData& alarm);
 
-    /** Of the enabled alarms due within the next hour, the first by hour, min and etime. */
+    /** The first, by hour, min and etime, of the enabled alarms that are due within the next hour.
+     */
     int getUpcommingContextAlarm(AlarmDbData& alarm);
 
     // Existence: false also when the file cannot be read.
 
     /**
      * Whether a row has this uuid, the phone's or not, marked as deleted or not. The
-     * alarms of the watch have an empty one. The outputs are those of one such row and 0 without
-     * one; they are left alone when the file cannot be read.
+     * watch's alarms have an empty uuid. The outputs are taken from one such row, or 0
+     * when there is none; they are left alone when the file cannot be read.
      */
     bool hasAlarmData(std::string uuid, int& id, int& alarmMgrId, int& contextMgrId);
 

@@ -30,8 +30,9 @@ public:
 
     /**
      * Writes the locale's am or pm marker for time into ampmOut, which has room for
-     * 32 bytes with the end of the text. Returns whether the marker stands before the hour:
-     * timeStr, a formatted time, begins with it or is without it. False for a null timeStr.
+     * 32 bytes with the terminator. Returns whether the marker stands before the hour, which
+     * it does when timeStr, a formatted time, begins with it or does not have it. False for a
+     * null timeStr.
      */
     static bool getFormattedAmpmString(
         long time, char* timeStr, char* ampmOut, int unused, const char* zoneId);
@@ -76,6 +77,6 @@ public:
      */
     static time_t getTimeTFromTm(tm* in);
 
-    /** utc and the offset of the process's zone at that instant. */
+    /** The sum of utc and the offset that the process's zone has at that instant. */
     static time_t getLocalTimeTfromUtcTimeT(long utc);
 };

@@ -14,7 +14,7 @@ typedef struct _JsonObject JsonObject;
  * held, so give it its default first. A member of another type reads as
  * JSON-GLib reads it: mostly 0, false or an empty text, with a warning of its own.
  *
- * What adds or removes a member needs an object to be held.
+ * A call that adds or removes a member needs an object to be held.
  */
 class AlarmJsonObject {
 public:
@@ -31,7 +31,7 @@ public:
      */
     void copy(const AlarmJsonObject& other);
 
-    /** Gives back the held reference and takes one of its own; the caller keeps the caller's. */
+    /** Releases the held object and takes a reference to this one; the caller keeps its own. */
     void setJsonObject(JsonObject* object);
 
     /** The held object or null; it stays alive as long as something holds it. */

@@ -32,15 +32,15 @@ public:
     static void getId(AlarmMessage::Type type, std::string& id);
 
     /**
-     * The kind of a name. An unknown name is taken for a FirstConnectionReq: who
-     * has to refuse it compares the name.
+     * The kind of a name. An unknown name is taken for a FirstConnectionReq: to
+     * refuse it, compare the name.
      */
     static AlarmMessage::Type getType(const std::string& id);
 
     /** The same for a text, which must not be null (std::logic_error). */
     static AlarmMessage::Type getType(const char* id);
 
-    /** Makes the table of names, which the first getType() does. */
+    /** Makes the table of names. The first getType() calls it. */
     static void _initializeHash();
 
 private:

@@ -16,19 +16,20 @@
 class AlarmStringUtil {
 public:
     /**
-     * Upper case of s in its place. At most 256 bytes are written, the one that ends the text
-     * among them; upper case may be longer than s, up to three times. What is not UTF-8 has no
-     * upper case, and stays as it is.
+     * Converts s to upper case in place, which may make it up to three times as long. At
+     * most 256 bytes are written, with the terminator. What is not UTF-8 stays as it is.
      */
     static void changeStringToUpper(char* s);
 
     /**
-     * n in the digits of the region format, of which 19 UTF-16 units count, empty when it
-     * has more than 20; release it with g_free(). Null when there is no region format.
+     * n in the digits of the region format: its first 19 UTF-16 units, or an empty text
+     * when it has more than 20. Release it with g_free(). Null when there is no region
+     * format.
      */
     static char* changeNumberToString(int n);
 
-    /** src with to for every from, none of which begins inside a to. An empty from is nowhere. */
+    /** src with to in place of every from. A to is not searched again; an empty from is not found.
+     */
     static std::string replaceString(
         const std::string& src, const std::string& from, const std::string& to);
 
@@ -73,6 +74,6 @@ public:
     /** Whether pattern occurs in text; false when one of them is null. */
     static bool _checkNumberFormat(const char* text, const char* pattern);
 
-    /** The bytes that in encodes; empty on failure. */
+    /** The bytes that the Base64 text in encodes; empty on failure. */
     static std::string base64Decode(std::string in);
 };

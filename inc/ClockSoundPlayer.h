@@ -121,7 +121,7 @@ private:
     static void _checkRecordingLaterCb(void* data);
     static bool _checkRecordingTimerCb(void* data);
 
-    // Atomic is what the platform's threads read while a further initialize() may write it.
+    // Those members are atomic that the platform's threads read while initialize() may write them.
     int _volume = 0;
     std::atomic<ClockSoundType> _type{ ClockSoundType::Nothing };
     std::atomic<int> _vibrationType{ 0 };
@@ -139,9 +139,11 @@ private:
     std::atomic<int> _checkRecordingBeforeVibrating{ 0 };
     bool _pauseOnFocusLoss = true;
 
-    /// Of earlier initialize(); the player may borrow them until its end.
+    /// The streams of earlier initialize() calls, which the platform's player may use until it is
+    /// destroyed.
     std::vector<sound_stream_info_h> _formerStreamInfos;
-    /// Owns nothing: it tells the main loop's late calls that the player is gone.
+    /// Owns nothing. Calls that the main loop makes later hold it weakly, to see when this object
+    /// is gone.
     const std::shared_ptr<ClockSoundPlayer> _self{ this, [](ClockSoundPlayer*) {} };
     /// Held while a message is written, and while the pipe is taken away; guards the next two.
     std::mutex _sendMutex;

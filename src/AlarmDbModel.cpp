@@ -134,7 +134,7 @@ bool isOnLaterDay(const LocalTime& end, const LocalTime& start)
     return end.weekday > start.weekday || (start.weekday == 6 && end.weekday == 0);
 }
 
-// Doubles every quote, so that a text between two of them stays one word of a statement.
+// Doubles every quote in the text, so that SQL reads it as one word when it stands in such quotes.
 std::string quoted(std::string text, char quote)
 {
     for (size_t at = text.find(quote); at != std::string::npos; at = text.find(quote, at + 2))
@@ -179,7 +179,7 @@ void join(std::string& conditions, const std::string& condition)
     conditions += condition;
 }
 
-// Takes the statement over. Column 0 of its first row, or otherwise without one.
+// Column 0 of the statement's first row; otherwise when there is no row. Finalizes the statement.
 int firstValue(const char* operation, sqlite3_stmt* made, int otherwise)
 {
     const Statement stmt(made);
@@ -210,7 +210,7 @@ AlarmDbModel::AlarmDbModel()
     if (!_initAlarmDb()) {
         LOG_CRITICAL("need to create db table");
         if (!_createAlarmDbTable()) {
-            _dbHandler = nullptr; // closed by then
+            _dbHandler = nullptr; // the failed call has closed it
             LOG_CRITICAL("Alarm db init failed");
         }
     }
@@ -253,8 +253,8 @@ bool AlarmDbModel::_createAlarmDbTable()
     const std::string path = databasePath();
     LOG_CRITICAL("create db file on %s", path.c_str());
     sqlite3_open(path.c_str(), &_dbHandler);
-    // The new file's version stays 0. The next object to open it migrates it, which changes nothing
-    // but the version, as the columns are there.
+    // The new file's version stays 0. The next object to open the file migrates it, which changes
+    // only the version, as all columns are there.
     return _createTable(createTableText("alarm", kAlarmColumns))
         && _createTable(createTableText("tone", kToneColumns));
 }
@@ -533,7 +533,7 @@ bool AlarmDbModel::_runChange(const char* operation, const char* sql)
         LOG_CRITICAL_OF(operation, "db handler is not initialized");
         return false;
     }
-    if (!sql) // no memory for it
+    if (!sql) // there was no memory for the text
         return false;
     LOG_CRITICAL_OF(operation, "sql = %s", sql);
     Statement stmt;
@@ -791,7 +791,7 @@ int AlarmDbModel::_getAlarmListFromQuery(const std::string& query, std::vector<A
     return 0;
 }
 
-// Takes the statement over.
+// Finalizes the statement.
 void AlarmDbModel::_appendRows(
     const char* operation, std::vector<AlarmDbData>& list, sqlite3_stmt* made)
 {

@@ -30,7 +30,7 @@ using PatternGenerator = PlatformHandle<i18n_udatepg_h, i18n_udatepg_destroy>;
 
 PatternGenerator patternGenerator;
 
-// A UTF-16 text of at most so many units, and the zero that ends it.
+// Room for a UTF-16 text of at most Size units and its terminating zero.
 template <int32_t Size>
 struct UnitText {
     static const int32_t kSize = Size;
@@ -40,7 +40,7 @@ using ZoneText = UnitText<64>;
 using PatternText = UnitText<32>;
 using DateText = UnitText<64>;
 
-// The process's zone, until the end of the scope; it has no variable of its own then.
+// Sets the process's zone until the end of the scope, where TZ is unset.
 class ZoneOfProcess {
 public:
     explicit ZoneOfProcess(const char* zone)
@@ -231,7 +231,7 @@ long AlarmIcuDataModel::verifyExistingTimeForDst(const AlarmDbData& alarm)
     LOG_CRITICAL(
         "Alarm time value mismatch! [tm.tm_hour = %d, tm.tm_min = %d, hour = %d, min = %d]",
         local.tm_hour, local.tm_min, alarm.hour, alarm.min);
-    const long long dayHours = 24; // wide, as a damaged record has any hour
+    const long long dayHours = 24; // wide, because a damaged record may have any hour
     return start + kHourSeconds * (dayHours + alarm.hour - local.tm_hour);
 }
 

@@ -56,7 +56,7 @@ void AlarmJsonObject::getStringValue(const std::string& name, std::string& out) 
     if (!hasMember(name))
         return;
     const char* value = json_object_get_string_member(_object, name.c_str());
-    // Half a surrogate pair is no UTF-8.
+    // JSON-GLib makes bytes that are not UTF-8 of half a surrogate pair.
     const GlibText text(g_utf8_make_valid(value ? value : "", -1));
     out = text.get();
 }

@@ -68,7 +68,7 @@ void AlarmJsonParser::_prepare(const std::string& message)
         return;
     }
 
-    // The parser drops its root when a later message cannot be read.
+    // A reference of our own: the parser drops its root when a later message cannot be read.
     _root.reset(json_node_ref(root));
     const AlarmJsonObject object = _rootObject();
     std::string name;

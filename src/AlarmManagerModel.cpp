@@ -24,7 +24,7 @@ tm localTime(time_t time)
 void takeSnoozeTime(const AlarmDbData& alarm, int& hour, int& min)
 {
     const time_t start = static_cast<time_t>(alarm.stime) / 10 * 10;
-    // Unsigned, so that any count and length of a damaged record have a result.
+    // Unsigned, so that no count of a damaged record overflows with undefined behaviour.
     const auto count = static_cast<unsigned long long>(alarm.count);
     const tm local = localTime(static_cast<time_t>(start + count * alarm.snooze_min * 60));
     hour = local.tm_hour;

@@ -39,7 +39,7 @@ const size_t kDirectorySize = 4096;
 
 using NumberFormat = PlatformHandle<i18n_unumber_format_h, i18n_unumber_destroy>;
 
-// The text's beginning of at most size bytes, without a part of a character.
+// The longest beginning of the text that has at most size bytes and no part of a character.
 std::string cutText(const std::string& text, size_t size)
 {
     if (text.size() <= size)
@@ -51,10 +51,10 @@ std::string cutText(const std::string& text, size_t size)
     return text.substr(0, size);
 }
 
-// What a print into size bytes leaves of the text, before the byte that ends it.
+// The part of the text that a buffer of size bytes holds beside the terminator.
 std::string printedText(const std::string& text, size_t size) { return cutText(text, size - 1); }
 
-// Of a character of two UTF-16 units.
+// Whether the unit is the first half of a character that takes two UTF-16 units.
 bool isFirstHalf(i18n_uchar unit) { return (unit & 0xFC00U) == 0xD800; }
 
 bool beginsWith(const std::string& text, const char* beginning)
@@ -75,8 +75,8 @@ tm localTime(time_t time)
     return local;
 }
 
-// What is left of the time until the alarm: hours and minutes may be negative until they borrow.
-// Wide, as a damaged record has any hour and minute.
+// The time until the alarm. Hours and minutes may be negative until they have borrowed. The fields
+// are wide because a damaged record may have any hour and minute.
 struct Offset {
     long long days = 0;
     long long hours = 0;
@@ -100,8 +100,8 @@ struct Offset {
     }
 };
 
-// 1 when daylight-saving time ends between now and today's time of the alarm, which comes an hour
-// later then.
+// The hours by which the alarm comes later because daylight-saving time ends between now and its
+// time today: 1 or 0.
 int daylightSavingCorrection(const AlarmDbData& alarm, time_t now, const tm& today)
 {
     if (today.tm_isdst <= 0)
@@ -187,7 +187,7 @@ void untilLaterDay(const AlarmDbData& alarm, int todayBit, Offset& offset)
     }
 }
 
-// Daylight-saving time that begins between now and the alarm takes an hour away.
+// Takes an hour away when daylight-saving time begins between now and the alarm.
 void correctForStandardTime(const AlarmDbData& alarm, time_t now, Offset& offset)
 {
     if (offset.days < 1) {
@@ -209,8 +209,8 @@ void correctForStandardTime(const AlarmDbData& alarm, time_t now, Offset& offset
 std::string numberText(const std::string& locale, int n)
 {
     const int32_t numberUnits = 20;
-    const size_t lastUnit = numberUnits - 2; // before the end of the text
-    const size_t longestUnit = 3; // bytes
+    const size_t lastUnit = numberUnits - 2; // the one before the terminator
+    const size_t longestUnit = 3; // bytes of UTF-8 that one unit may become
 
     NumberFormat format;
     if (i18n_unumber_create(
@@ -240,8 +240,8 @@ std::string regionDigits(int count)
     return numberText(takenText(AlarmIcuDataModel::getCurrentRegionFormat()), count);
 }
 
-// What printf makes of a translation that has the text for each such conversion: "%%" is a percent
-// sign. Any other conversion is a mistake in the catalogue, and stays as it is.
+// Does for one conversion, such as "%s", what printf would do: puts the text in its place, and "%"
+// in the place of "%%". Any other conversion is a mistake in the catalogue, and stays as it is.
 std::string filled(const std::string& format, char conversion, const std::string& text)
 {
     std::string result;
@@ -318,7 +318,8 @@ std::string dateText(const AlarmDbData& alarm)
     return text.data();
 }
 
-// Left open: it holds for the whole row.
+// The tag that sets the size of a row of weekdays. It is never closed, so it holds for the whole
+// row.
 std::string rowSizeTag(const std::string& region)
 {
     if (beginsWith(region, "ta"))

@@ -30,8 +30,9 @@ std::vector<AlarmDbData> enabledMobileAlarms(AlarmDbModel& store)
     return alarms;
 }
 
-// Saves what registering changed. That alone is no change for the phone, nor one to announce; a
-// record that the phone is yet to hear of stays one, and its modification time moves.
+// Saves the record with its new registration, without telling other processes and without marking
+// it as changed for the phone. A record that is marked already keeps its mark and is given a new
+// modification time.
 void saveRegistration(AlarmDbModel& store, AlarmDbData& alarm)
 {
     store.updateAlarmData(alarm, false, false, false, true);

@@ -20,23 +20,24 @@ const double kCheckRecordingDelay = 0.5;
 const int kFirstVolume = 1;
 const int kVibrationTypes = 5;
 
-// The messages of the pipe.
+// The messages in the pipe.
 const char kSetPosition[] = "player_set_position";
 const char kStart[] = "player_start";
 const char kStop[] = "player_stop";
 const char kPause[] = "player_pause";
 const char kResume[] = "player_resume";
 
-// Ecore's pipe blocks its writer when it is full, and the main loop, which empties it, may be
-// waiting for that writer. So many messages fit into a single page.
+// A full pipe blocks its writer, and the main loop, which empties the pipe, may be waiting for that
+// writer. This many messages fit into the smallest pipe, one page.
 const int kMostInPipe = 100;
 
-// The functions whose work is done in others, and logged in their names.
+// Names under which helper functions log: those of the functions whose work they do.
 const char* const kHandler = "_pipeHandlerCb";
 const char* const kStarter = "start";
 const char* const kDestroyer = "_destroyStreamInfo";
 
-// Receivers know a pause in the length of a stop, and a resume as a pause in its own length.
+// The pipe carries a pause with the length of a stop. resume() sends a pause, too, with the length
+// of a resume.
 const unsigned int kPauseSize = sizeof(kStop);
 const char kPauseOfResume[sizeof(kResume)] = "player_pause";
 
@@ -50,7 +51,7 @@ bool hasVibration(ClockSoundType type)
     return type == ClockSoundType::Vibration || type == ClockSoundType::MelodyAndVibration;
 }
 
-// Each type has two patterns with numbers in a row: short and long.
+// The patterns of a type have successive numbers: first the short one, then the long one.
 feedback_pattern_e vibrationPattern(int vibrationType, bool isLong)
 {
     if (vibrationType < 1 || vibrationType > kVibrationTypes)
@@ -148,7 +149,7 @@ ClockSoundPlayer::~ClockSoundPlayer()
     for (sound_stream_info_h former : _formerStreamInfos)
         destroyStreamInfo(former);
     _destroyStreamInfo();
-    // Last, as a change of the focus may have made it vibrate until here.
+    // Last: until here a change of the focus could make it vibrate again.
     feedback_stop();
 }
 
@@ -175,7 +176,7 @@ void ClockSoundPlayer::initialize(const char* tonePath, const char* defaultToneP
     if (hasMelody(type) && speaker) {
         _playSound();
     } else if (type == ClockSoundType::Melody) {
-        return; // nothing that this device could do
+        return; // the device has no speaker, and the alarm no vibration
     }
 
     if (hasVibration(type)) {
@@ -199,7 +200,7 @@ void ClockSoundPlayer::_createStreamInfo(sound_stream_type_e streamType)
 {
     LOG_CRITICAL("streamType [%d]", streamType);
     if (_streamInfo && _player) {
-        // The player borrows it until its end. Nobody hears from it any more.
+        // The platform's player may use the stream until it is destroyed, so the stream is kept.
         _releaseFocus();
         _formerStreamInfos.push_back(_streamInfo);
         _streamInfo = nullptr;
@@ -307,7 +308,7 @@ void ClockSoundPlayer::_deletePipe()
 {
     Ecore_Pipe* pipe = nullptr;
     {
-        // The focus callback, which still comes, may be sending.
+        // A focus callback of another thread may be sending.
         const std::lock_guard<std::mutex> lock(_sendMutex);
         pipe = _pipe.exchange(nullptr);
     }
@@ -324,10 +325,10 @@ void ClockSoundPlayer::_startPrepared()
     }
 }
 
-// Never waits for the main loop.
+// May be called from any thread, and never waits for the main loop.
 bool ClockSoundPlayer::_send(const char* message, unsigned int size)
 {
-    // Ecore writes a message in two pieces, between which another thread's would end up.
+    // Ecore writes a message in two pieces; without the lock another thread's could come between.
     const std::lock_guard<std::mutex> lock(_sendMutex);
     Ecore_Pipe* pipe = _pipe;
     if (!pipe)
@@ -342,7 +343,7 @@ bool ClockSoundPlayer::_send(const char* message, unsigned int size)
     return true;
 }
 
-// Called when the main loop has taken a message.
+// Called when the main loop has taken a message out of the pipe.
 void ClockSoundPlayer::_sendWaiting()
 {
     const std::lock_guard<std::mutex> lock(_sendMutex);
@@ -366,8 +367,8 @@ void ClockSoundPlayer::start()
         return;
     }
     LOG_CRITICAL("Now recorder is in recording. Check again after 0.5 second");
-    // The platform's threads come here too, and timers are of the main loop. On that one, the call
-    // is made at once; otherwise it may come when the player is gone.
+    // The platform's threads call start(), too, and only the main loop may set a timer. From
+    // another thread the call is made later, when this object may be gone.
     ecore_main_loop_thread_safe_call_async(
         _checkRecordingLaterCb, new std::weak_ptr<ClockSoundPlayer>(_self));
 }
@@ -499,7 +500,7 @@ void ClockSoundPlayer::_playVibration()
     }
 }
 
-// The buffer holds size bytes, with or without a terminator among them.
+// The message is size bytes long, which may or may not include a terminator.
 void ClockSoundPlayer::_pipeHandlerCb(void* data, void* buffer, unsigned int size)
 {
     if (!data) {
@@ -579,7 +580,7 @@ void ClockSoundPlayer::_playerErrorCb(int error, void* /*data*/)
 void ClockSoundPlayer::_playerPrepareCb(void* data)
 {
     ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
-    // Without a pipe the start is in vain, and the one who makes the pipe starts again.
+    // Without a pipe the tone cannot start yet: whoever makes the pipe starts it.
     const std::lock_guard<std::mutex> lock(self._preparedMutex);
     self._isStartMissed = !self._pipe;
     self._startPrepared();
@@ -605,7 +606,7 @@ void ClockSoundPlayer::_audioFocusedCb(sound_stream_info_s* streamInfo,
     void* data)
 {
     ClockSoundPlayer& self = *static_cast<ClockSoundPlayer*>(data);
-    // One of an earlier initialize() may get back the focus that it had lost before.
+    // A stream of an earlier initialize() may get back a focus that it had lost.
     const bool isFormer = streamInfo && streamInfo != self._streamInfo;
     if (isFormer)
         return;

@@ -13,12 +13,13 @@ constexpr const char* alarmLogFile(const char* path)
     return name;
 }
 
-/// One line of the library's log: where it comes from, and the message in the level's colour.
+/// Writes a line of the library's log: file, function and line, then the message in its level's
+/// colour.
 #define ALARM_LOG(priority, look, function, format, ...)                                           \
     (void)dlog_print(priority, "alarm-common", "%s: %s(%d) > " look format "\033[0;m",             \
         alarmLogFile(__FILE__), function, __LINE__, ##__VA_ARGS__)
 
-/// For a helper, whose lines are found under the name of the operation that it is a part of.
+/// For a helper function: its lines carry the name of the operation that it is a part of.
 #define LOG_CRITICAL_OF(operation, format, ...)                                                    \
     ALARM_LOG(DLOG_ERROR, "\033[0;31m* Critical * ", operation, format, ##__VA_ARGS__)
 #define LOG_CRITICAL(format, ...) LOG_CRITICAL_OF(__func__, format, ##__VA_ARGS__)

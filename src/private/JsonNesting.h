@@ -4,13 +4,13 @@
 #include <string>
 
 /**
- * How deep arrays and objects stand in each other in a text. JSON-GLib calls
- * itself for each, and ends the process when its stack does.
+ * How deep arrays and objects are nested in a text. JSON-GLib calls itself for
+ * each level, and the process ends when the stack is used up.
  *
- * Texts and comments are passed over as JSON-GLib does it, which reads more than
- * JSON: a single quote holds to the next one, whatever a comment is to hold ends at
- * its second slash, and a broken escape takes characters behind it. Behind a place
- * that JSON-GLib refuses brackets may be miscounted: it reads no further.
+ * Texts and comments are passed over just as JSON-GLib does, which reads more than
+ * JSON: a single quote reaches to the next one, what begins with a slash to the next
+ * slash, and a broken escape swallows characters that follow it. After a fault at which
+ * JSON-GLib stops reading, brackets may be miscounted, which does no harm.
  */
 class JsonNesting {
 public:
@@ -75,7 +75,7 @@ private:
             _takeUnit();
     }
 
-    /// Up to four digits, and what stands in the place of the first that is none.
+    /// Reads up to four hexadecimal digits, and with them the first character that is none.
     unsigned int _takeUnit()
     {
         unsigned int unit = 0;

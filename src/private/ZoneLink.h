@@ -2,12 +2,12 @@
 
 #include <string>
 
-/// The link to the data of the device's zone.
+/// The symbolic link to the data of the device's zone.
 inline const char* const kZoneLink = "/opt/etc/localtime";
 
-/// The zone's id in the link's target, such as "Asia/Seoul": what is below the folder of the zone
-/// data, wherever a link relative or absolute says that it lies. Of another folder the characters
-/// of the device's own are cut. Empty when nothing is left.
+/// The zone's id in the link's target, such as "Asia/Seoul": what follows the folder "zoneinfo/".
+/// When the target has no such folder, as many characters are cut as the device's own folder has.
+/// Empty when nothing is left.
 inline std::string zoneOfLink(const std::string& target)
 {
     static const std::string folder = "zoneinfo/";
