@@ -6,10 +6,10 @@
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
-// Each piece of work of the store beside the same statements, written straight to SQLite.
+// Each operation of the store beside the same statements given to SQLite directly.
 
 namespace {
-// The columns that the library reads, in strings and numbers that own themselves.
+// A row as a program without the library would read it: the same columns, as strings and numbers.
 struct PlainAlarm {
     int id, magic, managerId, enable, stime, atime, etime, mtime, sdate, edate, hour, min;
     int repeatOnce, repeatWeekly, snoozeEnable, count, smartEnable, vibration, type, volume;
@@ -123,7 +123,7 @@ AlarmDbData typicalAlarm(int number)
     return alarm;
 }
 
-// A store of its own with so many alarms, at the version at which an object only reads it.
+// A new store with that many alarms, at the version at which opening it migrates nothing.
 class Store {
 public:
     explicit Store(int alarms)

@@ -13,7 +13,7 @@
 #include <json-glib/json-glib.h>
 #include <optional>
 
-// Messages of phone alarms, built and read by the library and straight with JSON-GLib, and applied
+// Messages with phone alarms: built and read by the library and by JSON-GLib directly, and applied
 // to the store.
 
 // The platform's log is switched off.
@@ -181,7 +181,7 @@ void parse(benchmark::State& state, int count, Read read)
 
 int countOf(const benchmark::State& state) { return static_cast<int>(state.range(0)); }
 
-// The phone's list takes the place of the watch's copy, and its alarms are registered.
+// The phone's list replaces the watch's copy, and its alarms are registered.
 void apply(const std::string& message)
 {
     AlarmSyncUtil::removeMobileAlarmData();

@@ -1,7 +1,8 @@
-// How late alarms are: from the second for which they are set to the alert application's callback,
-// with every process of the road as it is for a user, against the least that timer, bus and a new
-// process take. The latter ring between the seconds of the same run; so do those that load what the
-// alert stands on, which tells how much of its time that is. Runs in a session of its own:
+// How late alarms are: the time from the second for which they are set to the alert application's
+// callback, with every process as a user has it. It is compared with a bare program that does no
+// more than be started by the timer and the bus, and with one that also loads the alert's
+// libraries, which tells how much of the time the loader takes. These two ring between the seconds
+// of the same run. Runs in a session of its own:
 //
 //   host-session AlarmLatenessBench [-n ALARMS]
 //
@@ -22,7 +23,7 @@ namespace {
 
 const double kMedianLimit = 3;
 const double kTailLimit = 10;
-const size_t kFewest = 20; ///< alarms by which the limits are judged
+const size_t kFewest = 20; ///< alarms; with fewer the limits are not judged
 
 struct Ring {
     std::string process;
@@ -45,7 +46,7 @@ int idIn(const std::string& json)
     return std::stoi(id[1]);
 }
 
-// Away from the instants at which something is measured.
+// Sleeps until that many milliseconds after a full second, at which nothing is measured.
 void sleepUntilPart(long milliseconds)
 {
     timespec now = {};
@@ -70,7 +71,7 @@ Ring waitForRing(HostSession& session, int id)
     return { found[1], std::stod(found[2]) / 1000 };
 }
 
-// Each a second after the one before, by an alert that has just been started.
+// One alarm each second, each by an alert that has just been started.
 std::vector<double> ringAlarms(HostSession& session, size_t count)
 {
     std::vector<double> lateness;
@@ -88,7 +89,7 @@ std::vector<double> ringAlarms(HostSession& session, size_t count)
     return lateness;
 }
 
-/// Alarms of a bare program, so many milliseconds after each second.
+/// Alarms that start a bare program, that many milliseconds after each second.
 BackgroundCommand startBare(const char* name, int milliseconds, size_t count)
 {
     return BackgroundCommand(

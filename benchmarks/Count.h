@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <unistd.h>
 
-/// How many `what` the command line asks for by -n, else `usual`. Ends the process on another one.
+/// The number of `what` that the command line gives by -n, `usual` without it. Ends the process
+/// when the command line is wrong.
 inline size_t parseCount(int argc, char** argv, size_t usual, const char* what)
 {
     size_t count = usual;

@@ -1,6 +1,6 @@
-// How much later an alarm is for what another application does in its second: 64 alerts of one that
-// hangs, and thousands of one that is not installed, against the same alarm alone. Each is measured
-// so many times in turn. Runs in a session of its own:
+// How much later an alarm rings because of another application's alarms in the same second: 64 of
+// an application that hangs, and thousands of one that is not installed. The three cases, with the
+// alarm alone as the first, are measured in turn. Runs in a session of its own:
 //
 //   host-session CrowdBench [-n ROUNDS]
 //
@@ -21,7 +21,7 @@
 namespace {
 
 const double kLimitMilliseconds = 100;
-const size_t kFewest = 5; ///< rounds by which the limit is judged
+const size_t kFewest = 5; ///< rounds; with fewer the limit is not judged
 const int kHanging = 64;
 
 /// The alarms of an application that is not installed, and how long it takes to register them.
@@ -39,10 +39,10 @@ void registerFor(const char* application, time_t instant)
         throw std::runtime_error(std::string("no alarm can be registered for ") + application);
 }
 
-// Milliseconds between the alarm's second and its ring; the alert does not run before.
+// Milliseconds from the alarm's second to its ring, by an alert that has to be started.
 double ringAt(HostSession& session, time_t instant)
 {
-    // Away from the end of a second, within which --in counts.
+    // Not at the end of a second: --in counts whole seconds from now.
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     const timespec early = { now.tv_sec + 1, 100000000 };

@@ -24,12 +24,12 @@
 namespace {
 
 const double kLimit = 2;
-const size_t kFewest = 100; ///< alarms by which the limit is judged
+const size_t kFewest = 100; ///< alarms; with fewer the limit is not judged
 const size_t kLonger = 10;
 
 using File = std::unique_ptr<FILE, int (*)(FILE*)>;
 
-// By a relative name, as an address holds only a short path.
+// Connects by a relative name, because a socket's address holds only a short path.
 int connectToService()
 {
     const std::unique_ptr<char, void (*)(void*)> folder(app_get_shared_trusted_path(), free);
@@ -42,7 +42,7 @@ int connectToService()
     return connection;
 }
 
-/// The phone's end of the link, which waits for what it asks.
+/// The phone's end of the link. It waits for each answer.
 class Phone {
 public:
     Phone()
@@ -58,7 +58,7 @@ public:
             throw std::runtime_error("the service does not read");
     }
 
-    /// Waits for a message of the kind; others are passed over.
+    /// Waits for a message of that kind and ignores others.
     void waitFor(const std::string& kind)
     {
         char* line = nullptr;
@@ -90,7 +90,7 @@ std::string listOf(size_t count, int changes)
     return "[" + list + "]";
 }
 
-/// Milliseconds from the list to the answer to what follows it.
+/// Milliseconds from sending the list to the answer to the message sent after it.
 double sendList(int pairing, int sequence, const std::string& list)
 {
     using std::chrono::steady_clock;
@@ -107,7 +107,7 @@ double sendList(int pairing, int sequence, const std::string& list)
     return std::chrono::duration<double, std::milli>(steady_clock::now() - start).count();
 }
 
-/// Milliseconds for each alarm that is new.
+/// Milliseconds for each new alarm.
 double measure(HostSession& session, int pairing, size_t count)
 {
     const double stored = sendList(pairing, 1, listOf(count, 0));

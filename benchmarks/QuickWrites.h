@@ -2,8 +2,8 @@
 
 #include <sqlite3.h>
 
-/// Connections that are opened while it lives do not wait for the disk in a write, so that what the
-/// library adds to one shows.
+/// While an object lives, new SQLite connections do not wait for the disk, so that the time which
+/// the library adds to a write can be seen.
 class QuickWrites {
 public:
     QuickWrites() { sqlite3_auto_extension(_entry()); }

@@ -1,5 +1,5 @@
-// Whether registering an alarm takes longer when there are many: the alarms around the last against
-// the first, each until the platform's service has it on disk. Runs in a session of its own:
+// Whether registering an alarm takes longer when there are many: compares the last alarms with the
+// first, each until the platform's service has it on disk. Runs in a session of its own:
 //
 //   host-session RegistrationBench [-n ALARMS]
 //
@@ -31,7 +31,8 @@ AppControl alertRequest()
     return { made, app_control_destroy };
 }
 
-// No date, as the library has it; times all over the day, but none of the next two hours.
+// An alarm as the library registers it, without a date; times are all over the day except the next
+// two hours.
 tm timeOfDay(size_t number)
 {
     const time_t start = time(nullptr) + 2 * 60 * 60;
@@ -44,7 +45,7 @@ tm timeOfDay(size_t number)
     return date;
 }
 
-/// Microseconds; negative when the service refused it.
+/// The microseconds that it took; negative when the service refused it.
 double registerOne(app_control_h request, size_t number)
 {
     using std::chrono::steady_clock;
@@ -65,7 +66,7 @@ double medianFrom(const std::vector<double>& taken, size_t start)
     return sample[kSample / 2];
 }
 
-// In the middle too: the service's file grows at first, and a growing file costs the disk more.
+// Also in the middle, because the service's file grows at first, which costs the disk more time.
 bool report(const std::vector<double>& taken)
 {
     const double first = medianFrom(taken, 0);

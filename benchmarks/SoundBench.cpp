@@ -1,6 +1,6 @@
 // How soon an alarm is heard: from the alert's app-control callback to the first sound on the sound
-// server's monitor, against a bare GStreamer program that plays the same file, from its main. They
-// take turns. Runs in a session of its own:
+// server's monitor. Compared with a bare GStreamer program that plays the same file, measured from
+// the beginning of its main. The two take turns. Runs in a session of its own:
 //
 //   host-session SoundBench [-n ALARMS]
 //
@@ -21,13 +21,13 @@
 
 namespace {
 
-const double kLimit = 1.5; ///< of the medians
-const size_t kFewest = 10; ///< alarms by which it is judged
-const int kAudible = 8; ///< nothing else is on the monitor
+const double kLimit = 1.5; ///< the ratio of the medians
+const size_t kFewest = 10; ///< alarms; with fewer the limit is not judged
+const int kAudible = 8; ///< a level; the monitor is silent otherwise
 
 struct Start {
     double milliseconds = 0; ///< to the first sound
-    long kilobytes = 0; ///< resident then
+    long kilobytes = 0; ///< resident at the first sound
 };
 
 double now()

@@ -1,8 +1,9 @@
-// What an alarm's texts cost, beside ICU called directly. Runs in a session of its own:
+// What making an alarm's texts costs, compared with ICU called directly. Runs in a session of its
+// own:
 //
 //   host-session TextBench [-n ROUNDS]
 //
-// Exit status: 0 within the limits, 1 not. With few rounds it says only what it measured.
+// Exit status: 0 within the limits, 1 not. With few rounds the limits are not judged.
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
 #include <AlarmStringUtil.h>
@@ -147,7 +148,7 @@ double microsecondsOfRows(const std::vector<AlarmDbData>& alarms)
     return taken;
 }
 
-// The first text of a process of its own, which prints how long it took.
+// Makes the first text of a new process, which prints how long that took.
 double firstText(const char* of)
 {
     int ends[2] = {};
@@ -170,7 +171,7 @@ double firstText(const char* of)
     return strtod(text, nullptr);
 }
 
-// After a setting was read, as every application has read its language before it shows a text.
+// A setting is read before, because every application reads its language before it shows a text.
 int printFirst(const char* of)
 {
     int format = 0;
@@ -198,7 +199,7 @@ int measure(int rounds)
     const std::vector<AlarmDbData> foreign
         = alarmsOf(deviceZone() == kZone ? "America/New_York" : kZone);
 
-    // In turns, so that what else the machine does meets all alike.
+    // In turns, so that other load on the machine affects all alike.
     std::vector<double> bare, library, uncached, rows, foreignRows, firstOfLibrary, firstOfIcu;
     textByLibrary(kInstant);
     microsecondsOfRows(alarms);
