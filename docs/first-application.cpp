@@ -8,10 +8,8 @@ int main()
     companion::start();
     companion::useDeviceLanguage();
 
-    AlarmDbData alarm;
+    AlarmDbData alarm = companion::newAlarm();
     alarm.name = "Work";
-    alarm.enable = 1;
-    alarm.volume = 10;
     companion::Saved saved = companion::addAlarm(alarm, [](AlarmDbData& made, time_t now) {
         made.hour = 7;
         made.min = 30;

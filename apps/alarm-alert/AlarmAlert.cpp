@@ -15,7 +15,6 @@ namespace {
 const char* const kTag = "alarm-alert";
 const char* const kNothingRings = "nothing is ringing";
 
-const int kVolumeOfNewAlarm = 10;
 const std::chrono::seconds kLongestWait{ 3 };
 
 // A save registers an alarm before it stores it, so an alarm that is not there is looked for once
@@ -28,16 +27,6 @@ companion::Found findRinging(int alarmMgrId, AlarmDbData& alarm)
     if (!companion::waitForSave(kLongestWait))
         return companion::Found::Unreadable;
     return companion::findRegisteredAlarm(alarmMgrId, alarm);
-}
-
-// What rings when the record of a registration cannot be read: an alarm of the usual values.
-AlarmDbData newAlarm(int alarmMgrId)
-{
-    AlarmDbData alarm;
-    alarm.alarm_mgr_id = alarmMgrId;
-    alarm.enable = 1;
-    alarm.volume = kVolumeOfNewAlarm;
-    return alarm;
 }
 
 void logRinging(int id, const timespec& began, time_t instant)
@@ -117,8 +106,10 @@ void AlarmAlert::ring(int alarmMgrId, const timespec& began)
         return;
     }
     const bool isKnown = found == companion::Found::Yes;
-    if (!isKnown)
-        alarm = newAlarm(alarmMgrId);
+    if (!isKnown) {
+        alarm = companion::newAlarm();
+        alarm.alarm_mgr_id = alarmMgrId;
+    }
     if (!alarm.enable) {
         dlog_print(DLOG_INFO, kTag, "alarm %d is off", alarm.id);
         return;

@@ -11,8 +11,6 @@ namespace mirror {
 
 namespace {
 
-const int kVolumeOfNewAlarm = 10;
-
 // The stored alarm with what the phone says about it.
 AlarmDbData merged(AlarmDbData alarm, const AlarmDbData& phones)
 {
@@ -99,7 +97,7 @@ private:
 
     void _insert(AlarmDbData alarm)
     {
-        alarm.volume = kVolumeOfNewAlarm;
+        alarm.volume = companion::newAlarm().volume;
         _writer.insert(alarm);
     }
 

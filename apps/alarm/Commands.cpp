@@ -18,8 +18,6 @@
 
 namespace {
 
-const int kVolumeOfNewAlarm = 10;
-
 size_t terminalColumns()
 {
     winsize size = {};
@@ -124,9 +122,7 @@ bool apply(const AlarmOptions& options, AlarmDbData& alarm, time_t now)
 void add(const CommandLine& line)
 {
     checkRingIn(line.alarm.inSeconds);
-    AlarmDbData alarm;
-    alarm.enable = 1;
-    alarm.volume = kVolumeOfNewAlarm;
+    AlarmDbData alarm = companion::newAlarm();
     check(companion::addAlarm(alarm,
               [&line](AlarmDbData& made, time_t now) { return apply(line.alarm, made, now); }),
         alarm.id);

@@ -35,6 +35,9 @@ Found findAlarm(int id, AlarmDbData& alarm);
 /// hear of it. No value when the store cannot be read.
 std::optional<std::vector<AlarmDbData>> allAlarms();
 
+/// An alarm that is on, at the volume of a new alarm; a default record is off and silent.
+AlarmDbData newAlarm();
+
 /// What became of a save. Whatever it is but Yes, the alarm rings as it did before, or not at all
 /// when it is new.
 enum class Saved {
@@ -71,9 +74,6 @@ time_t currentTime();
 /// Prepares an alarm for its next hour:min after now, on one of its days when it repeats: its
 /// instant, its zone, no snooze taken, and for a one-shot the weekday on which it rings.
 void setNextRing(AlarmDbData& alarm, time_t now);
-
-/// When the alarm, being on, rings next after now.
-time_t upcomingInstant(const AlarmDbData& alarm, time_t now);
 
 /// The row ids of the alarms that ring now, the newest first.
 std::vector<int> ringingAlarms();

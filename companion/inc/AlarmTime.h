@@ -52,6 +52,9 @@ time_t instantOnDayOf(time_t instant, const AlarmDbData& alarm);
 /// weekdays only. None for any other alarm.
 std::optional<time_t> awaitedInstant(const AlarmDbData& alarm, time_t now);
 
+/// When the alarm, being on, rings next after now.
+time_t upcomingInstant(const AlarmDbData& alarm, time_t now);
+
 /// When the alarm that rings at now came due.
 time_t ringingInstant(const AlarmDbData& alarm, time_t now);
 

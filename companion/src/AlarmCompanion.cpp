@@ -27,6 +27,14 @@ void useDeviceLanguage()
         (void)appcore_set_i18n(kTextDomain, (resources + "locale").c_str());
 }
 
+AlarmDbData newAlarm()
+{
+    AlarmDbData alarm;
+    alarm.enable = 1;
+    alarm.volume = 10;
+    return alarm;
+}
+
 const char* textOf(Saved result)
 {
     static const char* const texts[]

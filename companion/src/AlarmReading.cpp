@@ -1,5 +1,6 @@
 #include "AlarmReading.h"
 
+#include "AlarmTime.h"
 #include "PhoneAlarms.h"
 #include "StoreConnection.h"
 

@@ -59,6 +59,14 @@ TEST_F(AlarmSavingTest, AddedAlarmIsStoredRegisteredAndAnnounced)
     EXPECT_THAT(announced(), ElementsAre(".alarmDbChanged", ".alarmDbChangedWidget"));
 }
 
+TEST_F(AlarmSavingTest, NewAlarmIsOnAndCanBeHeard)
+{
+    const AlarmDbData alarm = companion::newAlarm();
+    EXPECT_EQ(1, alarm.enable);
+    EXPECT_EQ(10, alarm.volume);
+    EXPECT_EQ(-1, alarm.id);
+}
+
 TEST_F(AlarmSavingTest, ChangedAlarmIsRegisteredAnewBeforeTheFormerRegistrationGoes)
 {
     const AlarmDbData before = added(ringAt(7, 30));
