@@ -16,13 +16,14 @@ int main()
         companion::setNextRing(made, now);
         return true; // this sets when it rings
     });
-    for (const AlarmDbData& each : companion::allAlarms().value_or(std::vector<AlarmDbData>())) {
+    const auto alarms = companion::allAlarms();
+    for (size_t i = 0; alarms && i < alarms->size(); ++i) {
         std::string time, days;
-        AlarmStringUtil::getAlarmTimeString(each, time);
-        AlarmStringUtil::getAlarmDateRepeatString(each, days, false);
-        printf("%s, %s: %s\n", time.c_str(), days.c_str(), each.name.c_str());
+        AlarmStringUtil::getAlarmTimeString(alarms->at(i), time);
+        AlarmStringUtil::getAlarmDateRepeatString(alarms->at(i), days, false);
+        printf("%s, %s: %s\n", time.c_str(), days.c_str(), alarms->at(i).name.c_str());
     }
     if (saved == companion::Saved::Yes)
         saved = companion::removeAlarm(alarm.id, alarm);
-    puts(companion::textOf(saved));
+    puts(alarms ? companion::textOf(saved) : "the alarms cannot be read");
 }

@@ -15,18 +15,20 @@ namespace {
 const char* const kTag = "alarm-alert";
 const char* const kNothingRings = "nothing is ringing";
 
-const std::chrono::seconds kLongestWait{ 3 };
+const std::chrono::seconds kPatience{ 1 };
 
 // A save registers an alarm before it stores it, so an alarm that is not there is looked for once
-// more when no save is under way. It rings without its record rather than late.
+// more when no save is under way. It rings without its record rather than seconds late.
 companion::Found findRinging(int alarmMgrId, AlarmDbData& alarm)
 {
-    const companion::Found found = companion::findRegisteredAlarm(alarmMgrId, alarm);
-    if (found == companion::Found::Yes)
+    using companion::AlarmReading;
+    using companion::Found;
+    const Found found = AlarmReading(kPatience).findRegistered(alarmMgrId, alarm);
+    if (found == Found::Yes)
         return found;
-    if (!companion::waitForSave(kLongestWait))
-        return companion::Found::Unreadable;
-    return companion::findRegisteredAlarm(alarmMgrId, alarm);
+    if (!companion::waitForSave(kPatience))
+        return Found::Unreadable;
+    return AlarmReading(kPatience).findRegistered(alarmMgrId, alarm);
 }
 
 void logRinging(int id, const timespec& began, time_t instant)
@@ -129,8 +131,7 @@ void AlarmAlert::ring(int alarmMgrId, const timespec& began)
     if (isKnown) {
         logRinging(alarm.id, began, instant);
     } else {
-        dlog_print(DLOG_ERROR, kTag, "the registration %d rings without its record: %s", alarmMgrId,
-            companion::storeFault().c_str());
+        dlog_print(DLOG_ERROR, kTag, "the registration %d rings without its record", alarmMgrId);
     }
     _tell();
 }

@@ -10,7 +10,6 @@
 #include <dlog.h>
 #include <HeapText.h>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace {
@@ -46,7 +45,7 @@ void endWhenQuiet(const AlarmAlert& alert)
 
 AlarmAlert& alertOf(void* data) { return **static_cast<std::unique_ptr<AlarmAlert>*>(data); }
 
-void storeChangedCb(const char*, void* data)
+void storeChangedCb(const char*, void* data) noexcept
 {
     AlarmAlert& alert = alertOf(data);
     alert.endChanged();
@@ -56,14 +55,15 @@ void storeChangedCb(const char*, void* data)
 
 bool createCb(void*) { return true; }
 
-void appControlCb(app_control_h request, void* data)
+void appControlCb(app_control_h request, void* data) noexcept
 {
     timespec began = {};
     clock_gettime(CLOCK_REALTIME, &began);
 
     AlarmAlert& alert = alertOf(data);
-    const std::optional<std::string> alarm = app::extraOf(request, APP_CONTROL_DATA_ALARM_ID);
-    if (alarm)
+    const std::string extra = app::extraOf(request, APP_CONTROL_DATA_ALARM_ID).value_or("");
+    const auto registration = static_cast<int>(strtol(extra.c_str(), nullptr, 10));
+    if (registration > 0)
         alert.prepareSound();
     // The store is looked into before the first alarm rings, so that an answer to one that rings
     // does not have to wait for it.
@@ -74,8 +74,8 @@ void appControlCb(app_control_h request, void* data)
         alert.resume();
     }
     const std::string operation = operationOf(request);
-    if (alarm) {
-        alert.ring(static_cast<int>(strtol(alarm->c_str(), nullptr, 10)), began);
+    if (registration > 0) {
+        alert.ring(registration, began);
     } else if (operation == companion::kSnoozeOperation) {
         reply(request, alert.snooze());
     } else if (operation == companion::kDismissOperation) {
@@ -88,7 +88,7 @@ void appControlCb(app_control_h request, void* data)
 }
 
 // The sound has timers on the main loop, which is still there at this moment and not later.
-void terminateCb(void* data)
+void terminateCb(void* data) noexcept
 {
     for (const char* key : companion::kChangedKeys)
         (void)preference_unset_changed_cb(key);

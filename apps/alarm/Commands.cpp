@@ -38,28 +38,37 @@ Failure noSuchAlarm(int id)
     return badInput("there is no alarm " + std::to_string(id) + "; alarm list shows all");
 }
 
+Failure unreadable(const std::string& fault)
+{
+    return { Failure::kFailed, "the alarms cannot be read: " + fault };
+}
+
 void check(companion::Saved result, int id)
 {
+    if (result == companion::Saved::Yes)
+        return;
     if (result == companion::Saved::NoSuchAlarm)
         throw noSuchAlarm(id);
-    if (result != companion::Saved::Yes)
-        throw Failure(Failure::kFailed, companion::textOf(result));
+    const std::string fault = result == companion::Saved::Busy ? "" : companion::storeFault();
+    throw fault.empty() ? Failure(Failure::kFailed, companion::textOf(result)) : unreadable(fault);
 }
 
 std::vector<AlarmDbData> storedAlarms()
 {
-    std::optional<std::vector<AlarmDbData>> alarms = companion::allAlarms();
+    companion::AlarmReading reading;
+    std::optional<std::vector<AlarmDbData>> alarms = reading.all();
     if (!alarms)
-        throw Failure(Failure::kFailed, companion::textOf(companion::Saved::Unreadable));
+        throw unreadable(reading.fault());
     return *alarms;
 }
 
 AlarmDbData storedAlarm(int id)
 {
     AlarmDbData alarm;
-    const companion::Found found = companion::findAlarm(id, alarm);
+    companion::AlarmReading reading;
+    const companion::Found found = reading.find(id, alarm);
     if (found == companion::Found::Unreadable)
-        throw Failure(Failure::kFailed, companion::textOf(companion::Saved::Unreadable));
+        throw unreadable(reading.fault());
     if (found == companion::Found::No)
         throw noSuchAlarm(id);
     return alarm;
@@ -267,12 +276,7 @@ void runCommand(const CommandLine& line)
 {
     // snooze and dismiss ask the alert, which knows what rings: they work though the store does
     // not.
-    const bool isOfAlert = line.command->run == snooze || line.command->run == dismiss;
-    if (!isOfAlert) {
+    if (line.command->run != snooze && line.command->run != dismiss)
         companion::start();
-        const std::string fault = companion::storeFault();
-        if (!fault.empty())
-            throw Failure(Failure::kFailed, "the alarms cannot be read: " + fault);
-    }
     line.command->run(line);
 }

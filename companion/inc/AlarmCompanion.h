@@ -14,12 +14,15 @@
  * transaction, AlarmReading.h reads many of one moment, AlarmTime.h works out instants,
  * AlertState.h speaks to the alert, PhoneAlarms.h knows the phone's part.
  *
- * Main loop only. A read waits for a busy store for two seconds at most, a save for ten.
+ * Main loop only. A read waits for a busy store for two seconds at most, a save for ten; an alarm
+ * service that hangs holds a save up for as long as the platform waits for an answer.
  */
 namespace companion {
 
 /// Prepares the process for the store, which is made when there is none, and made anew when a
 /// process was killed while it made it. Called before the first use of an alarm; again is harmless.
+/// From then on each SQLite connection of the process waits two seconds for a busy file, and an
+/// AlarmDbModel does not wait on top of that.
 void start();
 
 /// Shows texts in the device's language as it is now, from the package's catalogues. An application
@@ -53,19 +56,22 @@ enum class Saved {
 /// One line for the user about a save that was not done.
 const char* textOf(Saved result);
 
-/// Makes an alarm into what it is to be, given the time. Answers whether that sets when it rings:
-/// then the alarm's instant must be later than now, and it is registered anew, or not at all when
-/// it is off. May be called again, with the alarm as it was and a later time.
+/// Makes an alarm into what it is to be, given the time. Answers whether that sets when it rings,
+/// or switches it: then the alarm's instant must be later than now, and it is registered anew, or
+/// not at all when it is off. May be called again, with the alarm as it was and a later time. Must
+/// not save.
 using Edit = std::function<bool(AlarmDbData& alarm, time_t now)>;
 
-/// Saves a new alarm: what edit makes of alarm, which is the stored record afterwards.
-Saved addAlarm(AlarmDbData& alarm, const Edit& edit);
+// A record that is passed is the stored one when the answer is Yes, and else what it was.
 
-/// Saves what edit makes of the stored alarm. alarm is the stored record afterwards.
-Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm);
+/// Saves a new alarm: what edit makes of alarm.
+[[nodiscard]] Saved addAlarm(AlarmDbData& alarm, const Edit& edit);
 
-/// Takes an alarm out of the store and cancels it. alarm is the record as it was.
-Saved removeAlarm(int id, AlarmDbData& alarm);
+/// Saves what edit makes of the stored alarm.
+[[nodiscard]] Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm);
+
+/// Takes an alarm out of the store and cancels it. alarm is the record as it was stored.
+[[nodiscard]] Saved removeAlarm(int id, AlarmDbData& alarm);
 
 /// The second that has begun. time() is some milliseconds late to tell it, in which an alarm that
 /// is registered for it would be lost.

@@ -6,8 +6,6 @@
 #include <memory>
 #include <string>
 
-class AlarmDbModel;
-
 namespace companion {
 
 class StoreConnection;

@@ -6,8 +6,6 @@
 #include <memory>
 #include <vector>
 
-class AlarmDbModel;
-
 namespace companion {
 
 class SaveTurn;
@@ -23,8 +21,10 @@ class StoreConnection;
  * its fresh ones back. So when a save fails, the alarms ring as before. Of a process that is
  * killed, registrations may be left that no row names: the alert cancels them when they come due.
  *
- * Processes that save wait in line, the first come first; others read meanwhile what was there
- * before. So it is to be short. No other connection of the process may write while it lives.
+ * Processes that save wait in line; others read meanwhile what was there before. So it is to be
+ * short. The process itself must not save or write otherwise while it lives, in an Edit neither: it
+ * would wait for itself until its patience is over. An AlarmReading that lives keeps it from
+ * committing in the same way.
  */
 class AlarmSaving {
 public:
@@ -43,14 +43,14 @@ public:
 
     // As the functions of AlarmCompanion.h; nothing is on the disk before commit(). A change that
     // answers NoSuchAlarm, Unreadable or NotRegistered has written nothing, and others may follow.
-    Saved add(AlarmDbData& alarm, const Edit& edit);
-    Saved change(int id, const Edit& edit, AlarmDbData& alarm);
-    Saved remove(int id, AlarmDbData& alarm);
+    [[nodiscard]] Saved add(AlarmDbData& alarm, const Edit& edit);
+    [[nodiscard]] Saved change(int id, const Edit& edit, AlarmDbData& alarm);
+    [[nodiscard]] Saved remove(int id, AlarmDbData& alarm);
 
     /// Stores and announces the changes, then cancels the registrations that they replaced.
-    Saved commit();
+    [[nodiscard]] Saved commit();
 
-    // For who keeps records that come from elsewhere, such as the phone's.
+    // For whoever keeps records that come from elsewhere, such as the phone's.
 
     /// What edit makes of before, registered as it is to ring here: a phone alarm only when the
     /// phone's alarms ring, and a one-shot of a later week not yet. False, and the id -1, when the
@@ -60,7 +60,7 @@ public:
     /// A modification time that no stored alarm has, nor any alarm had.
     int takeModTime();
 
-    /// Whether others hear of a change. What only keeps an alarm ringing is no news.
+    /// Whether other processes are told of a change. They need not hear of a mere registration.
     enum class News { Announced, Silent };
 
     // Each stores a record as it is, with its registration and the phone's times, and without a
@@ -93,8 +93,9 @@ private:
     std::vector<int> _former; ///< registrations that no row names any more
 };
 
-/// Returns when the save that another process is at, if any, is done; false when that takes longer.
-/// A save registers an alarm before it stores it, so its alert may come first.
+/// Returns when the save that another process is at, if any, is done. False when that takes longer,
+/// or the store cannot be written at all. A save registers an alarm before it stores it, so its
+/// alert may come first.
 bool waitForSave(std::chrono::milliseconds patience);
 
 } // namespace companion

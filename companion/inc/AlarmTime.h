@@ -41,8 +41,8 @@ bool isNamedByWallTime(time_t instant);
 /// When a registration of the alarm made before then rings: stime, later by the snoozes taken.
 time_t dueInstant(const AlarmDbData& alarm);
 
-/// Whether a registration made now, which tells a weekday and no date, means that instant. Short of
-/// a whole week by a day.
+/// Whether a registration made now, which tells a weekday and no date, means that instant: one
+/// later than now, and by less than six days.
 bool isWithinTheWeek(time_t instant, time_t now);
 
 /// The instant, where it lies in the alarm's minute; else the alarm's hour:min on that day.

@@ -13,9 +13,13 @@ namespace {
 // The domain in which AlarmStringUtil looks its texts up.
 const char* const kTextDomain = "alarm-merid";
 
-Saved committed(AlarmSaving& saving, Saved changed)
+// Commits a change and hands the changed record out when it is stored.
+Saved committed(AlarmSaving& saving, Saved changed, const AlarmDbData& made, AlarmDbData& alarm)
 {
-    return changed == Saved::Yes ? saving.commit() : changed;
+    const Saved saved = changed == Saved::Yes ? saving.commit() : changed;
+    if (saved == Saved::Yes)
+        alarm = made;
+    return saved;
 }
 
 } // namespace
@@ -48,19 +52,22 @@ const char* textOf(Saved result)
 Saved addAlarm(AlarmDbData& alarm, const Edit& edit)
 {
     AlarmSaving saving;
-    return committed(saving, saving.add(alarm, edit));
+    AlarmDbData made = alarm;
+    return committed(saving, saving.add(made, edit), made, alarm);
 }
 
 Saved changeAlarm(int id, const Edit& edit, AlarmDbData& alarm)
 {
     AlarmSaving saving;
-    return committed(saving, saving.change(id, edit, alarm));
+    AlarmDbData changed;
+    return committed(saving, saving.change(id, edit, changed), changed, alarm);
 }
 
 Saved removeAlarm(int id, AlarmDbData& alarm)
 {
     AlarmSaving saving;
-    return committed(saving, saving.remove(id, alarm));
+    AlarmDbData removed;
+    return committed(saving, saving.remove(id, removed), removed, alarm);
 }
 
 } // namespace companion

@@ -108,7 +108,7 @@ AlarmSaving::AlarmSaving(std::chrono::milliseconds patience)
         return;
     }
     const std::string path = storePath();
-    if (!path.empty() && access(path.c_str(), F_OK) != 0)
+    if (_turn->isHeld() && access(path.c_str(), F_OK) != 0)
         makeStoreInTurn();
     _store = std::make_unique<StoreConnection>(end);
     if (!_store->run("BEGIN IMMEDIATE")) {
@@ -130,25 +130,34 @@ Saved AlarmSaving::add(AlarmDbData& alarm, const Edit& edit)
 {
     if (_state != Saved::Yes)
         return _state;
-    if (!make(alarm, edit, alarm))
+    AlarmDbData made;
+    if (!make(alarm, edit, made))
         return Saved::NotRegistered;
-    alarm.modTime = takeModTime();
-    return insert(alarm);
+    made.modTime = takeModTime();
+    const Saved inserted = insert(made);
+    if (inserted == Saved::Yes)
+        alarm = made;
+    return inserted;
 }
 
 Saved AlarmSaving::change(int id, const Edit& edit, AlarmDbData& alarm)
 {
     AlarmDbData before;
+    AlarmDbData after;
     const Saved found = _find(id, before);
     if (found != Saved::Yes)
         return found;
-    if (!make(before, edit, alarm))
+    if (!make(before, edit, after))
         return Saved::NotRegistered;
-    alarm.modTime = takeModTime();
-    const bool isForPhone = isOfPhone(alarm) && isNewToPhone(before, alarm);
+    after.modTime = takeModTime();
+    const bool isForPhone = isOfPhone(after) && isNewToPhone(before, after);
     if (isForPhone)
-        alarm.mobileModifiedTime = changeTime(before);
-    return _write(before, alarm, isForPhone ? Phone::IsToHear : Phone::Unchanged, News::Announced);
+        after.mobileModifiedTime = changeTime(before);
+    const Saved written
+        = _write(before, after, isForPhone ? Phone::IsToHear : Phone::Unchanged, News::Announced);
+    if (written == Saved::Yes)
+        alarm = after;
+    return written;
 }
 
 Saved AlarmSaving::remove(int id, AlarmDbData& alarm)
@@ -171,8 +180,8 @@ Saved AlarmSaving::commit()
 {
     if (_state != Saved::Yes)
         return _state;
-    if (_modTime > 0)
-        _turn->noteModTime(_modTime);
+    if (_modTime > 0 && !_turn->noteModTime(_modTime))
+        return _giveUp(Saved::NotStored);
     _mayCommit = true;
     if (!_store->run("COMMIT"))
         return _giveUp(_store->code() == SQLITE_BUSY ? Saved::Busy : Saved::NotStored);
@@ -203,8 +212,8 @@ bool AlarmSaving::make(const AlarmDbData& before, const Edit& edit, AlarmDbData&
         _unnamed.push_back(after.alarm_mgr_id);
         if (currentTime() < dueInstant(after))
             return true;
-        (void)cancel(after.alarm_mgr_id);
-        _unnamed.pop_back();
+        if (cancel(after.alarm_mgr_id))
+            _unnamed.pop_back();
         after.alarm_mgr_id = -1;
     }
     return false;

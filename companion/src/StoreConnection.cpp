@@ -55,14 +55,16 @@ bool StoreConnection::run(const char* statement) const
     return _handle && sqlite3_exec(_handle, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
-int StoreConnection::code() const { return sqlite3_errcode(_handle); }
+// SQLite promises this code after a call that failed; after one that was done it is SQLITE_OK since
+// SQLite keeps it for the handle and clears it with each statement.
+int StoreConnection::code() const { return _handle ? sqlite3_errcode(_handle) : SQLITE_CANTOPEN; }
 
 std::string StoreConnection::error() const
 {
     return _handle ? sqlite3_errmsg(_handle) : sqlite3_errstr(SQLITE_CANTOPEN);
 }
 
-int StoreConnection::_openedCb(sqlite3* connection, char** /*error*/, const void* /*api*/)
+int StoreConnection::_openedCb(sqlite3* connection, char** /*error*/, const void* /*api*/) noexcept
 {
     if (!_opening || !isStore(sqlite3_db_filename(connection, nullptr)))
         return sqlite3_busy_timeout(connection, kBusyTimeout);
@@ -74,7 +76,7 @@ int StoreConnection::_openedCb(sqlite3* connection, char** /*error*/, const void
 
 // Processes that save with the companion stand in a line. Whoever else has the file tells nobody
 // when it lets go, so the file is tried again and again.
-int StoreConnection::_busyCb(void* end, int tries)
+int StoreConnection::_busyCb(void* end, int tries) noexcept
 {
     if (std::chrono::steady_clock::now() >= *static_cast<const Time*>(end))
         return 0;
@@ -83,7 +85,7 @@ int StoreConnection::_busyCb(void* end, int tries)
     return 1;
 }
 
-int StoreConnection::_closedCb(unsigned int, void* self, void*, void*)
+int StoreConnection::_closedCb(unsigned int, void* self, void*, void*) noexcept
 {
     static_cast<StoreConnection*>(self)->_handle = nullptr;
     return 0;

@@ -15,9 +15,9 @@ std::string dataFile(const char* name);
 /// The path of the file with the alarms.
 std::string storePath();
 
-/// Makes the store when there is none, and anew when it was left unfinished; for who has the turn.
-/// The library makes the file in steps, and takes any file for a whole one: a process that ends
-/// between two of them leaves a file in which nobody can save.
+/// Makes the store when there is none, and anew when it was left unfinished. For whoever has the
+/// turn. The library makes the file in steps, and takes any file for a whole one: a process that
+/// ends between two of them leaves a file in which nobody can save.
 void makeStoreInTurn();
 
 /// Lets each SQLite connection that the process opens from now on wait while its file is busy. The
@@ -48,9 +48,9 @@ public:
     std::string error() const;
 
 private:
-    static int _openedCb(sqlite3* connection, char** error, const void* api);
-    static int _busyCb(void* end, int tries);
-    static int _closedCb(unsigned int event, void* self, void* connection, void* unused);
+    static int _openedCb(sqlite3* connection, char** error, const void* api) noexcept;
+    static int _busyCb(void* end, int tries) noexcept;
+    static int _closedCb(unsigned int event, void* self, void* connection, void* unused) noexcept;
     friend void waitOnBusyStore();
 
     static thread_local StoreConnection* _opening;

@@ -78,7 +78,7 @@ void start()
     if (path.empty() || stateOf(path) == State::Whole)
         return;
     const SaveTurn turn(std::chrono::steady_clock::now() + AlarmSaving::kPatience);
-    if (!turn.isLate())
+    if (turn.isHeld())
         makeStoreInTurn();
 }
 

@@ -121,6 +121,7 @@ void DaemonLink::_sendIfPossible(const std::shared_ptr<Waiting>& waiting, const 
 }
 
 // Takes its argument by value, since it may be the list's own element, which is erased.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void DaemonLink::_end(std::shared_ptr<Waiting> waiting, const Answer& answer)
 {
     const auto found = std::find(_waiting.begin(), _waiting.end(), waiting);

@@ -4,11 +4,14 @@
 
 #include <AlarmReading.h>
 #include <climits>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 
+namespace fs = std::filesystem;
 using companion::AlarmSaving;
 using companion::Saved;
 using std::chrono::milliseconds;
@@ -218,6 +221,21 @@ TEST_F(AlarmSavingTest, RegistrationThatCannotBeTakenBackIsTold)
         companion::textOf(Saved::StillRegistered));
 }
 
+TEST_F(AlarmSavingTest, RegistrationOfAnInstantThatWentByAndStaysIsTold)
+{
+    alarmDouble().onSchedule = [] { setNow(clockDouble().now->tv_sec + kMinute); };
+    alarmDouble().cancelResult = ALARM_ERROR_CONNECTION_FAIL;
+    refuse("INSERT");
+    AlarmSaving saving;
+    AlarmDbData alarm;
+    EXPECT_EQ(Saved::NotRegistered, saving.add(alarm, [](AlarmDbData& made, time_t now) {
+        made.enable = 1;
+        made.stime = static_cast<int>(now + kMinute);
+        return true;
+    }));
+    EXPECT_EQ(Saved::StillRegistered, saving.add(alarm, rename("x")));
+}
+
 TEST_F(AlarmSavingTest, RegistrationThatTheServiceDoesNotKnowIsTakenBack)
 {
     refuse("INSERT");
@@ -365,7 +383,7 @@ TEST_F(AlarmSavingTest, InstantThatAlwaysGoesByIsGivenUp)
     };
 
     AlarmDbData alarm;
-    EXPECT_EQ(Saved::NotRegistered, companion::addAlarm(alarm, inAMinute));
+    EXPECT_FALSE(AlarmSaving().make(alarm, inAMinute, alarm));
 
     EXPECT_THAT(alarmDouble().scheduled, SizeIs(3));
     EXPECT_EQ(-1, alarm.alarm_mgr_id);
@@ -548,10 +566,35 @@ TEST_F(AlarmSavingTest, SaveThatIsKeptFromItsTurnIsNotStored)
     EXPECT_FALSE(companion::waitForSave(milliseconds(50)));
     EXPECT_THAT(registered(), IsEmpty());
     EXPECT_THAT(companion::textOf(Saved::Busy), HasSubstr("another process"));
+    // However often it was late, it has one place in the line.
+    const auto threads = [] {
+        return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
+    };
+    EXPECT_EQ(2, threads());
 
     stopped.signal(SIGKILL);
 
     EXPECT_TRUE(companion::waitForSave(AlarmSaving::kPatience));
+    added(ringAt(7, 30));
+}
+
+// A turn that comes when nobody waits for it any more goes to the next.
+TEST_F(AlarmSavingTest, LateSaveKeepsNobodyFromSavingAfterwards)
+{
+    OtherProcess stopped([](const auto& ready) {
+        const AlarmSaving held;
+        ready();
+        pause();
+    });
+    EXPECT_EQ(Saved::Busy, AlarmSaving(milliseconds(20)).state());
+    stopped.signal(SIGKILL);
+    EXPECT_EQ(128, stopped.status());
+
+    OtherProcess other([](const auto& ready) {
+        ready();
+        EXPECT_EQ(Saved::Yes, AlarmSaving().state());
+    });
+    EXPECT_EQ(0, other.status());
     added(ringAt(7, 30));
 }
 
@@ -579,7 +622,7 @@ TEST_F(AlarmSavingTest, FileThatAnotherProcessHoldsKeepsASaveOnlySoLong)
     EXPECT_EQ(Saved::Busy, AlarmSaving(milliseconds(50)).state());
 
     std::thread release([&other] {
-        usleep(50000);
+        std::this_thread::sleep_for(milliseconds(50));
         other.signal(SIGKILL);
     });
     added(ringAt(7, 30));
@@ -649,6 +692,25 @@ TEST_F(AlarmSavingTest, FileOfTheTurnThatCannotBeMadeKeepsNobodyFromSaving)
 
     EXPECT_EQ(kNoon, added(ringAt(7, 30)).modTime);
     EXPECT_EQ(kNoon + 1, added(ringAt(8, 0)).modTime);
+}
+
+TEST_F(AlarmSavingTest, ModificationTimeThatCannotBeNotedIsNotGiven)
+{
+    const AlarmDbData before = added(ringAt(7, 30));
+    rlimit former = {};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &former));
+    AlarmSaving saving;
+    AlarmDbData after;
+    EXPECT_EQ(Saved::Yes, saving.change(before.id, rename("Work"), after));
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit none = { 0, former.rlim_max };
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &none));
+
+    const Saved saved = saving.commit();
+
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &former));
+    EXPECT_EQ(Saved::NotStored, saved);
+    EXPECT_EQ("", file.value("SELECT name FROM alarm"));
 }
 
 TEST_F(AlarmSavingTest, DamagedStoreIsNotSavedTo)

@@ -256,12 +256,15 @@ TEST_F(PhoneSavingTest, AlarmRingsHereThoughItsPhoneIsNear)
 TEST_F(PhoneSavingTest, AlarmsThatCannotBeReadAreNotTakenForNone)
 {
     addedOfPhone();
-    AlarmSaving saving;
-    // Makes the statement of the list fail, as damage to the file would.
-    file.run("PRAGMA wal_checkpoint"); // the file is free to read
     SqliteProbe probe;
+    AlarmSaving saving;
     EXPECT_THAT(saving.phoneAlarms(), SizeIs(1));
-    EXPECT_EQ(Saved::Yes, saving.state());
+    probe.refuseAll();
+
+    EXPECT_THAT(saving.phoneAlarms(), IsEmpty());
+
+    EXPECT_EQ(Saved::Unreadable, saving.state());
+    EXPECT_EQ(Saved::Unreadable, saving.commit());
 }
 
 TEST_F(PhoneSavingTest, AlarmThatIsOnAndWillNotRingHereIsSilent)
