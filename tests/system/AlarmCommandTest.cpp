@@ -410,8 +410,7 @@ TEST_F(AlarmCommandTest, AlarmThatCannotBeReadIsNotTakenForNone)
     for (const char* command : { "show", "on", "off", "remove" }) {
         const CommandResult result = alarm({ command, "1" });
         EXPECT_EQ(1, result.status) << command;
-        EXPECT_EQ("alarm: the alarms cannot be read: no such column: isDeleted\n", result.err)
-            << command;
+        EXPECT_THAT(result.err, testing::HasSubstr("cannot be read")) << command;
     }
     EXPECT_THAT(session.alarms(), SizeIs(1));
 }
