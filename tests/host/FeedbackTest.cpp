@@ -301,6 +301,21 @@ TEST_F(FeedbackTest, AHostdThatHangsDoesLaterWhatStillCounts)
     EXPECT_TRUE(waitFor({ "started 172", "stopped 172" }));
 }
 
+TEST_F(FeedbackTest, WhatIsStoppedWhileHostdHangsStopsWhenItGoesOn)
+{
+    feedback_initialize();
+    const pid_t daemon = session.daemonPid();
+    vibrate(168);
+    ASSERT_TRUE(waitFor({ "started 168" }));
+    ASSERT_EQ(0, kill(daemon, SIGSTOP));
+
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, vibrate(170)); // from here on the process knows that it hangs
+    EXPECT_EQ(FEEDBACK_ERROR_NONE, feedback_stop());
+    ASSERT_EQ(0, kill(daemon, SIGCONT));
+
+    EXPECT_TRUE(waitFor({ "started 168", "stopped 168" }));
+}
+
 TEST_F(FeedbackTest, ForgedSignalsEndNeitherHostdNorTheVibration)
 {
     feedback_initialize();
