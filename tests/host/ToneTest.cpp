@@ -56,4 +56,14 @@ TEST_F(ToneTest, APassThatEndsWhileAJumpBeginsIsNotTakenForTheNextOne)
     EXPECT_EQ(ended.end(), std::adjacent_find(ended.begin(), ended.end()));
 }
 
+TEST_F(ToneTest, NothingThatIsCancelledSettles)
+{
+    open(0.5);
+    ASSERT_TRUE(tone->settle());
+
+    tone->cancel();
+
+    EXPECT_FALSE(tone->settle());
+}
+
 } // namespace
