@@ -38,6 +38,9 @@ struct Script {
     Gate opening;
     Gate mayOpen;
     Gate maySettle;
+    Gate thirdOpening;
+    std::atomic<int> opened{ 0 };
+    std::atomic<int> openError{ kNone };
     bool plays = true;
     bool pauses = true;
     bool settles = true;
@@ -53,7 +56,9 @@ public:
     {
         script->opening.open();
         script->mayOpen.wait();
-        return kNone;
+        if (++script->opened == 3)
+            script->thirdOpening.open();
+        return script->openError;
     }
     void cancel() override { script->maySettle.open(); }
     bool play() override { return script->plays; }
@@ -165,6 +170,16 @@ TEST_F(PlayerToneTest, WhyASeekFailedIsToldToo)
 
     EXPECT_TRUE(told.gate.wait());
     EXPECT_EQ(PLAYER_ERROR_SEEK_FAILED, told.error);
+}
+
+TEST_F(PlayerToneTest, AToneWhoseServerIsGoneIsOpenedAgainAndAgain)
+{
+    prepare();
+    tones.openError = PLAYER_ERROR_SERVICE_DISCONNECTED;
+
+    tones.events.failed(PLAYER_ERROR_SERVICE_DISCONNECTED);
+
+    EXPECT_TRUE(tones.thirdOpening.wait());
 }
 
 TEST_F(PlayerToneTest, AToneThatDoesNotPlayIsNotStarted)
