@@ -170,12 +170,14 @@ TEST_F(AlarmStringUtilTest, NumbersHaveAtMost19Units)
 
 TEST_F(AlarmStringUtilTest, ANumberDoesNotEndInsideADigit)
 {
-    std::string digits;
-    for (int i = 0; i < 10; ++i)
-        digits += "\U00011137"; // two units each, of which the 19th is half a digit
-    i18nDouble().numbers["1"] = digits;
+    for (const char* digit : { "\U00011137", "\U0001D7D8" }) {
+        std::string digits;
+        for (int i = 0; i < 10; ++i)
+            digits += digit; // two units each, of which the 19th is half a digit
+        i18nDouble().numbers["1"] = digits;
 
-    EXPECT_EQ(digits.substr(0, 9UL * 4), number(1));
+        EXPECT_EQ(digits.substr(0, 9UL * 4), number(1));
+    }
     EXPECT_THAT(dlogDouble().lines, IsEmpty());
 }
 
