@@ -98,6 +98,15 @@ TEST_F(ApplicationsTest, ALaunchReachesTheApplicationAlthoughAnotherProgramHolds
     EXPECT_EQ(session.pidOf(kEcho), echo.lines().back().pid);
 }
 
+TEST_F(ApplicationsTest, AMissingProgramWhoseNameIsHeldIsAFailure)
+{
+    const char* const missing = "com.velmora.test-missing";
+    session.installApplication(missing, "/nonexistent/program");
+    const NameHolder holder(missing);
+
+    EXPECT_EQ(APP_CONTROL_ERROR_LAUNCH_FAILED, launch(missing, "first"));
+}
+
 TEST_F(ApplicationsTest, WhoSentARequestIsKnownWhenItHasEnded)
 {
     const std::string gate = host::runtimePath() + "gate";
