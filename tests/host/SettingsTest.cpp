@@ -306,6 +306,12 @@ TEST_F(SettingsTest, EachPackageHasItsOwnPreferences)
     EXPECT_EQ("int:3", probe({ "get", "com.velmora.other", "key" }));
 }
 
+TEST_F(SettingsTest, AProgramWithoutAPackageHasNoPreferences)
+{
+    EXPECT_EQ("-1 -1 - -5 -5 -5 untouched",
+        probe({ "failures" }, { { "ALARM_HOST_PACKAGE", std::nullopt } }));
+}
+
 TEST_F(SettingsTest, AStoreThatIsNoDatabaseIsUnreadable)
 {
     fs::create_directory(directory.file("home"));
