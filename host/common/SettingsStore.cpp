@@ -11,6 +11,7 @@
 #include <mutex>
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <SQLiteCpp/VariadicBind.h>
 #include <unistd.h>
 
 namespace host {
@@ -122,8 +123,7 @@ private:
         SQLite::Statement& statement, const std::string& store, const std::string& key)
     {
         StatementUse use(&statement);
-        use->bind(1, store);
-        use->bind(2, key);
+        SQLite::bind(*use, store, key);
         return use;
     }
 
@@ -277,11 +277,7 @@ std::optional<SettingValue> SettingsStore::read(const std::string& store, const 
 void SettingsStore::write(
     const std::string& store, const std::string& key, const SettingValue& value)
 {
-    {
-        const std::lock_guard<std::mutex> lock(_impl->mutex);
-        _impl->of(store, key).write(store, key, value);
-    }
-    announce(store, key);
+    write(store, { { key, value } });
 }
 
 void SettingsStore::write(

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <SQLiteCpp/VariadicBind.h>
 
 namespace fs = std::filesystem;
 
@@ -176,21 +177,12 @@ int AlarmStore::add(const Alarm& alarm)
         "INSERT INTO alarms (package, application, request, hour, minute, second, week_flag,"
         " year, month, day, since, fired, due, round, secret)"
         " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, hex(randomblob(16)))");
-    insert.bind(1, alarm.package);
-    insert.bind(2, alarm.application);
-    insert.bind(3, alarm.request);
-    insert.bind(4, alarm.time.hour);
-    insert.bind(5, alarm.time.minute);
-    insert.bind(6, alarm.time.second);
-    insert.bind(7, alarm.time.weekSet);
-    const auto& first = alarm.time.firstDay;
-    insert.bind(8, first ? static_cast<int>(first->year()) : 0);
-    insert.bind(9, first ? first->month() : 0);
-    insert.bind(10, first ? first->day() : 0);
-    insert.bind(11, alarm.since);
-    insert.bind(12, alarm.fired);
-    insert.bind(13, alarm.due);
-    insert.bind(14, alarm.round);
+    const AlarmTime& time = alarm.time;
+    const auto& first = time.firstDay;
+    SQLite::bind(insert, alarm.package, alarm.application, alarm.request, time.hour, time.minute,
+        time.second, time.weekSet, first ? static_cast<int>(first->year()) : 0,
+        first ? first->month() : 0, first ? first->day() : 0, alarm.since, alarm.fired, alarm.due,
+        alarm.round);
     SQLite::Transaction transaction(_db);
     insert.exec();
     const int id = _reserved(static_cast<int>(_db.getLastInsertRowid()));
@@ -223,8 +215,7 @@ bool AlarmStore::remove(int id)
 bool AlarmStore::remove(int id, const std::string& package)
 {
     SQLite::Statement erase(_db, "DELETE FROM alarms WHERE id = ? AND package = ?");
-    erase.bind(1, id);
-    erase.bind(2, package);
+    SQLite::bind(erase, id, package);
     return erase.exec() > 0;
 }
 
@@ -232,11 +223,7 @@ void AlarmStore::updateTimes(const Alarm& alarm)
 {
     SQLite::Statement update(
         _db, "UPDATE alarms SET since = ?, fired = ?, due = ?, round = ? WHERE id = ?");
-    update.bind(1, alarm.since);
-    update.bind(2, alarm.fired);
-    update.bind(3, alarm.due);
-    update.bind(4, alarm.round);
-    update.bind(5, alarm.id);
+    SQLite::bind(update, alarm.since, alarm.fired, alarm.due, alarm.round, alarm.id);
     update.exec();
 }
 
@@ -277,8 +264,7 @@ std::vector<Alarm> AlarmStore::due(std::int64_t after, std::int64_t until, const
     std::vector<int> ids;
     SQLite::Statement select(_db,
         "SELECT id, application, package FROM alarms WHERE due > ? AND due <= ? ORDER BY due, id");
-    select.bind(1, after);
-    select.bind(2, until);
+    SQLite::bind(select, after, until);
     while (select.executeStep()) {
         const int id = select.getColumn(0).getInt();
         if (wanted(id, select.getColumn(1).getString(), select.getColumn(2).getString()))
@@ -304,8 +290,7 @@ std::optional<std::int64_t> AlarmStore::earliestDueAfter(std::int64_t instant)
 void AlarmStore::post(const TrayEntry& entry)
 {
     SQLite::Statement insert(_db, "INSERT INTO tray (posted, text) VALUES (?, ?)");
-    insert.bind(1, entry.posted);
-    insert.bind(2, entry.text);
+    SQLite::bind(insert, entry.posted, entry.text);
     insert.exec();
 }
 
