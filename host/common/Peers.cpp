@@ -1,17 +1,15 @@
 #include "host/common/Peers.h"
 
-#include "host/common/Bus.h"
-
 namespace host {
 
 namespace {
 
 template <typename Result, typename... Arguments>
-Result askBus(const char* method, const Arguments&... arguments)
+Result askBus(sdbus::IConnection& connection, const char* method, const Arguments&... arguments)
 {
     const char* const name = "org.freedesktop.DBus";
     Result result{};
-    sdbus::createProxy(bus(), name, "/org/freedesktop/DBus")
+    sdbus::createProxy(connection, name, "/org/freedesktop/DBus")
         ->callMethod(method)
         .onInterface(name)
         .withArguments(arguments...)
@@ -21,10 +19,10 @@ Result askBus(const char* method, const Arguments&... arguments)
 
 // The bus's answer about a name; an empty result when nobody owns the name.
 template <typename Result>
-Result askAbout(const char* method, const std::string& name)
+Result askAbout(sdbus::IConnection& connection, const char* method, const std::string& name)
 {
     try {
-        return askBus<Result>(method, name);
+        return askBus<Result>(connection, method, name);
     } catch (const sdbus::Error& error) {
         if (error.getName() == "org.freedesktop.DBus.Error.NameHasNoOwner")
             return {};
@@ -34,16 +32,20 @@ Result askAbout(const char* method, const std::string& name)
 
 } // namespace
 
-std::string ownerOf(const std::string& name) { return askAbout<std::string>("GetNameOwner", name); }
+std::string ownerOf(const std::string& name, sdbus::IConnection& connection)
+{
+    return askAbout<std::string>(connection, "GetNameOwner", name);
+}
 
 pid_t processOf(const std::string& connection)
 {
-    return static_cast<pid_t>(askAbout<std::uint32_t>("GetConnectionUnixProcessID", connection));
+    return static_cast<pid_t>(
+        askAbout<std::uint32_t>(bus(), "GetConnectionUnixProcessID", connection));
 }
 
 void startService(const std::string& name)
 {
-    (void)askBus<std::uint32_t>("StartServiceByName", name, std::uint32_t{ 0 });
+    (void)askBus<std::uint32_t>(bus(), "StartServiceByName", name, std::uint32_t{ 0 });
 }
 
 } // namespace host

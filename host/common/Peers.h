@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/common/Bus.h"
+
 #include <string>
 #include <sys/types.h>
 
@@ -7,8 +9,9 @@
 /// thread.
 namespace host {
 
-/// The unique name of the connection that owns the bus name; empty when none does.
-std::string ownerOf(const std::string& name);
+/// The unique name of the connection that owns the bus name; empty when none does. Asks on the
+/// connection, whose thread is the caller.
+std::string ownerOf(const std::string& name, sdbus::IConnection& connection = bus());
 
 /// The process that made the connection; 0 when the connection has ended.
 pid_t processOf(const std::string& connection);

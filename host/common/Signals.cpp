@@ -1,7 +1,7 @@
 #include "host/common/Signals.h"
 
 #include "host/common/Boundary.h"
-#include "host/common/Bus.h"
+#include "host/common/Peers.h"
 
 namespace host {
 
@@ -48,16 +48,7 @@ DaemonWatch::DaemonWatch(sdbus::IConnection& connection, OwnerChanged changed)
                 if (changed)
                     changed(_owner);
             }));
-    try {
-        sdbus::createProxy(connection, kBusName, "/org/freedesktop/DBus")
-            ->callMethod("GetNameOwner")
-            .onInterface(kBusName)
-            .withArguments(std::string(kDaemonName))
-            .storeResultsTo(_owner);
-    } catch (const sdbus::Error& error) {
-        if (error.getName() != "org.freedesktop.DBus.Error.NameHasNoOwner")
-            throw;
-    }
+    _owner = ownerOf(kDaemonName, connection);
 }
 
 void DaemonWatch::watch(
