@@ -4,7 +4,6 @@
 #include "host/common/Bus.h"
 
 #include <algorithm>
-#include <exception>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -59,27 +58,21 @@ DaemonLink::DaemonLink()
 {
 }
 
-int DaemonLink::_ask(Request request)
+int DaemonLink::_ask(Request request, Answered answered)
 {
     const auto waiting = std::make_shared<Waiting>();
     waiting->request = std::move(request);
-    std::future<int> result = waiting->result.get_future();
+    waiting->answered = std::packaged_task<int(const Answer&)>(std::move(answered));
+    std::future<int> result = waiting->answered.get_future();
     _post([this, waiting] { _begin(waiting); });
     return result.get();
 }
 
 void DaemonLink::run(const std::function<void()>& task)
 {
-    std::promise<void> done;
-    _post([&] {
-        try {
-            task();
-            done.set_value();
-        } catch (...) {
-            done.set_exception(std::current_exception());
-        }
-    });
-    done.get_future().get();
+    const auto work = std::make_shared<std::packaged_task<void()>>(task);
+    _post([work] { (*work)(); });
+    work->get_future().get();
 }
 
 // Asks hostd first whether it listens. A request that lies with a hanging daemon would be carried
@@ -136,11 +129,7 @@ void DaemonLink::_end(std::shared_ptr<Waiting> waiting, const Answer& answer)
         _isRenewalDue = true;
         _report("hostd cannot be reached: " + answer.text);
     }
-    try {
-        waiting->result.set_value(waiting->request.answered(answer));
-    } catch (...) {
-        waiting->result.set_exception(std::current_exception());
-    }
+    waiting->answered(answer);
 }
 
 void DaemonLink::_endLate()

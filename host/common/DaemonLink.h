@@ -42,9 +42,9 @@ public:
     int ask(
         const char* interface, const char* method, Answered answered, const Arguments&... arguments)
     {
-        return _ask(
-            { interface, method, [=](sdbus::MethodCall& call) { (void)(call << ... << arguments); },
-                std::move(answered) });
+        return _ask({ interface, method,
+                        [=](sdbus::MethodCall& call) { (void)(call << ... << arguments); } },
+            std::move(answered));
     }
 
     /// Runs the task on the link's thread and returns when it has ended. Any thread but the link's.
@@ -62,7 +62,7 @@ public:
         const char* interface, const char* method, Answered answered, const Arguments&... arguments)
     {
         _send({ interface, method,
-                  [=](sdbus::MethodCall& call) { (void)(call << ... << arguments); }, nullptr },
+                  [=](sdbus::MethodCall& call) { (void)(call << ... << arguments); } },
             [answered = std::move(answered)](const Answer& answer) {
                 if (answered)
                     answered(answer);
@@ -85,17 +85,16 @@ private:
         const char* interface;
         const char* method;
         std::function<void(sdbus::MethodCall& call)> write; ///< appends the arguments
-        Answered answered;
     };
     struct Waiting {
         Request request;
-        std::promise<int> result;
+        std::packaged_task<int(const Answer& answer)> answered;
         Clock::time_point begin;
         Clock::time_point end;
     };
 
     DaemonLink();
-    int _ask(Request request);
+    int _ask(Request request, Answered answered);
     void _begin(const std::shared_ptr<Waiting>& waiting);
     void _end(std::shared_ptr<Waiting> waiting, const Answer& answer);
     void _endLate();
@@ -119,7 +118,7 @@ private:
     const std::string _client;
     DaemonWatch _daemon;
     const std::unique_ptr<sdbus::IProxy> _proxy;
-    const Request _ping = { "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr };
+    const Request _ping = { "org.freedesktop.DBus.Peer", "Ping", nullptr };
     std::vector<std::function<void()>> _renewals;
     std::list<std::shared_ptr<Waiting>> _waiting;
     Clock::duration _patience; ///< how long requests may still wait, in total
