@@ -9,6 +9,7 @@
 #include <app_control.h>
 #include <chrono>
 #include <com.velmora.host.Application-adaptor.h>
+#include <com.velmora.host.Applications-proxy.h>
 #include <filesystem>
 #include <glib.h>
 #include <map>
@@ -85,15 +86,8 @@ std::string connectionOf(const std::string& application)
         std::string owner = ownerOf(application);
         if (isOf(owner, application))
             return owner;
-        if (!owner.empty() && processOf(owner) != 0) {
-            std::string connection;
-            sdbus::createProxy(bus(), kDaemonName, kDaemonPath)
-                ->callMethod("Find")
-                .onInterface(kDaemonInterface)
-                .withArguments(application)
-                .storeResultsTo(connection);
-            return connection;
-        }
+        if (!owner.empty() && processOf(owner) != 0)
+            return DaemonProxy<com::velmora::host::Applications_proxy>().Find(application);
     }
     throw sdbus::Error(kNoReply, application + " ends as soon as it is started");
 }
@@ -108,17 +102,13 @@ void tellDaemon(const char* method)
 
 } // namespace
 
-class ApplicationPort::Object final
-    : public sdbus::AdaptorInterfaces<com::velmora::host::Application_adaptor> {
+class ApplicationPort::Object final : public BusObject<com::velmora::host::Application_adaptor> {
 public:
     Object()
-        : AdaptorInterfaces(bus(), kApplicationPath)
+        : BusObject(kApplicationPath)
     {
-        registerAdaptor();
         serveBusOnLoop();
     }
-
-    ~Object() { unregisterAdaptor(); }
 
     // A ticket for the answer. It is random, so that nobody but the receiver of the request can
     // send one.
@@ -163,18 +153,12 @@ private:
             throw sdbus::Error("org.freedesktop.DBus.Error.LimitsExceeded",
                 "A request may have " + std::to_string(kLongestRequest) + " bytes");
         }
-        receiver({ fromWire(request), _sender(), ticket, std::move(once), std::move(handled) });
+        receiver({ fromWire(request), callerName(), ticket, std::move(once), std::move(handled) });
     }
 
     void Reply(const uint64_t& ticket, const int32_t& result, const WireEntries& reply) override
     {
         answer(ticket, result, fromWire(reply));
-    }
-
-    std::string _sender()
-    {
-        const sdbus::Message* message = getObject().getCurrentlyProcessedMessage();
-        return message ? message->getSender() : "";
     }
 
     std::map<std::string, std::unique_ptr<sdbus::IProxy>> _targets;
@@ -285,11 +269,7 @@ void ApplicationPort::_send(const std::string& connection, const Sending& sendin
 void ApplicationPort::_failed(Sending sending, const sdbus::Error& error)
 {
     std::string reason = error.getMessage();
-    const std::string& name = error.getName();
-    const bool hasEnded = name == kApplicationEnded
-        || name == "org.freedesktop.DBus.Error.NameHasNoOwner"
-        || name == "org.freedesktop.DBus.Error.ServiceUnknown";
-    if (hasEnded && sending.tries++ < kMostTries) {
+    if (hasEnded(error) && sending.tries++ < kMostTries) {
         try {
             _send(connectionOf(sending.application), sending);
             return;

@@ -43,6 +43,13 @@ pid_t processOf(const std::string& connection)
         askAbout<std::uint32_t>(bus(), "GetConnectionUnixProcessID", connection));
 }
 
+bool hasEnded(const sdbus::Error& error)
+{
+    const std::string& name = error.getName();
+    return name == kApplicationEnded || name == "org.freedesktop.DBus.Error.NameHasNoOwner"
+        || name == "org.freedesktop.DBus.Error.ServiceUnknown";
+}
+
 void startService(const std::string& name)
 {
     (void)askBus<std::uint32_t>(bus(), "StartServiceByName", name, std::uint32_t{ 0 });

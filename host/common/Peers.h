@@ -16,6 +16,9 @@ std::string ownerOf(const std::string& name, sdbus::IConnection& connection = bu
 /// The process that made the connection; 0 when the connection has ended.
 pid_t processOf(const std::string& connection);
 
+/// Whether a call failed because the application that it was for has ended, or is about to end.
+bool hasEnded(const sdbus::Error& error);
+
 /// Starts the program that serves the bus name, unless it runs; returns when it owns the name.
 void startService(const std::string& name);
 

@@ -1,10 +1,10 @@
 #include "host/daemon/AlarmService.h"
 
 #include "host/common/Boundary.h"
+#include "host/common/Peers.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 #include "host/daemon/Answering.h"
-#include "host/daemon/ClientWatch.h"
 
 #include <ctime>
 #include <Ecore.h>
@@ -54,14 +54,6 @@ std::string unknownAlarm(int id)
     return "The caller's package has registered no alarm " + std::to_string(id);
 }
 
-// Whether the launch failed because the application ended after it had been found.
-bool hasEnded(const sdbus::Error& error)
-{
-    const std::string& name = error.getName();
-    return name == kApplicationEnded || name == "org.freedesktop.DBus.Error.NameHasNoOwner"
-        || name == "org.freedesktop.DBus.Error.ServiceUnknown";
-}
-
 // The mark lies in the settings, which are another file than the alarms. If the settings fail, ids
 // start from the clock.
 IdMark idMark()
@@ -84,9 +76,10 @@ IdMark idMark()
 
 // Ends hostd when the file of alarms is damaged: the next hostd moves the file aside and reports
 // it.
-void endIfDamaged(const SQLite::Exception& error)
+void endIfDamaged(const std::exception& error)
 {
-    if (isDamage(error))
+    const auto* failure = dynamic_cast<const SQLite::Exception*>(&error);
+    if (failure && isDamage(*failure))
         ecore_main_loop_quit();
 }
 
@@ -113,17 +106,13 @@ auto answeringAboutAlarms(Call call)
 } // namespace
 
 AlarmService::AlarmService(Applications& applications)
-    : AdaptorInterfaces(bus(), kDaemonPath)
-    , _applications(applications)
+    : _applications(applications)
     , _schedule(
           homePath() + "alarms.db", Clock{ now, [] { return secondsOf(CLOCK_BOOTTIME); } },
           currentZone(), [this](const Launch& launch) { _launch(launch, 1); }, idMark())
     , _clock([this] { _update(); }, [this] { _clockChanged(); })
 {
-    registerAdaptor();
 }
-
-AlarmService::~AlarmService() { unregisterAdaptor(); }
 
 void AlarmService::start()
 {
@@ -131,10 +120,7 @@ void AlarmService::start()
     _update();
 }
 
-std::string AlarmService::_callersPackage()
-{
-    return _applications.who(callerOf(getObject())).package;
-}
+std::string AlarmService::_callersPackage() { return _applications.who(callerName()).package; }
 
 int32_t AlarmService::Schedule(
     const WireEntries& request, const Triple& date, const Triple& time, const int32_t& weekFlag)
@@ -271,12 +257,9 @@ void AlarmService::_update()
     std::optional<std::int64_t> next;
     try {
         next = _schedule.launchDue();
-    } catch (const SQLite::Exception& error) {
-        logError(std::string("The alarms cannot be read for now: ") + error.what());
-        endIfDamaged(error);
-        next = now() + kTryAgainSeconds;
     } catch (const std::exception& error) {
         logError(std::string("The alarms cannot be read for now: ") + error.what());
+        endIfDamaged(error);
         next = now() + kTryAgainSeconds;
     }
     _clock.wakeAt(next);

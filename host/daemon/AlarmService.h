@@ -15,12 +15,11 @@ namespace host {
 
 /// Offers the schedule on the bus, and runs it by the device's clock; see
 /// com.velmora.host.Alarm.xml.
-class AlarmService final : public sdbus::AdaptorInterfaces<com::velmora::host::Alarm_adaptor> {
+class AlarmService final : public BusObject<com::velmora::host::Alarm_adaptor> {
 public:
     /// Exports the interface. applications must outlive the service. Throws std::exception when the
     /// registrations cannot be opened.
     explicit AlarmService(Applications& applications);
-    ~AlarmService();
 
     /// Starts launching alarms. Only the daemon that owns the bus name may do that.
     void start();

@@ -1,19 +1,13 @@
 #include "host/daemon/ApplicationsService.h"
 
-#include "host/common/Bus.h"
 #include "host/daemon/Answering.h"
-#include "host/daemon/ClientWatch.h"
 
 namespace host {
 
 ApplicationsService::ApplicationsService(Applications& applications)
-    : AdaptorInterfaces(bus(), kDaemonPath)
-    , _applications(applications)
+    : _applications(applications)
 {
-    registerAdaptor();
 }
-
-ApplicationsService::~ApplicationsService() { unregisterAdaptor(); }
 
 std::tuple<std::string, std::string> ApplicationsService::Identify(const std::string& connection)
 {
@@ -41,12 +35,12 @@ void ApplicationsService::Find(sdbus::Result<std::string>&& found, std::string a
 
 void ApplicationsService::Ready()
 {
-    answering([this] { _applications.ready(callerOf(getObject())); });
+    answering([this] { _applications.ready(callerName()); });
 }
 
 void ApplicationsService::Ending()
 {
-    answering([this] { _applications.ending(callerOf(getObject())); });
+    answering([this] { _applications.ending(callerName()); });
 }
 
 } // namespace host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/common/Wire.h"
 #include "host/daemon/Applications.h"
 
 #include <com.velmora.host.Applications-adaptor.h>
@@ -7,12 +8,10 @@
 namespace host {
 
 /// Answers on the bus who is who; see com.velmora.host.Applications.xml.
-class ApplicationsService final
-    : public sdbus::AdaptorInterfaces<com::velmora::host::Applications_adaptor> {
+class ApplicationsService final : public BusObject<com::velmora::host::Applications_adaptor> {
 public:
     /// applications must outlive the service.
     explicit ApplicationsService(Applications& applications);
-    ~ApplicationsService();
 
 private:
     std::tuple<std::string, std::string> Identify(const std::string& connection) override;

@@ -15,10 +15,4 @@ sdbus::Slot watchClients(std::function<void(const std::string& client)> gone)
         });
 }
 
-std::string callerOf(const sdbus::IObject& object)
-{
-    const sdbus::Message* message = object.getCurrentlyProcessedMessage();
-    return message ? message->getSender() : "";
-}
-
 } // namespace host

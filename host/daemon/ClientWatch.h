@@ -11,7 +11,4 @@ namespace host {
 /// until the result is dropped.
 [[nodiscard]] sdbus::Slot watchClients(std::function<void(const std::string& client)> gone);
 
-/// The unique name of the connection whose call the object is serving.
-std::string callerOf(const sdbus::IObject& object);
-
 } // namespace host

@@ -39,18 +39,14 @@ void checkAnswer(FocusAnswer answer)
 } // namespace
 
 FocusService::FocusService(Applications& applications)
-    : AdaptorInterfaces(bus(), kDaemonPath)
-    , _applications(applications)
+    : _applications(applications)
     , _clients(watchClients([this](const std::string& client) {
         std::vector<FocusChange> changes;
         _arbiter.forgetClient(client, changes);
         _announce(changes);
     }))
 {
-    registerAdaptor();
 }
-
-FocusService::~FocusService() { unregisterAdaptor(); }
 
 std::uint64_t FocusService::Acquire(const std::uint32_t& stream, const std::int32_t& reason,
     const std::int32_t& mask, const std::int32_t& behavior, const std::string& info)
@@ -80,7 +76,7 @@ void FocusService::Renew(const std::vector<WireClaim>& claims)
     }
     answering([&] { _checkCount(std::move(streams)); });
     std::vector<FocusChange> changes;
-    _arbiter.renew(callerOf(getObject()), renewed, changes);
+    _arbiter.renew(callerName(), renewed, changes);
     _announce(changes);
     if (!_settling)
         _settling = std::make_unique<Timer>(kSettleSeconds, [this] { _settle(); });
@@ -112,14 +108,14 @@ void FocusService::Forget(const std::uint32_t& stream)
 
 FocusStream FocusService::_callersStream(std::uint32_t number) const
 {
-    return { callerOf(getObject()), number };
+    return { callerName(), number };
 }
 
 // Limits the streams of a program, since each one slows down every change of the focus, for
 // everybody.
 void FocusService::_checkCount(std::set<FocusStream> wanted)
 {
-    const std::string program = _applications.programBehind(callerOf(getObject()));
+    const std::string program = _applications.programBehind(callerName());
     for (const FocusStream& stream : _arbiter.streams()) {
         if (_applications.programBehind(stream.client) == program)
             wanted.insert(stream);

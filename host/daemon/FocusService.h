@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/common/Timer.h"
+#include "host/common/Wire.h"
 #include "host/daemon/Applications.h"
 #include "host/daemon/ClientWatch.h"
 #include "host/daemon/FocusArbiter.h"
@@ -14,11 +15,10 @@
 namespace host {
 
 /// Offers the arbiter of sound focus on the bus; see com.velmora.host.Focus.xml.
-class FocusService : public sdbus::AdaptorInterfaces<com::velmora::host::Focus_adaptor> {
+class FocusService : public BusObject<com::velmora::host::Focus_adaptor> {
 public:
     /// applications must outlive the service.
     explicit FocusService(Applications& applications);
-    ~FocusService();
 
 private:
     using WireClaim = sdbus::Struct<std::uint32_t, std::int32_t, std::int32_t, std::uint64_t, bool>;

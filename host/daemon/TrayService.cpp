@@ -5,13 +5,9 @@
 namespace host {
 
 TrayService::TrayService(AlarmSchedule& schedule)
-    : AdaptorInterfaces(bus(), kDaemonPath)
-    , _schedule(schedule)
+    : _schedule(schedule)
 {
-    registerAdaptor();
 }
-
-TrayService::~TrayService() { unregisterAdaptor(); }
 
 std::vector<sdbus::Struct<int64_t, std::string>> TrayService::List()
 {

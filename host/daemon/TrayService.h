@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/common/Bus.h"
+#include "host/common/Wire.h"
 #include "host/daemon/AlarmSchedule.h"
 
 #include <com.velmora.host.Tray-adaptor.h>
@@ -10,11 +10,10 @@
 namespace host {
 
 /// Offers the notification tray on the bus; see com.velmora.host.Tray.xml.
-class TrayService final : public sdbus::AdaptorInterfaces<com::velmora::host::Tray_adaptor> {
+class TrayService final : public BusObject<com::velmora::host::Tray_adaptor> {
 public:
     /// Shows the reports of schedule, which must outlive the service.
     explicit TrayService(AlarmSchedule& schedule);
-    ~TrayService();
 
 private:
     std::vector<sdbus::Struct<int64_t, std::string>> List() override;

@@ -47,22 +47,18 @@ std::int64_t nowMilliseconds()
 } // namespace
 
 VibrationService::VibrationService()
-    : AdaptorInterfaces(bus(), kDaemonPath)
-    , _clients(watchClients([this](const std::string& client) {
+    : _clients(watchClients([this](const std::string& client) {
         if (client == _client)
             _stop();
     }))
 {
-    registerAdaptor();
 }
-
-VibrationService::~VibrationService() { unregisterAdaptor(); }
 
 void VibrationService::Play(const std::int32_t& pattern) { _begin(pattern, monotonicNow()); }
 
 void VibrationService::Renew(const std::int32_t& pattern, const std::uint64_t& since)
 {
-    const bool runsAlready = pattern == _pattern && callerOf(getObject()) == _client;
+    const bool runsAlready = pattern == _pattern && callerName() == _client;
     if (!runsAlready && (_pattern == 0 || _since < since))
         _begin(pattern, since);
 }
@@ -76,7 +72,7 @@ void VibrationService::_begin(int pattern, std::uint64_t since)
     _stop();
     _pattern = pattern;
     _since = since;
-    _client = callerOf(getObject());
+    _client = callerName();
     _at = 0;
     if (_history.size() == kHistoryLength)
         _history.pop_front();
@@ -88,7 +84,7 @@ void VibrationService::_begin(int pattern, std::uint64_t since)
 
 void VibrationService::Stop()
 {
-    if (callerOf(getObject()) == _client)
+    if (callerName() == _client)
         _stop();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/common/Timer.h"
+#include "host/common/Wire.h"
 #include "host/daemon/ClientWatch.h"
 #include "host/daemon/DesktopVibrator.h"
 
@@ -13,10 +14,9 @@
 namespace host {
 
 /// Offers the vibrator on the bus; see com.velmora.host.Vibration.xml.
-class VibrationService : public sdbus::AdaptorInterfaces<com::velmora::host::Vibration_adaptor> {
+class VibrationService : public BusObject<com::velmora::host::Vibration_adaptor> {
 public:
     VibrationService();
-    ~VibrationService();
 
 private:
     using WireEntry = sdbus::Struct<std::int32_t, std::int64_t, std::int64_t>;

@@ -31,13 +31,9 @@ Mixer::Levels storedLevels()
 } // namespace
 
 VolumeService::VolumeService()
-    : AdaptorInterfaces(bus(), kDaemonPath)
-    , _mixer(storedLevels())
+    : _mixer(storedLevels())
 {
-    registerAdaptor();
 }
-
-VolumeService::~VolumeService() { unregisterAdaptor(); }
 
 std::int32_t VolumeService::Get(const std::int32_t& type)
 {

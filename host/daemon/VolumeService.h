@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/common/Bus.h"
+#include "host/common/Wire.h"
 #include "host/daemon/Mixer.h"
 
 #include <com.velmora.host.Volume-adaptor.h>
@@ -9,10 +9,9 @@ namespace host {
 
 /// Offers the volume levels on the bus and keeps them in the settings; see
 /// com.velmora.host.Volume.xml.
-class VolumeService : public sdbus::AdaptorInterfaces<com::velmora::host::Volume_adaptor> {
+class VolumeService : public BusObject<com::velmora::host::Volume_adaptor> {
 public:
     VolumeService();
-    ~VolumeService();
 
 private:
     std::int32_t Get(const std::int32_t& type) override;
