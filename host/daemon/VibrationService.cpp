@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <feedback.h>
+#include <map>
 
 namespace host {
 
@@ -11,12 +12,8 @@ namespace {
 
 const size_t kHistoryLength = 100;
 
-struct Pattern {
-    int id;
-    std::vector<int> steps; ///< milliseconds on, off, on, ...; an even number
-};
-
-const Pattern kPatterns[] = {
+// The steps of each pattern: milliseconds on, off, on, ...; an even number.
+const std::map<int, std::vector<int>> kPatterns = {
     { FEEDBACK_PATTERN_ALARM_VIB1_SHORT, { 400, 600 } },
     { FEEDBACK_PATTERN_ALARM_VIB1_LONG, { 1000, 1000 } },
     { FEEDBACK_PATTERN_ALARM_VIB2_SHORT, { 200, 200, 200, 600 } },
@@ -28,15 +25,6 @@ const Pattern kPatterns[] = {
     { FEEDBACK_PATTERN_ALARM_VIB5_SHORT, { 100, 100, 100, 100, 100, 100, 100, 600 } },
     { FEEDBACK_PATTERN_ALARM_VIB5_LONG, { 250, 150, 250, 150, 250, 150, 250, 900 } },
 };
-
-const Pattern* findPattern(int id)
-{
-    for (const Pattern& pattern : kPatterns) {
-        if (pattern.id == id)
-            return &pattern;
-    }
-    return nullptr;
-}
 
 std::int64_t nowMilliseconds()
 {
@@ -65,7 +53,7 @@ void VibrationService::Renew(const std::int32_t& pattern, const std::uint64_t& s
 
 void VibrationService::_begin(int pattern, std::uint64_t since)
 {
-    if (!findPattern(pattern)) {
+    if (kPatterns.count(pattern) == 0) {
         throw sdbus::Error("org.freedesktop.DBus.Error.InvalidArgs",
             "There is no vibration pattern " + std::to_string(pattern));
     }
@@ -95,7 +83,7 @@ std::vector<VibrationService::WireEntry> VibrationService::History()
 
 void VibrationService::_step()
 {
-    const std::vector<int>& steps = findPattern(_pattern)->steps;
+    const std::vector<int>& steps = kPatterns.at(_pattern);
     const int milliseconds = steps[_at];
     if (_at % 2 == 0)
         emitBuzzed(_pattern, milliseconds);
