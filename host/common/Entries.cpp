@@ -2,6 +2,7 @@
 
 #include "host/common/Boundary.h"
 
+#include <algorithm>
 #include <glib.h>
 #include <set>
 
@@ -56,6 +57,20 @@ const std::string* findEntry(const Entries& entries, std::string_view key)
             return &value;
     }
     return nullptr;
+}
+
+void setEntry(Entries& entries, std::string_view key, const char* value)
+{
+    const auto entry = std::find_if(
+        entries.begin(), entries.end(), [key](const auto& each) { return each.first == key; });
+    if (entry == entries.end()) {
+        if (value)
+            entries.emplace_back(key, value);
+    } else if (value) {
+        entry->second = value;
+    } else {
+        entries.erase(entry);
+    }
 }
 
 size_t sizeOf(const Entries& entries)

@@ -16,6 +16,10 @@ using Entries = std::deque<std::pair<std::string, std::string>>;
 /// The value under key, or null. Valid until an entry is removed.
 const std::string* findEntry(const Entries& entries, std::string_view key);
 
+/// Sets the value under key: an entry that exists keeps its place, a new one goes to the end. A
+/// null value removes the entry.
+void setEntry(Entries& entries, std::string_view key, const char* value);
+
 /// The length of all keys and values, in bytes.
 size_t sizeOf(const Entries& entries);
 

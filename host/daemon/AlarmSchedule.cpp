@@ -65,15 +65,7 @@ std::string onceText(const Alarm& alarm)
 
 Launch launchFor(const Alarm& alarm, Entries request)
 {
-    const std::string id = std::to_string(alarm.id);
-    const auto old = std::find_if(request.begin(), request.end(),
-        [](const auto& entry) { return entry.first == APP_CONTROL_DATA_ALARM_ID; });
-    if (old != request.end()) {
-        old->second = id;
-    } else {
-        request.emplace_back(APP_CONTROL_DATA_ALARM_ID, id);
-    }
-
+    setEntry(request, APP_CONTROL_DATA_ALARM_ID, std::to_string(alarm.id).c_str());
     return { alarm.id, alarm.application, std::move(request), onceText(alarm) };
 }
 

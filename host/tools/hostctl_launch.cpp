@@ -1,7 +1,6 @@
 #include "host/common/Wire.h"
 #include "host/tools/hostctl.h"
 
-#include <algorithm>
 #include <app_control.h>
 #include <com.velmora.host.Applications-proxy.h>
 
@@ -20,13 +19,7 @@ void addExtra(host::Entries& extras, const std::string& text)
     const std::string key = text.substr(0, at);
     if (key.compare(0, 2, "__") == 0)
         throw UsageError("\"" + key + "\" is the platform's own; an extra must not begin with __");
-    const auto old = std::find_if(
-        extras.begin(), extras.end(), [&](const auto& entry) { return entry.first == key; });
-    if (old != extras.end()) {
-        old->second = text.substr(at + 1);
-    } else {
-        extras.emplace_back(key, text.substr(at + 1));
-    }
+    host::setEntry(extras, key, text.c_str() + at + 1);
 }
 
 // Calls Launch, which is answered when the application's callback has returned.

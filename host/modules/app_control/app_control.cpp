@@ -5,7 +5,6 @@
 #include "host/common/Handles.h"
 #include "host/common/Wire.h"
 
-#include <algorithm>
 #include <app_control_internal.h>
 #include <com.velmora.host.Applications-proxy.h>
 #include <cstring>
@@ -18,30 +17,14 @@ namespace {
 
 using ApplicationsProxy = host::DaemonProxy<com::velmora::host::Applications_proxy>;
 
-Entries::iterator entryOf(Entries& entries, const std::string& key)
-{
-    return std::find_if(
-        entries.begin(), entries.end(), [&key](const auto& entry) { return entry.first == key; });
-}
-
 const host::OutOfMemoryOr kUnexpected{ APP_CONTROL_ERROR_IO_ERROR };
 
-// Sets an entry, which keeps its place if it exists; a null value removes it.
 int setEntry(app_control_h app_control, const char* key, const char* value)
 {
     if (!app_control)
         return APP_CONTROL_ERROR_INVALID_PARAMETER;
     return host::guarded("a launch request failed", kUnexpected, [=] {
-        Entries& entries = app_control->data.entries;
-        const auto entry = entryOf(entries, key);
-        if (entry == entries.end()) {
-            if (value)
-                entries.emplace_back(key, value);
-        } else if (value) {
-            entry->second = value;
-        } else {
-            entries.erase(entry);
-        }
+        host::setEntry(app_control->data.entries, key, value);
         return APP_CONTROL_ERROR_NONE;
     });
 }
