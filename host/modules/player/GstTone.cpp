@@ -15,15 +15,6 @@ const gint64 kLatencyMicroseconds = 10000;
 const std::chrono::seconds kLongestWait(3);
 const int kPlayAudio = 1 << 1; ///< playbin's flag for sound, without video and subtitles
 
-void begin()
-{
-    static const bool begun = [] {
-        gst_init(nullptr, nullptr);
-        return true;
-    }();
-    (void)begun;
-}
-
 int errorCode(const GError& error)
 {
     if (error.domain == GST_STREAM_ERROR)
@@ -52,7 +43,7 @@ int errorCode(const GError& error)
 GstTone::GstTone(const std::string& uri, const std::string& role, Events events)
     : _events(std::move(events))
 {
-    begin();
+    gst_init(nullptr, nullptr);
     GstElement* player = gst_element_factory_make("playbin", nullptr);
     if (!player)
         throw std::runtime_error("GStreamer has no playbin");
@@ -266,7 +257,7 @@ void GstTone::_handleError(GstMessage* message)
 
 extern "C" void loadTones()
 {
-    begin();
+    gst_init(nullptr, nullptr);
     for (const char* name : { "playbin", "pulsesink", "filesrc", "typefind", "oggdemux",
              "vorbisdec", "volume", "audioconvert", "audioresample" }) {
         GstElementFactory* factory = gst_element_factory_find(name);

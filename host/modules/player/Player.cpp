@@ -5,34 +5,9 @@
 #include "host/common/Session.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstring>
+#include <glib.h>
 
 namespace {
-
-bool isUri(const std::string& text)
-{
-    const size_t colon = text.find(':');
-    return colon != std::string::npos && colon > 0 && std::isalpha(text[0])
-        && text.find_first_not_of(
-               "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789+-.")
-        == colon;
-}
-
-std::string fileUri(const std::string& path)
-{
-    const char* const digits = "0123456789ABCDEF";
-    std::string uri = "file://";
-    for (const char character : path) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (isalnum(byte) || strchr("/-._~", character)) {
-            uri += character;
-        } else {
-            uri += { '%', digits[byte >> 4], digits[byte & 15] };
-        }
-    }
-    return uri;
-}
 
 std::unique_ptr<Tone> makeTone(
     const std::string& uri, const std::string& role, const Tone::Events& events)
@@ -44,9 +19,10 @@ std::unique_ptr<Tone> makeTone(
 // The URI of a text that is an absolute path or a URI; empty for any other text.
 std::string uriOf(const std::string& text)
 {
-    if (isUri(text))
+    if (g_uri_peek_scheme(text.c_str()))
         return text;
-    return !text.empty() && text.front() == '/' ? fileUri(host::deviceFile(text)) : "";
+    const host::CText uri(g_filename_to_uri(host::deviceFile(text).c_str(), nullptr, nullptr));
+    return uri ? uri.get() : "";
 }
 
 } // namespace
@@ -188,25 +164,25 @@ int Player::seek(
 
 int Player::start()
 {
-    const std::lock_guard<std::mutex> call(_callMutex);
-    const auto tone = _toneIn({ PLAYER_STATE_READY, PLAYER_STATE_PAUSED });
-    if (!tone)
-        return PLAYER_ERROR_INVALID_STATE;
-    if (!tone->play())
-        return PLAYER_ERROR_INVALID_OPERATION;
-    _enter(PLAYER_STATE_PLAYING);
-    return PLAYER_ERROR_NONE;
+    return _run(
+        { PLAYER_STATE_READY, PLAYER_STATE_PAUSED }, &ToneThread::play, PLAYER_STATE_PLAYING);
 }
 
 int Player::pause()
 {
+    return _run({ PLAYER_STATE_PLAYING }, &ToneThread::pause, PLAYER_STATE_PAUSED);
+}
+
+int Player::_run(std::initializer_list<player_state_e> allowed, bool (ToneThread::*action)(),
+    player_state_e result)
+{
     const std::lock_guard<std::mutex> call(_callMutex);
-    const auto tone = _toneIn({ PLAYER_STATE_PLAYING });
+    const auto tone = _toneIn(allowed);
     if (!tone)
         return PLAYER_ERROR_INVALID_STATE;
-    if (!tone->pause())
+    if (!(*tone.*action)())
         return PLAYER_ERROR_INVALID_OPERATION;
-    _enter(PLAYER_STATE_PAUSED);
+    _enter(result);
     return PLAYER_ERROR_NONE;
 }
 

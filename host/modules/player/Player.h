@@ -44,6 +44,8 @@ private:
     void _ended(std::uint32_t pass);
     void _failed(unsigned tone, int error);
 
+    int _run(std::initializer_list<player_state_e> allowed, bool (ToneThread::*action)(),
+        player_state_e result);
     std::shared_ptr<ToneThread> _toneIn(std::initializer_list<player_state_e> states);
     void _enter(player_state_e state);
 
