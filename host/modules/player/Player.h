@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CallbackThread.h"
+#include "host/common/CallbackThread.h"
 #include "ToneThread.h"
 
 #include <cstdint>
@@ -64,5 +64,5 @@ private:
     std::shared_ptr<ToneThread> _tone; ///< being opened, or open
     unsigned _tones = 0; ///< number of the latest tone, to ignore reports of earlier ones
 
-    CallbackThread _thread; ///< last member, because its tasks use the others
+    host::CallbackThread _thread; ///< last member, because its tasks use the others
 };

@@ -62,7 +62,6 @@ FocusStreams& FocusStreams::instance()
 
 FocusStreams::FocusStreams(DaemonLink& link)
     : _link(link)
-    , _thread([this] { _serve(); })
 {
     _link.run([this] {
         _link.watch(kInterface, "Changed", [this](sdbus::Message& signal) { _changed(signal); });
@@ -90,7 +89,7 @@ void FocusStreams::remove(FocusStream* stream)
     {
         std::unique_lock<std::mutex> lock(_mutex);
         stream->isRemoved = true;
-        if (std::this_thread::get_id() != _thread.get_id())
+        if (!_callbacks.isCurrent())
             _idle.wait(lock, [=] { return _running != number; });
     }
     _link.ask(
@@ -148,16 +147,10 @@ void FocusStreams::_changed(sdbus::Message& signal)
 {
     std::string client;
     News news;
-    std::int32_t mask = 0;
-    std::int32_t reason = 0;
-    std::int32_t behavior = 0;
     signal >> client;
     if (client != _link.client())
         return;
-    signal >> news.number >> mask >> news.isHeld >> reason >> behavior >> news.info;
-    news.mask = mask;
-    news.reason = reason;
-    news.behavior = behavior;
+    signal >> news.number >> news.mask >> news.isHeld >> news.reason >> news.behavior >> news.info;
 
     const std::lock_guard<std::mutex> lock(_mutex);
     const auto found = _streams.find(news.number);
@@ -165,11 +158,10 @@ void FocusStreams::_changed(sdbus::Message& signal)
         return;
     for (size_t at = 0; at < found->second->parts.size(); ++at) {
         FocusStream::Part& part = found->second->parts[at];
-        if ((mask & bitOf(at)) != 0 && part.since != 0)
+        if ((news.mask & bitOf(at)) != 0 && part.since != 0)
             part.isHeld = news.isHeld;
     }
-    _news.push_back(std::move(news));
-    _more.notify_one();
+    _callbacks.post([this, news] { _tell(news); });
 }
 
 void FocusStreams::_renew()
@@ -188,20 +180,6 @@ void FocusStreams::_renew()
         }
     }
     _link.tell(kInterface, "Renew", nullptr, claims);
-}
-
-void FocusStreams::_serve()
-{
-    while (true) {
-        News news;
-        {
-            std::unique_lock<std::mutex> lock(_mutex);
-            _more.wait(lock, [this] { return !_news.empty(); });
-            news = std::move(_news.front());
-            _news.pop_front();
-        }
-        _tell(news);
-    }
 }
 
 void FocusStreams::_tell(const News& news)

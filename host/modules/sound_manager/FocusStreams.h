@@ -1,17 +1,16 @@
 #pragma once
 
+#include "host/common/CallbackThread.h"
 #include "host/common/DaemonLink.h"
 #include "host/common/SoundStream.h"
 
 #include <array>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 
 /// A stream of this process. hostd knows it by its number.
 struct FocusStream : sound_stream_info_s {
@@ -56,10 +55,10 @@ public:
 private:
     struct News {
         std::uint32_t number = 0;
-        int mask = 0;
+        std::int32_t mask = 0;
         bool isHeld = false;
-        int reason = 0;
-        int behavior = 0;
+        std::int32_t reason = 0;
+        std::int32_t behavior = 0;
         std::string info;
     };
 
@@ -67,7 +66,6 @@ private:
 
     void _changed(sdbus::Message& signal);
     void _renew();
-    void _serve();
     void _tell(const News& news);
 
     host::DaemonLink& _link;
@@ -76,9 +74,7 @@ private:
     std::map<std::uint32_t, std::unique_ptr<FocusStream>> _streams;
     std::uint32_t _lastNumber = 0;
     std::uint32_t _running = 0; ///< number of the stream whose callback runs, else 0
-    std::deque<News> _news;
-    std::condition_variable _more;
     std::condition_variable _idle;
 
-    std::thread _thread;
+    host::CallbackThread _callbacks; ///< calls the streams' callbacks
 };

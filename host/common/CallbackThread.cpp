@@ -1,4 +1,6 @@
-#include "CallbackThread.h"
+#include "host/common/CallbackThread.h"
+
+namespace host {
 
 CallbackThread::CallbackThread()
     : _thread([this] { _run(); })
@@ -43,3 +45,5 @@ void CallbackThread::_run()
         lock.lock();
     }
 }
+
+} // namespace host

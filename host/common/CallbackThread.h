@@ -6,6 +6,8 @@
 #include <mutex>
 #include <thread>
 
+namespace host {
+
 /// A thread that runs tasks one after the other.
 class CallbackThread {
 public:
@@ -18,6 +20,9 @@ public:
     /// Drops tasks that have not begun, and returns when the running one has ended.
     void end();
 
+    /// Whether the caller runs on this thread.
+    bool isCurrent() const { return std::this_thread::get_id() == _thread.get_id(); }
+
 private:
     void _run();
 
@@ -27,3 +32,5 @@ private:
     bool _isEnding = false;
     std::thread _thread;
 };
+
+} // namespace host
