@@ -56,10 +56,10 @@ enum class Saved {
 /// One line for the user about a save that was not done.
 const char* textOf(Saved result);
 
-/// Makes an alarm into what it is to be, given the time. Answers whether that sets when it rings,
-/// or switches it: then the alarm's instant must be later than now, and it is registered anew, or
-/// not at all when it is off. May be called again, with the alarm as it was and a later time. Must
-/// not save.
+/// Makes an alarm into what it is to be, given the time. Answers whether it is to be registered
+/// anew; it is so anyway when the edit has changed when it rings, or has switched it. Then its
+/// instant must be later than now, unless it is off. May be called again, with the alarm as it was
+/// and a later time. Must not save.
 using Edit = std::function<bool(AlarmDbData& alarm, time_t now)>;
 
 // A record that is passed is the stored one when the answer is Yes, and else what it was.

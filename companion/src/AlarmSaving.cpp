@@ -32,6 +32,13 @@ auto fieldsOf(const AlarmDbData& alarm)
         alarm.contextMgrId);
 }
 
+// When an alarm rings, if it does.
+auto ringOf(const AlarmDbData& alarm)
+{
+    return std::tie(alarm.enable, alarm.stime, alarm.count, alarm.hour, alarm.min,
+        alarm.repeat_once, alarm.repeatWeekly);
+}
+
 // The time of a change that is made now. It is later than the time of what it changes, whatever the
 // clock says, since the phone and the watch keep the later of two changes.
 unsigned long long changeTime(const AlarmDbData& before)
@@ -202,7 +209,7 @@ bool AlarmSaving::make(const AlarmDbData& before, const Edit& edit, AlarmDbData&
     const AlarmDbData original = before;
     for (int i = 0; i < tries; ++i) {
         after = original;
-        if (!edit(after, currentTime()))
+        if (!edit(after, currentTime()) && ringOf(after) == ringOf(original))
             return true;
         after.alarm_mgr_id = -1;
         if (!after.enable || !isRegisteredNow(after))

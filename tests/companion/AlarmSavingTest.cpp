@@ -97,6 +97,34 @@ TEST_F(AlarmSavingTest, ChangeThatLeavesTheTimeKeepsTheRegistration)
     EXPECT_THAT(alarmDouble().cancelled, IsEmpty());
 }
 
+// An edit may forget to say that it has changed when the alarm rings.
+TEST_F(AlarmSavingTest, AlarmThatRingsAtAnotherTimeIsRegisteredAnewWhateverTheEditAnswers)
+{
+    const std::pair<const char*, std::function<void(AlarmDbData&)>> rows[] = {
+        { "instant", [](AlarmDbData& alarm) { alarm.stime += 60; } },
+        { "snooze", [](AlarmDbData& alarm) { ++alarm.count; } },
+        { "hour", [](AlarmDbData& alarm) { ++alarm.hour; } },
+        { "minute", [](AlarmDbData& alarm) { ++alarm.min; } },
+        { "weekly", [](AlarmDbData& alarm) { alarm.repeat_once = 0; } },
+        { "day", [](AlarmDbData& alarm) { alarm.repeatWeekly = 127; } },
+        { "switch", [](AlarmDbData& alarm) { alarm.enable = 0; } },
+    };
+    for (const auto& row : rows) {
+        const AlarmDbData before = added(ringAt(7, 30));
+        AlarmDbData after;
+        EXPECT_EQ(Saved::Yes,
+            companion::changeAlarm(
+                before.id,
+                [&row](AlarmDbData& alarm, time_t) {
+                    row.second(alarm);
+                    return false;
+                },
+                after));
+        EXPECT_NE(before.alarm_mgr_id, after.alarm_mgr_id) << row.first;
+        EXPECT_EQ(0U, registered().count(before.alarm_mgr_id)) << row.first;
+    }
+}
+
 TEST_F(AlarmSavingTest, AlarmThatIsOffIsNotRegistered)
 {
     const AlarmDbData before = added(ringAt(7, 30));

@@ -150,23 +150,6 @@ TEST_F(StoreCrashTest, KilledWriterLeavesWhatItSaved)
     EXPECT_GT(savedByKilled, 0U);
 }
 
-TEST_F(StoreCrashTest, FileThatWasLeftUnfinishedIsMadeAnew)
-{
-    const TempDir home;
-    ASSERT_EQ(1U, saveOne(home.path()).size());
-    for (const char* left :
-        { "DROP TABLE alarm; DROP TABLE tone", "DELETE FROM alarm; DROP TABLE tone" }) {
-        SCOPED_TRACE(left);
-        Store(storeIn(home.path())).exec(left);
-
-        const std::vector<Row> saved = saveOne(home.path());
-
-        Store store(storeIn(home.path()));
-        EXPECT_EQ(saved, store.rows());
-        expectSound(store);
-    }
-}
-
 TEST_F(StoreCrashTest, FullDiskRefusesASaveAndKeepsWhatThereIs)
 {
     if (runCommand({ "unshare", "-rm", "true" }).status != 0)

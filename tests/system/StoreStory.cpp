@@ -65,12 +65,6 @@ Store::Store(const std::string& path)
     sqlite3_busy_timeout(_store, 5000);
 }
 
-void Store::exec(const char* sql)
-{
-    EXPECT_EQ(SQLITE_OK, sqlite3_exec(_store, sql, nullptr, nullptr, nullptr))
-        << sql << ": " << sqlite3_errmsg(_store);
-}
-
 std::string Store::text(const char* sql)
 {
     std::string value;

@@ -31,7 +31,6 @@ public:
     Store& operator=(const Store&) = delete;
     ~Store() { sqlite3_close(_store); }
 
-    void exec(const char* sql);
     /// The first column of the first row.
     std::string text(const char* sql);
     std::vector<Row> rows(); ///< by id
