@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cwchar>
+#include <glib.h>
 
 namespace {
 
@@ -20,21 +21,12 @@ Character characterAt(const std::string& text, size_t at)
     const auto lead = static_cast<unsigned char>(text[at]);
     if (lead < 0x80)
         return { lead, 1, true };
-    const size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || text.size() - at < size)
+    const char* const bytes = text.data() + at;
+    const gunichar code = g_utf8_get_char_validated(bytes, static_cast<gssize>(text.size() - at));
+    // Above all characters lie the codes by which GLib says that the bytes are none.
+    if (code > 0x10FFFF)
         return {};
-    char32_t code = lead & (0xFFU >> (size + 1));
-    for (size_t i = 1; i < size; ++i) {
-        const auto byte = static_cast<unsigned char>(text[at + i]);
-        if ((byte & 0xC0U) != 0x80)
-            return {};
-        code = code << 6 | (byte & 0x3FU);
-    }
-    const bool isOverlong = (size == 3 && code < 0x800) || (size == 4 && code < 0x10000);
-    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
-    if (isOverlong || isSurrogate || code > 0x10FFFF)
-        return {};
-    return { code, size, true };
+    return { code, static_cast<size_t>(g_utf8_next_char(bytes) - bytes), true };
 }
 
 bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
