@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 #include <fstream>
+#include <glib.h>
 #include <HeapText.h>
 #include <iterator>
 #include <PhoneAlarms.h>
@@ -21,13 +22,6 @@ namespace {
 unsigned long long now()
 {
     return static_cast<unsigned long long>(AlarmSyncUtil::getCurrentDeviceMilliSecTime());
-}
-
-std::string makeUuid()
-{
-    std::string uuid;
-    std::getline(std::ifstream("/proc/sys/kernel/random/uuid"), uuid);
-    return uuid;
 }
 
 std::string readFile(const std::string& path)
@@ -68,7 +62,7 @@ unsigned PhoneBook::count() const
 int PhoneBook::add(AlarmDbData alarm)
 {
     alarm.deviceType = companion::kPhoneDevice;
-    alarm.uuid = makeUuid();
+    alarm.uuid = companion::takeText(g_uuid_string_random());
     alarm.mobileCreateTime = now();
     alarm.mobileModifiedTime = alarm.mobileCreateTime;
     State changed = _state;

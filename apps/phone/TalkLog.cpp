@@ -6,10 +6,11 @@
 #include <app_common.h>
 #include <fstream>
 #include <HeapText.h>
-#include <json-glib/json-glib.h>
-#include <memory>
+#include <nlohmann/json.hpp>
 
 namespace {
+
+using Json = nlohmann::ordered_json;
 
 std::string clockNow()
 {
@@ -19,43 +20,24 @@ std::string clockNow()
     return text;
 }
 
-using Parser = std::unique_ptr<JsonParser, void (*)(void*)>;
-
-std::string textOf(JsonNode* node)
-{
-    const std::unique_ptr<char, void (*)(void*)> text(json_to_string(node, FALSE), g_free);
-    return text.get();
-}
-
-std::string elementsOf(JsonArray* array)
+std::string elementsOf(const Json& list)
 {
     std::string result = "[";
-    for (guint at = 0; at < json_array_get_length(array); ++at) {
-        result
-            += (at > 0 ? ",\n        " : "\n        ") + textOf(json_array_get_element(array, at));
-    }
+    for (const Json& element : list)
+        result += (result.size() > 1 ? ",\n        " : "\n        ") + element.dump();
     return result + "\n      ]";
 }
 
 // The message with each member, and each element of a list, on a line of its own.
 std::string pretty(const std::string& json)
 {
-    const Parser parser(json_parser_new(), g_object_unref);
-    if (!json_parser_load_from_data(
-            parser.get(), json.data(), static_cast<gssize>(json.size()), nullptr))
-        return json;
-    JsonNode* root = json_parser_get_root(parser.get());
-    if (!root || !JSON_NODE_HOLDS_OBJECT(root))
+    const Json message = Json::parse(json, nullptr, false);
+    if (!message.is_object())
         return json;
     std::string result = "{";
-    JsonObjectIter members;
-    json_object_iter_init_ordered(&members, json_node_get_object(root));
-    const char* name = nullptr;
-    JsonNode* value = nullptr;
-    while (json_object_iter_next_ordered(&members, &name, &value)) {
-        const bool isList = JSON_NODE_HOLDS_ARRAY(value);
+    for (const auto& [name, value] : message.items()) {
         result += (result.size() > 1 ? ",\n      " : "\n      ") + jsonString(name) + ":"
-            + (isList ? elementsOf(json_node_get_array(value)) : textOf(value));
+            + (value.is_array() ? elementsOf(value) : value.dump());
     }
     return result + "\n    }";
 }
