@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Icu.h"
+
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -28,6 +30,20 @@ public:
             _values.emplace(key, value);
         }
         return value;
+    }
+
+    /// The same for a value that is made for a locale, too. Null, with the status, for a name that
+    /// is none.
+    template <typename Make>
+    std::shared_ptr<Value> get(
+        const std::u16string& key, const std::string& locale, UErrorCode& status, Make make)
+    {
+        return get(key + u'\0' + localeKey(locale), [&]() -> std::shared_ptr<Value> {
+            if (isLocaleName(locale.c_str()))
+                return make();
+            status = U_ILLEGAL_ARGUMENT_ERROR;
+            return nullptr;
+        });
     }
 
 private:

@@ -32,6 +32,16 @@ int guarded(const Work& work) noexcept
     return host::guarded("a call of i18n failed", host::OutOfMemoryOr{ I18N_ERROR_UNKNOWN }, work);
 }
 
+/// Destroys what a handle of the interface points to.
+template <typename Handle>
+int destroy(void* handle)
+{
+    if (!handle)
+        return I18N_ERROR_INVALID_PARAMETER;
+    delete static_cast<Handle*>(handle);
+    return I18N_ERROR_NONE;
+}
+
 /// The name of a locale; null means the default locale.
 std::string localeName(const char* locale);
 

@@ -8,13 +8,8 @@ std::shared_ptr<UCalendar> calendarOf(const i18n::Zone& zone, const std::string&
     i18n_ucalendar_type_e type, UErrorCode& status)
 {
     static i18n::Cache<UCalendar> cache;
-    std::u16string key(zone.id);
-    key.append({ u'\0', static_cast<char16_t>(type) }).append(i18n::localeKey(locale));
-    return cache.get(key, [&]() -> std::shared_ptr<UCalendar> {
-        if (!i18n::isLocaleName(locale.c_str())) {
-            status = U_ILLEGAL_ARGUMENT_ERROR;
-            return nullptr;
-        }
+    const std::u16string key = zone.id + u'\0' + static_cast<char16_t>(type);
+    return cache.get(key, locale, status, [&]() -> std::shared_ptr<UCalendar> {
         UCalendar* calendar = ucal_open(zone.idForIcu(), zone.idLength(), locale.c_str(),
             static_cast<UCalendarType>(type), &status);
         if (!calendar)

@@ -21,14 +21,9 @@ std::shared_ptr<UDateFormat> formatOf(i18n_udate_format_style_e time,
     const std::u16string& pattern, UErrorCode& status)
 {
     static i18n::Cache<UDateFormat> cache;
-    std::u16string key(pattern);
-    key.append(1, u'\0').append(zone.id).append(1, u'\0').append(i18n::localeKey(locale));
+    std::u16string key = pattern + u'\0' + zone.id;
     key.append({ u'\0', static_cast<char16_t>(time), static_cast<char16_t>(date) });
-    return cache.get(key, [&]() -> std::shared_ptr<UDateFormat> {
-        if (!i18n::isLocaleName(locale.c_str())) {
-            status = U_ILLEGAL_ARGUMENT_ERROR;
-            return nullptr;
-        }
+    return cache.get(key, locale, status, [&]() -> std::shared_ptr<UDateFormat> {
         UDateFormat* format = udat_open(static_cast<UDateFormatStyle>(time),
             static_cast<UDateFormatStyle>(date), locale.c_str(), zone.idForIcu(), zone.idLength(),
             pattern.data(), static_cast<int32_t>(pattern.size()), &status);
@@ -61,10 +56,7 @@ extern "C" int i18n_udate_create(i18n_udate_format_style_e time_style,
 
 extern "C" int i18n_udate_destroy(i18n_udate_format_h format)
 {
-    if (!format)
-        return I18N_ERROR_INVALID_PARAMETER;
-    delete static_cast<Handle*>(format);
-    return I18N_ERROR_NONE;
+    return i18n::destroy<Handle>(format);
 }
 
 extern "C" int i18n_udate_format_date(i18n_udate_format_h format, i18n_udate date_to_format,

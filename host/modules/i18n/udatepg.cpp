@@ -39,11 +39,7 @@ using Handle = std::shared_ptr<Patterns>;
 std::shared_ptr<Patterns> patternsOf(const std::string& locale, UErrorCode& status)
 {
     static i18n::Cache<Patterns> cache;
-    return cache.get(i18n::localeKey(locale), [&]() -> std::shared_ptr<Patterns> {
-        if (!i18n::isLocaleName(locale.c_str())) {
-            status = U_ILLEGAL_ARGUMENT_ERROR;
-            return nullptr;
-        }
+    return cache.get(u"", locale, status, [&]() -> std::shared_ptr<Patterns> {
         Generator generator(udatpg_open(locale.c_str(), &status));
         return U_SUCCESS(status) ? std::make_shared<Patterns>(std::move(generator)) : nullptr;
     });
@@ -64,13 +60,7 @@ extern "C" int i18n_udatepg_create(const char* locale, i18n_udatepg_h* dtpg)
     });
 }
 
-extern "C" int i18n_udatepg_destroy(i18n_udatepg_h dtpg)
-{
-    if (!dtpg)
-        return I18N_ERROR_INVALID_PARAMETER;
-    delete static_cast<Handle*>(dtpg);
-    return I18N_ERROR_NONE;
-}
+extern "C" int i18n_udatepg_destroy(i18n_udatepg_h dtpg) { return i18n::destroy<Handle>(dtpg); }
 
 extern "C" int i18n_udatepg_get_best_pattern(i18n_udatepg_h dtpg, const i18n_uchar* skeleton,
     int32_t len, i18n_uchar* best_pattern, int32_t capacity, int32_t* best_pattern_len)

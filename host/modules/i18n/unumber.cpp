@@ -12,13 +12,8 @@ std::shared_ptr<UNumberFormat> formatOf(i18n_unumber_format_style_e style,
     UErrorCode& status)
 {
     static i18n::Cache<UNumberFormat> cache;
-    std::u16string key(pattern);
-    key.append({ u'\0', static_cast<char16_t>(style) }).append(i18n::localeKey(locale));
-    return cache.get(key, [&]() -> std::shared_ptr<UNumberFormat> {
-        if (!i18n::isLocaleName(locale.c_str())) {
-            status = U_ILLEGAL_ARGUMENT_ERROR;
-            return nullptr;
-        }
+    const std::u16string key = pattern + u'\0' + static_cast<char16_t>(style);
+    return cache.get(key, locale, status, [&]() -> std::shared_ptr<UNumberFormat> {
         UNumberFormat* format = unum_open(static_cast<UNumberFormatStyle>(style), pattern.data(),
             static_cast<int32_t>(pattern.size()), locale.c_str(), &error, &status);
         if (U_FAILURE(status)) {
@@ -61,10 +56,7 @@ extern "C" int i18n_unumber_create(i18n_unumber_format_style_e style, const i18n
 
 extern "C" int i18n_unumber_destroy(i18n_unumber_format_h fmt)
 {
-    if (!fmt)
-        return I18N_ERROR_INVALID_PARAMETER;
-    delete static_cast<Handle*>(fmt);
-    return I18N_ERROR_NONE;
+    return i18n::destroy<Handle>(fmt);
 }
 
 extern "C" int32_t i18n_unumber_format(i18n_unumber_format_h fmt, int32_t number,
