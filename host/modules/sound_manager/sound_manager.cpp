@@ -25,11 +25,25 @@ sound_stream_focus_state_e stateOf(int held, int part)
                               : SOUND_STREAM_FOCUS_STATE_RELEASED;
 }
 
+using FocusCall
+    = int (FocusStreams::*)(FocusStream* stream, int mask, int behavior, const std::string& info);
+
 template <typename Call>
 int guarded(const Call& call)
 {
     return host::guarded(
         "sound service", host::OutOfMemoryOr{ SOUND_MANAGER_ERROR_INTERNAL }, call);
+}
+
+int changeFocus(
+    FocusCall change, sound_stream_info_h handle, int mask, int behavior, const char* info)
+{
+    if (!handle || !isMask(mask) || !isBehavior(behavior))
+        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
+    return guarded([=] {
+        return (FocusStreams::instance().*change)(
+            streamOf(handle), mask, behavior, info ? info : "");
+    });
 }
 
 } // namespace
@@ -59,23 +73,15 @@ extern "C" int sound_manager_destroy_stream_information(sound_stream_info_h stre
 extern "C" int sound_manager_acquire_focus(sound_stream_info_h stream_info,
     sound_stream_focus_mask_e focus_mask, int sound_behavior, const char* additional_info)
 {
-    if (!stream_info || !isMask(focus_mask) || !isBehavior(sound_behavior))
-        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return guarded([=] {
-        return FocusStreams::instance().acquire(streamOf(stream_info), focus_mask, sound_behavior,
-            additional_info ? additional_info : "");
-    });
+    return changeFocus(
+        &FocusStreams::acquire, stream_info, focus_mask, sound_behavior, additional_info);
 }
 
 extern "C" int sound_manager_release_focus(sound_stream_info_h stream_info,
     sound_stream_focus_mask_e focus_mask, int sound_behavior, const char* additional_info)
 {
-    if (!stream_info || !isMask(focus_mask) || !isBehavior(sound_behavior))
-        return SOUND_MANAGER_ERROR_INVALID_PARAMETER;
-    return guarded([=] {
-        return FocusStreams::instance().release(streamOf(stream_info), focus_mask, sound_behavior,
-            additional_info ? additional_info : "");
-    });
+    return changeFocus(
+        &FocusStreams::release, stream_info, focus_mask, sound_behavior, additional_info);
 }
 
 extern "C" int sound_manager_get_focus_state(sound_stream_info_h stream_info,
