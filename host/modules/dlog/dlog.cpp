@@ -3,19 +3,15 @@
 #include "host/common/Boundary.h"
 
 #include <cstdio>
-#include <string>
 
 static int print(log_priority prio, const char* tag, const char* fmt, va_list arguments)
 {
-    va_list again;
-    va_copy(again, arguments);
-    const int size = vsnprintf(nullptr, 0, fmt, again);
-    va_end(again);
+    char* made = nullptr;
+    const int size = vasprintf(&made, fmt, arguments);
     if (size < 0)
         return DLOG_ERROR_INVALID_PARAMETER;
-    std::string text(static_cast<size_t>(size), '\0');
-    vsnprintf(text.data(), text.size() + 1, fmt, arguments);
-    host::writeLog(prio, tag, text.c_str());
+    const host::CText text(made);
+    host::writeLog(prio, tag, text.get());
     return size;
 }
 

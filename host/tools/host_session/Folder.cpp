@@ -85,7 +85,7 @@ Folder::Folder(const std::string& keep)
     _makeState();
     for (const char* folder : { "runtime", "sound", "xdg" })
         makeFolder(file(folder));
-    _makeZoneLink();
+    makeLink(zoneFile(), file("localtime"));
     _writeBusConfig();
     _openLog();
 }
@@ -142,8 +142,6 @@ void Folder::_makeState() const
     makeLink(_build + "/ro", _home + "/ro");
     makeLink(_build + "/ringtones", _home + "/ringtones");
 }
-
-void Folder::_makeZoneLink() const { makeLink(zoneFile(), file("localtime")); }
 
 void Folder::_writeBusConfig() const
 {

@@ -34,7 +34,6 @@ private:
     Folder();
 
     void _makeState() const;
-    void _makeZoneLink() const;
     void _writeBusConfig() const;
     void _openLog();
 
