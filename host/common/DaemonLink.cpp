@@ -58,11 +58,11 @@ DaemonLink::DaemonLink()
 {
 }
 
-int DaemonLink::_ask(Request request, Answered answered)
+int DaemonLink::_ask(Request request, const Answered& answered)
 {
     const auto waiting = std::make_shared<Waiting>();
     waiting->request = std::move(request);
-    waiting->answered = std::packaged_task<int(const Answer&)>(std::move(answered));
+    waiting->answered = std::packaged_task<int(const Answer&)>(answered);
     std::future<int> result = waiting->answered.get_future();
     _post([this, waiting] { _begin(waiting); });
     return result.get();

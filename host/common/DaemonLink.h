@@ -39,12 +39,12 @@ public:
 
     /// Sends the request and returns the result of answered. Any thread but the link's.
     template <typename... Arguments>
-    int ask(
-        const char* interface, const char* method, Answered answered, const Arguments&... arguments)
+    int ask(const char* interface, const char* method, const Answered& answered,
+        const Arguments&... arguments)
     {
         return _ask({ interface, method,
                         [=](sdbus::MethodCall& call) { (void)(call << ... << arguments); } },
-            std::move(answered));
+            answered);
     }
 
     /// Runs the task on the link's thread and returns when it has ended. Any thread but the link's.
@@ -94,7 +94,7 @@ private:
     };
 
     DaemonLink();
-    int _ask(Request request, Answered answered);
+    int _ask(Request request, const Answered& answered);
     void _begin(const std::shared_ptr<Waiting>& waiting);
     void _end(std::shared_ptr<Waiting> waiting, const Answer& answer);
     void _endLate();
