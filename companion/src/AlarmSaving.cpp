@@ -206,6 +206,7 @@ Saved AlarmSaving::commit()
 bool AlarmSaving::make(const AlarmDbData& before, const Edit& edit, AlarmDbData& after)
 {
     const int tries = 3;
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): before may be after
     const AlarmDbData original = before;
     for (int i = 0; i < tries; ++i) {
         after = original;
