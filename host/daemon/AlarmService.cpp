@@ -5,6 +5,7 @@
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 #include "host/daemon/Answering.h"
+#include "host/daemon/DefaultSettings.h"
 
 #include <ctime>
 #include <Ecore.h>
@@ -238,6 +239,7 @@ void AlarmService::_clockChanged()
 {
     logInfo("The clock or the zone was changed; all alarms are computed again");
     _schedule.clockChanged(currentZone());
+    guarded("the zone is not announced", announceZone);
     _update();
 }
 

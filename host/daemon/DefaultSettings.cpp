@@ -2,6 +2,7 @@
 
 #include "host/common/Keys.h"
 #include "host/common/Locale.h"
+#include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 
 #include <cstdlib>
@@ -44,6 +45,15 @@ void seedSettings()
         if (!settings.read(kDeviceStore, key))
             settings.write(kDeviceStore, key, value);
     }
+    announceZone();
+}
+
+void announceZone()
+{
+    SettingsStore& settings = SettingsStore::session();
+    const SettingValue zone = zoneId();
+    if (settings.read(kDeviceStore, kZoneKey) != zone)
+        settings.write(kDeviceStore, kZoneKey, zone);
 }
 
 } // namespace host

@@ -6,4 +6,8 @@ namespace host {
 /// std::exception when the store cannot be written.
 void seedSettings();
 
+/// Writes the device's zone as a setting, for who watches it, where that says otherwise. Throws as
+/// seedSettings().
+void announceZone();
+
 } // namespace host
