@@ -5,6 +5,7 @@
 #include "PlatformHandle.h"
 #include "RegionFormat.h"
 #include "ZoneLink.h"
+#include "ZoneOfProcess.h"
 
 #include <cstdint>
 #include <cstring>
@@ -39,23 +40,6 @@ struct UnitText {
 using ZoneText = UnitText<64>;
 using PatternText = UnitText<32>;
 using DateText = UnitText<64>;
-
-// Sets the process's zone until the end of the scope, where TZ is unset.
-class ZoneOfProcess {
-public:
-    explicit ZoneOfProcess(const char* zone)
-    {
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ZoneOfProcess(const ZoneOfProcess&) = delete;
-    ZoneOfProcess& operator=(const ZoneOfProcess&) = delete;
-    ~ZoneOfProcess()
-    {
-        unsetenv("TZ");
-        tzset();
-    }
-};
 
 bool makeRegionTheDefault()
 {
