@@ -2,6 +2,7 @@
 
 #include "AlarmDbData.h"
 #include "AlarmIcuDataModel.h"
+#include "AlarmOrvikUtil.h"
 #include "AlarmSyncUtil.h"
 
 #include <ctime>
@@ -11,6 +12,8 @@
 namespace {
 const char* const kTypeMember = "msgId";
 const char* const kListMember = "list";
+const char* const kVoiceListMember = "alarms";
+const char* const kSameAlarm = "SameAlarmExist";
 
 void makeEmpty(AlarmJsonObject& out)
 {
@@ -26,6 +29,48 @@ std::list<AlarmJsonObject> objectsOf(const std::vector<AlarmDbData>& alarms,
     for (AlarmDbData alarm : alarms)
         (builder.*fill)(alarm, objects.emplace_back());
     return objects;
+}
+
+std::list<AlarmJsonObject> weekdaysOf(const AlarmDbData& alarm)
+{
+    static const char* const names[]
+        = { "Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday" };
+    std::list<AlarmJsonObject> weekdays;
+    for (const char digit :
+        AlarmOrvikUtil::convertRepeatWeeklyToOrvikData(alarm.repeatWeekly, alarm.repeat_once)) {
+        if (digit < '1' || digit > '7')
+            continue;
+        AlarmJsonObject& weekday = weekdays.emplace_back();
+        makeEmpty(weekday);
+        weekday.addStringMember("day", names[digit - '1']);
+    }
+    return weekdays;
+}
+
+void describe(const AlarmDbData& alarm, AlarmJsonObject& out)
+{
+    const long long milliseconds = 1000;
+    makeEmpty(out);
+    out.addIntegerMember("id", alarm.id);
+    out.addLongLongIntMember(
+        "time", AlarmIcuDataModel::getLocalTimeTfromUtcTimeT(alarm.atime) * milliseconds);
+    out.addStringMember("name", alarm.name);
+    out.addArrayMember("repeatDays", weekdaysOf(alarm));
+    out.addBooleanMember("isRepeat", alarm.repeat_once == 0);
+    out.addBooleanMember("enabled", alarm.enable != 0);
+    out.addIntegerMember("snoozeDuration", alarm.snooze_min);
+}
+
+void addResult(AlarmJsonObject& message, bool success, const std::string& description)
+{
+    message.addStringMember("result", success ? "success" : "failure");
+    message.addStringMember("description", description);
+}
+
+void addAlert(AlarmJsonObject& message, bool withAlert, bool alert)
+{
+    if (withAlert)
+        message.addBooleanMember("alarmAlert", alert);
 }
 } // namespace
 
@@ -77,6 +122,38 @@ void AlarmJsonBuilder::addAlarmList(std::vector<AlarmDbData>& alarms)
 {
     _message.addArrayMember(
         kListMember, objectsOf(alarms, *this, &AlarmJsonBuilder::_getJsonObjectFromAlarm));
+}
+
+void AlarmJsonBuilder::openAlarmByOrvik(bool success, std::string& description)
+{
+    addResult(_message, success, description);
+}
+
+void AlarmJsonBuilder::addAlarmByOrvik(AlarmDbData& alarm, bool success, std::string& description,
+    bool withAlarm, bool withAlert, bool alert)
+{
+    addResult(_message, success, description);
+    if (success ? withAlarm : description == kSameAlarm) {
+        std::list<AlarmJsonObject> described(1);
+        describe(alarm, described.front());
+        _message.addArrayMember(kVoiceListMember, described);
+    }
+    addAlert(_message, withAlert, alert);
+}
+
+void AlarmJsonBuilder::addAlarmListByOrvik(std::vector<AlarmDbData>& alarms, bool success,
+    std::string& description, bool withAlert, bool alert)
+{
+    addResult(_message, success, description);
+    if (!success) {
+        _message.addArrayMember("alarm", {});
+    } else if (!alarms.empty()) {
+        std::list<AlarmJsonObject> described;
+        for (const AlarmDbData& alarm : alarms)
+            describe(alarm, described.emplace_back());
+        _message.addArrayMember(kVoiceListMember, described);
+    }
+    addAlert(_message, withAlert, alert);
 }
 
 void AlarmJsonBuilder::getJsonMessage(std::string& out) { _message.getJsonMessage(out); }
