@@ -1,14 +1,10 @@
 #include "AlarmJsonObject.h"
 
 #include "AlarmLog.h"
-#include "PlatformHandle.h"
-
-#include <json-glib/json-glib.h>
+#include "JsonText.h"
+#include "Utf8.h"
 
 namespace {
-using Generator = PlatformHandle<JsonGenerator*, g_object_unref>;
-using Node = PlatformHandle<JsonNode*, json_node_free>;
-
 JsonObject* newReference(JsonObject* object) { return object ? json_object_ref(object) : nullptr; }
 } // namespace
 
@@ -57,8 +53,7 @@ void AlarmJsonObject::getStringValue(const std::string& name, std::string& out) 
         return;
     const char* value = json_object_get_string_member(_object, name.c_str());
     // JSON-GLib makes bytes that are not UTF-8 of half a surrogate pair.
-    const GlibText text(g_utf8_make_valid(value ? value : "", -1));
-    out = text.get();
+    out = validText(value ? value : "");
 }
 
 void AlarmJsonObject::getIntegerValue(const std::string& name, int& out) const
@@ -151,11 +146,7 @@ void AlarmJsonObject::getJsonMessage(std::string& out)
 {
     if (!_object)
         return;
-    const Generator generator(json_generator_new());
-    const Node node(json_node_new(JSON_NODE_OBJECT));
-    json_node_set_object(node.get(), _object);
-    json_generator_set_root(generator.get(), node.get());
-    const GlibText text(json_generator_to_data(generator.get(), nullptr));
-    if (text.get())
-        out = text.get();
+    const JsonTree tree(json_node_new(JSON_NODE_OBJECT));
+    json_node_set_object(tree.get(), _object);
+    writeJson(tree.get(), out);
 }

@@ -4,6 +4,7 @@
 #include "AlarmLog.h"
 #include "PlatformHandle.h"
 #include "RegionFormat.h"
+#include "Utf8.h"
 
 #include <algorithm>
 #include <app_common.h>
@@ -38,18 +39,6 @@ const size_t kToastSize = 256;
 const size_t kDirectorySize = 4096;
 
 using NumberFormat = PlatformHandle<i18n_unumber_format_h, i18n_unumber_destroy>;
-
-// The longest beginning of the text that has at most size bytes and no part of a character.
-std::string cutText(const std::string& text, size_t size)
-{
-    if (text.size() <= size)
-        return text;
-    const auto isInside
-        = [&text](size_t at) { return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80; };
-    while (size > 0 && isInside(size))
-        --size;
-    return text.substr(0, size);
-}
 
 // The part of the text that a buffer of size bytes holds beside the terminator.
 std::string printedText(const std::string& text, size_t size) { return cutText(text, size - 1); }
