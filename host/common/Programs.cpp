@@ -61,6 +61,19 @@ std::uint64_t mountOf(const std::string& file)
     return isThere ? status.stx_mnt_id : 0;
 }
 
+// The package and the program file of an installed application; both empty for any other id.
+std::pair<std::string, std::string> installed(const std::string& application)
+{
+    if (application.empty() || application.find('/') != std::string::npos)
+        return {};
+    for (const auto& [package, place] : placesOf(application)) {
+        std::error_code error;
+        if (isApplicationOf(package, application) && fs::exists(place, error))
+            return { package, fs::canonical(place, error) };
+    }
+    return {};
+}
+
 } // namespace
 
 Identity identityOfProcess(pid_t process)
@@ -81,17 +94,9 @@ Identity identityOfProcess(pid_t process)
     return {};
 }
 
-std::string programOf(const std::string& application)
-{
-    if (application.empty() || application.find('/') != std::string::npos)
-        return "";
-    for (const auto& [package, place] : placesOf(application)) {
-        std::error_code error;
-        if (isApplicationOf(package, application) && fs::exists(place, error))
-            return fs::canonical(place, error);
-    }
-    return "";
-}
+std::string programOf(const std::string& application) { return installed(application).second; }
+
+std::string packageOf(const std::string& application) { return installed(application).first; }
 
 std::string programOfProcess(pid_t process)
 {

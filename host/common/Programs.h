@@ -21,6 +21,9 @@ Identity identityOfProcess(pid_t process);
 /// The program file of an installed application; empty for any other id. Any thread.
 std::string programOf(const std::string& application);
 
+/// The package of an installed application; empty for any other id. Any thread.
+std::string packageOf(const std::string& application);
+
 /// The program file of a process, also when the file has been replaced since; empty when the
 /// process has ended. Any thread.
 std::string programOfProcess(pid_t process);

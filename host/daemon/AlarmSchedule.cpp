@@ -72,8 +72,9 @@ Launch launchFor(const Alarm& alarm, Entries request)
 } // namespace
 
 AlarmSchedule::AlarmSchedule(const std::string& path, Clock clock, const cctz::time_zone& zone,
-    Launcher launcher, const IdMark& mark)
-    : _store(path, clock.now(), mark)
+    Launcher launcher, const IdMark& mark, TrayStore& tray)
+    : _tray(tray)
+    , _store(path, clock.now(), mark, tray)
     , _clock(std::move(clock))
     , _zone(zone)
     , _launcher(std::move(launcher))
@@ -221,12 +222,17 @@ std::optional<std::int64_t> AlarmSchedule::_sendAgain()
 // refuses; then the next call tries again.
 bool AlarmSchedule::_save(std::int64_t now)
 {
+    bool isReported = false;
     try {
         _store.transaction([&] {
-            _rearm(now);
+            std::vector<Report> reports;
+            _rearm(now, reports);
             if (_stale)
                 _recompute(now);
-            _passOver(now);
+            _passOver(now, reports);
+            // Before the commit: if hostd is killed in between, the next one reports the same
+            // again, which the tray knows.
+            isReported = _tray.report(reports);
         });
     } catch (const SQLite::Exception& error) {
         if (isDamage(error))
@@ -237,16 +243,16 @@ bool AlarmSchedule::_save(std::int64_t now)
     _rung.clear();
     _stale = false;
     _wentFarBack = false;
-    return true;
+    return isReported;
 }
 
 // Writes down which alarms have rung or were missed: a recurring one gets its next time, any other
 // is removed.
-void AlarmSchedule::_rearm(std::int64_t now)
+void AlarmSchedule::_rearm(std::int64_t now, std::vector<Report>& reports)
 {
     for (const auto& [id, rung] : _rung) {
         if (!rung.failure.empty())
-            _report(rung.application, rung.due, now, rung.failure);
+            reports.push_back(_missed(id, rung.application, rung.due, now, rung.failure));
         std::optional<Alarm> alarm = _store.find(id);
         if (alarm && alarm->time.weekSet == 0) {
             _store.remove(id);
@@ -291,15 +297,15 @@ bool AlarmSchedule::_follow(Alarm& alarm, std::int64_t now) const
 }
 
 // Reports the alarms that nobody could ring in time.
-void AlarmSchedule::_passOver(std::int64_t now)
+void AlarmSchedule::_passOver(std::int64_t now, std::vector<Report>& reports)
 {
     const std::int64_t tooOld = now - kLatestSeconds;
     const auto waits
         = [this](int id, const std::string&, const std::string&) { return !_isRinging(id); };
     for (Alarm& alarm : _store.due(std::numeric_limits<std::int64_t>::min(), tooOld, waits)) {
         const bool isBehind = _flightsOf.count({ alarm.package, alarm.application }) != 0;
-        _report(alarm.application, alarm.due, now,
-            isBehind ? "earlier ones are not answered" : "nobody was there to launch it");
+        reports.push_back(_missed(alarm.id, alarm.application, alarm.due, now,
+            isBehind ? "earlier ones are not answered" : "nobody was there to launch it"));
         if (alarm.time.weekSet == 0) {
             _store.remove(alarm.id);
             continue;
@@ -310,13 +316,13 @@ void AlarmSchedule::_passOver(std::int64_t now)
     }
 }
 
-void AlarmSchedule::_report(
-    const std::string& application, std::int64_t due, std::int64_t now, const std::string& reason)
+Report AlarmSchedule::_missed(int id, const std::string& application, std::int64_t due,
+    std::int64_t now, const std::string& reason) const
 {
     const auto instant = cctz::time_point<cctz::seconds>(cctz::seconds(due));
-    _store.post({ now,
+    return { "alarm " + std::to_string(id) + " at " + std::to_string(due), now,
         "Missed alarm of " + application + " at " + cctz::format("%Y-%m-%d %H:%M", instant, _zone)
-            + ": " + reason });
+            + ": " + reason };
 }
 
 void AlarmSchedule::_launch(std::int64_t now)

@@ -2,11 +2,11 @@
 
 #include "host/common/Entries.h"
 #include "host/daemon/AlarmStore.h"
+#include "host/daemon/LimitExceeded.h"
 
 #include <functional>
 #include <map>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -32,12 +32,6 @@ enum class LaunchResult {
     Lost, ///< it may have arrived or not; to be sent again
 };
 
-/// The caller asks for more than one application may have.
-class LimitExceeded : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
 /**
  * Decides which alarm rings when. Registrations are on disk. An alert counts as rung only when its
  * launch was answered, so a daemon that dies before that sends it again, which the receiver
@@ -48,10 +42,11 @@ public:
     /// Sends a launch; the answer goes to answered().
     using Launcher = std::function<void(const Launch&)>;
 
-    /// Opens the file at path, or makes it; mark is passed to AlarmStore. Throws std::exception
-    /// when neither succeeds.
+    /// Opens the file at path, or makes it; mark is passed to AlarmStore. What is missed or lost is
+    /// reported in tray, which must outlive the schedule. Throws std::exception when the file can
+    /// be neither opened nor made.
     AlarmSchedule(const std::string& path, Clock clock, const cctz::time_zone& zone,
-        Launcher launcher, const IdMark& mark);
+        Launcher launcher, const IdMark& mark, TrayStore& tray);
 
     /// Registers an alarm, which is on disk when the id is returned. Throws std::invalid_argument
     /// for an alarm that cannot ring, LimitExceeded for a package that has kMostAlarms or a request
@@ -67,7 +62,6 @@ public:
     std::vector<Alarm> list(const std::string& package) { return _store.of(package); }
     /// Nothing when the package has no alarm of that id.
     std::optional<Alarm> find(const std::string& package, int id);
-    std::vector<TrayEntry> tray() { return _store.tray(); }
 
     /// Computes every alarm anew, after the clock or the zone was changed.
     void clockChanged(const cctz::time_zone& zone);
@@ -108,15 +102,16 @@ private:
     bool _save(std::int64_t now);
     void _recompute(std::int64_t now);
     bool _follow(Alarm& alarm, std::int64_t now) const;
-    void _rearm(std::int64_t now);
-    void _passOver(std::int64_t now);
-    void _report(const std::string& application, std::int64_t due, std::int64_t now,
-        const std::string& reason);
+    void _rearm(std::int64_t now, std::vector<Report>& reports);
+    void _passOver(std::int64_t now, std::vector<Report>& reports);
+    Report _missed(int id, const std::string& application, std::int64_t due, std::int64_t now,
+        const std::string& reason) const;
     void _launch(std::int64_t now);
     std::optional<std::int64_t> _sendAgain();
     void _end(int id, const std::string& failure);
     bool _isRinging(int id) const { return _flights.count(id) != 0 || _rung.count(id) != 0; }
 
+    TrayStore& _tray;
     AlarmStore _store;
     Clock _clock;
     cctz::time_zone _zone;

@@ -1,7 +1,6 @@
 #include "host/daemon/AlarmService.h"
 
 #include "host/common/Boundary.h"
-#include "host/common/Peers.h"
 #include "host/common/Session.h"
 #include "host/common/SettingsStore.h"
 #include "host/daemon/Answering.h"
@@ -16,11 +15,7 @@ namespace host {
 
 namespace {
 
-const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
-const char* const kLimitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
-const char* const kAccessDenied = "org.freedesktop.DBus.Error.AccessDenied";
 const std::int64_t kTryAgainSeconds = 60;
-const int kMostTries = 3; ///< to reach an application that ends just when it is launched
 
 std::int64_t secondsOf(clockid_t clock)
 {
@@ -91,11 +86,6 @@ auto answeringAboutAlarms(Call call)
     return answering([&] {
         try {
             return call();
-        } catch (const std::invalid_argument& error) {
-            throw sdbus::Error(kInvalidArgs, error.what());
-        } catch (const LimitExceeded& error) {
-            logWarning(std::string("A registration is refused: ") + error.what());
-            throw sdbus::Error(kLimitsExceeded, error.what());
         } catch (const SQLite::Exception& error) {
             logError(std::string("A request about alarms failed: ") + error.what());
             endIfDamaged(error);
@@ -106,11 +96,12 @@ auto answeringAboutAlarms(Call call)
 
 } // namespace
 
-AlarmService::AlarmService(Applications& applications)
+AlarmService::AlarmService(Applications& applications, RequestSender& sender, TrayStore& tray)
     : _applications(applications)
+    , _sender(sender)
     , _schedule(
           homePath() + "alarms.db", Clock{ now, [] { return secondsOf(CLOCK_BOOTTIME); } },
-          currentZone(), [this](const Launch& launch) { _launch(launch, 1); }, idMark())
+          currentZone(), [this](const Launch& launch) { _launch(launch); }, idMark(), tray)
     , _clock([this] { _update(); }, [this] { _clockChanged(); })
 {
 }
@@ -182,46 +173,11 @@ std::tuple<std::int64_t, std::int32_t> AlarmService::Get(const std::int32_t& id)
     });
 }
 
-void AlarmService::_launch(const Launch& launch, int tries)
+void AlarmService::_launch(const Launch& launch)
 {
-    const auto found
-        = [this, launch, tries](const std::string& connection, const sdbus::Error* error) {
-              if (error) {
-                  _answered(launch, error);
-              } else if (_schedule.isInFlight(launch.id)) {
-                  _send(launch, connection, tries);
-              }
-          };
-    try {
-        _applications.find(launch.application, found);
-    } catch (const std::exception& error) {
-        const sdbus::Error failed("org.freedesktop.DBus.Error.Failed", error.what());
-        _answered(launch, &failed);
-    }
-}
-
-void AlarmService::_send(const Launch& launch, const std::string& connection, int tries)
-{
-    try {
-        auto& call = _calls[launch.id]; // kept, because the end of a proxy is the end of its calls
-        call = sdbus::createProxy(bus(), connection, kApplicationPath);
-        call->callMethodAsync("Launch")
-            .onInterface("com.velmora.host.Application")
-            .withArguments(toWire(launch.request), launch.once, std::uint64_t{ 0 })
-            .uponReplyInvoke([this, launch, tries](const sdbus::Error* error) {
-                auto answered = _calls.extract(launch.id);
-                if (!answered.empty())
-                    _answeredCalls.push_back(std::move(answered.mapped()));
-                if (error && hasEnded(*error) && tries < kMostTries) {
-                    _launch(launch, tries + 1);
-                } else {
-                    _answered(launch, error);
-                }
-            });
-    } catch (const sdbus::Error& error) {
-        _calls.erase(launch.id);
-        _answered(launch, &error);
-    }
+    _sender.send({ launch.application, launch.request, launch.once,
+                     [this, id = launch.id] { return _schedule.isInFlight(id); } },
+        [this, launch](const sdbus::Error* error) { _answered(launch, error); });
 }
 
 void AlarmService::_answered(const Launch& launch, const sdbus::Error* error)
@@ -253,7 +209,6 @@ void AlarmService::_updateSoon()
 void AlarmService::_update()
 {
     _soon.reset();
-    _answeredCalls.clear();
     if (!_started)
         return;
     std::optional<std::int64_t> next;

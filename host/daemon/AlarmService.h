@@ -4,9 +4,9 @@
 #include "host/daemon/AlarmSchedule.h"
 #include "host/daemon/Applications.h"
 #include "host/daemon/ClockWatch.h"
+#include "host/daemon/RequestSender.h"
 
 #include <com.velmora.host.Alarm-adaptor.h>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,14 +17,12 @@ namespace host {
 /// com.velmora.host.Alarm.xml.
 class AlarmService final : public BusObject<com::velmora::host::Alarm_adaptor> {
 public:
-    /// Exports the interface. applications must outlive the service. Throws std::exception when the
-    /// registrations cannot be opened.
-    explicit AlarmService(Applications& applications);
+    /// Exports the interface. The arguments must outlive the service. Throws std::exception when
+    /// the registrations cannot be opened.
+    AlarmService(Applications& applications, RequestSender& sender, TrayStore& tray);
 
     /// Starts launching alarms. Only the daemon that owns the bus name may do that.
     void start();
-
-    AlarmSchedule& schedule() { return _schedule; }
 
 private:
     using Triple = sdbus::Struct<int32_t, int32_t, int32_t>;
@@ -38,18 +36,16 @@ private:
     std::vector<WireAlarm> List() override;
 
     std::string _callersPackage();
-    void _launch(const Launch& launch, int tries);
-    void _send(const Launch& launch, const std::string& connection, int tries);
+    void _launch(const Launch& launch);
     void _answered(const Launch& launch, const sdbus::Error* error);
     void _clockChanged();
     void _update();
     void _updateSoon();
 
     Applications& _applications;
+    RequestSender& _sender;
     AlarmSchedule _schedule;
     ClockWatch _clock;
-    std::map<int, std::unique_ptr<sdbus::IProxy>> _calls; ///< unanswered launches, by alarm
-    std::vector<std::unique_ptr<sdbus::IProxy>> _answeredCalls; ///< until they have returned
     bool _started = false;
     std::unique_ptr<Timer> _soon; ///< while an update is due in this turn of the loop
 };

@@ -1,16 +1,11 @@
 #include "host/daemon/AlarmStore.h"
 
 #include "host/common/Log.h"
-#include "host/common/Session.h"
 
 #include <algorithm>
 #include <climits>
-#include <filesystem>
-#include <sqlite3.h>
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <SQLiteCpp/VariadicBind.h>
-
-namespace fs = std::filesystem;
 
 namespace host {
 
@@ -42,10 +37,6 @@ const char* const kSchema = R"(
         secret TEXT NOT NULL);
     CREATE INDEX IF NOT EXISTS alarms_due_whose ON alarms (due, id, application, package);
     CREATE INDEX IF NOT EXISTS alarms_package ON alarms (package);
-    CREATE TABLE IF NOT EXISTS tray (
-        id INTEGER PRIMARY KEY AUTOINCREMENT,
-        posted INTEGER NOT NULL,
-        text TEXT NOT NULL);
 )";
 
 const std::string kSelect = "SELECT id, package, application, request, hour, minute, second,"
@@ -87,68 +78,51 @@ void addSecrets(SQLite::Database& db)
     transaction.commit();
 }
 
-SQLite::Database openChecked(const std::string& path)
+void prepare(SQLite::Database& db)
 {
-    makePrivateFile(path);
-    SQLite::Database db(path, SQLite::OPEN_READWRITE, kBusyMilliseconds);
-    db.exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL");
-    const std::string state = db.execAndGet("PRAGMA integrity_check(1)").getString();
-    if (state != "ok")
-        throw SQLite::Exception(state, SQLITE_CORRUPT);
     db.exec(kSchema);
     addSecrets(db);
-    return db;
-}
-
-std::string moveAside(const std::string& path)
-{
-    int number = 1;
-    while (fs::exists(path + ".damaged-" + std::to_string(number)))
-        ++number;
-    const std::string suffix = ".damaged-" + std::to_string(number);
-    // The database file is moved last: as long as it is there, the next start tries again.
-    for (const char* part : { "-wal", "-shm", "" }) {
-        if (fs::exists(path + part))
-            fs::rename(path + part, path + suffix + part);
-    }
-    return path + suffix;
 }
 
 } // namespace
 
-bool isDamage(const SQLite::Exception& error)
-{
-    return error.getErrorCode() == SQLITE_CORRUPT || error.getErrorCode() == SQLITE_NOTADB;
-}
-
-AlarmStore::Opened AlarmStore::_open(const std::string& path)
-{
-    try {
-        return { openChecked(path), "" };
-    } catch (const SQLite::Exception& error) {
-        if (!isDamage(error))
-            throw;
-        const std::string loss
-            = path + " is damaged (" + error.what() + "); it was moved to " + moveAside(path);
-        return { openChecked(path), loss };
-    }
-}
-
-AlarmStore::AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark)
-    : AlarmStore(_open(path), path, now, mark)
+AlarmStore::AlarmStore(
+    const std::string& path, std::int64_t now, const IdMark& mark, TrayStore& tray)
+    : AlarmStore(openStateFile(path, kBusyMilliseconds, prepare), path, now, mark, tray)
 {
 }
 
-AlarmStore::AlarmStore(Opened opened, const std::string& path, std::int64_t now, const IdMark& mark)
+AlarmStore::AlarmStore(
+    StateFile file, const std::string& path, std::int64_t now, const IdMark& mark, TrayStore& tray)
     : _mark(mark)
-    , _db(std::move(opened.db))
+    , _db(std::move(file.db))
 {
-    _raiseIds(path, now, std::move(opened.loss));
+    _moveReports(tray);
+    _raiseIds(path, now, std::move(file.loss), tray);
+}
+
+// Takes the reports out of a file of an earlier version, which kept the tray itself.
+void AlarmStore::_moveReports(TrayStore& tray)
+{
+    if (!_db.tableExists("tray"))
+        return;
+    std::vector<Report> reports;
+    SQLite::Statement select(_db, "SELECT id, posted, text FROM tray ORDER BY id DESC LIMIT ?");
+    select.bind(1, TrayStore::kMostReports);
+    while (select.executeStep()) {
+        reports.insert(reports.begin(),
+            { "moved " + select.getColumn(0).getString(), select.getColumn(1).getInt64(),
+                select.getColumn(2).getString() });
+    }
+    select.reset();
+    if (tray.report(reports))
+        _db.exec("DROP TABLE tray");
 }
 
 // Makes new ids begin above all ids that anybody may hold, whatever became of the file. Reports
 // registrations that are lost.
-void AlarmStore::_raiseIds(const std::string& path, std::int64_t now, std::string loss)
+void AlarmStore::_raiseIds(
+    const std::string& path, std::int64_t now, std::string loss, TrayStore& tray)
 {
     const int mark = _mark.read();
     const SQLite::Column last
@@ -158,17 +132,19 @@ void AlarmStore::_raiseIds(const std::string& path, std::int64_t now, std::strin
     if (last.isNull() && loss.empty() && mark != 0)
         loss = path + " is not there any more, or empty";
     const auto bySeconds = std::clamp<std::int64_t>(now - kFirstSecond, 0, kHighestId);
+    if (!loss.empty()) {
+        loss.insert(0, "The registered alarms are lost: ");
+        logError(loss);
+        // The first id that is given out afterwards raises the mark, so each loss has its own key.
+        (void)tray.report({ { "lost above " + std::to_string(mark), now, loss } });
+    }
     transaction([&] {
         _db.exec("DELETE FROM sqlite_sequence WHERE name = 'alarms'");
         SQLite::Statement insert(
             _db, "INSERT INTO sqlite_sequence (name, seq) VALUES ('alarms', ?)");
         insert.bind(1, last.isNull() ? std::max<std::int64_t>(bySeconds, mark) : mark);
         insert.exec();
-        if (!loss.empty())
-            post({ now, "The registered alarms are lost: " + loss });
     });
-    if (!loss.empty())
-        logError("The registered alarms are lost: " + loss);
 }
 
 int AlarmStore::add(const Alarm& alarm)
@@ -285,22 +261,6 @@ std::optional<std::int64_t> AlarmStore::earliestDueAfter(std::int64_t instant)
     if (!select.executeStep() || select.getColumn(0).isNull())
         return std::nullopt;
     return select.getColumn(0).getInt64();
-}
-
-void AlarmStore::post(const TrayEntry& entry)
-{
-    SQLite::Statement insert(_db, "INSERT INTO tray (posted, text) VALUES (?, ?)");
-    SQLite::bind(insert, entry.posted, entry.text);
-    insert.exec();
-}
-
-std::vector<TrayEntry> AlarmStore::tray()
-{
-    std::vector<TrayEntry> entries;
-    SQLite::Statement select(_db, "SELECT posted, text FROM tray ORDER BY id");
-    while (select.executeStep())
-        entries.push_back({ select.getColumn(0).getInt64(), select.getColumn(1).getString() });
-    return entries;
 }
 
 void AlarmStore::transaction(const std::function<void()>& change)

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "host/daemon/NextOccurrence.h"
+#include "host/daemon/StateFile.h"
+#include "host/daemon/TrayStore.h"
 
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <SQLiteCpp/Database.h>
-#include <SQLiteCpp/Exception.h>
 #include <string>
 #include <vector>
 
@@ -32,16 +32,8 @@ struct IdMark {
     std::function<void(int)> write; ///< on disk when it returns
 };
 
-/// Whether the file is damaged. The next AlarmStore that opens it moves it aside.
-bool isDamage(const SQLite::Exception& error);
-
-struct TrayEntry {
-    std::int64_t posted = 0;
-    std::string text;
-};
-
 /**
- * Alarms and tray on disk. A change is durable when the call returns, or when the enclosing
+ * The alarms on disk. A change is durable when the call returns, or when the enclosing
  * transaction ends. Throws SQLite::Exception when the file cannot be read or written.
  */
 class AlarmStore {
@@ -50,7 +42,7 @@ public:
     /// an empty one. The log and the tray report a file that was damaged or is lost. Ids of a new
     /// file begin above the mark and above the number of seconds since 2020, since applications may
     /// still hold ids of the lost one.
-    AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark);
+    AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark, TrayStore& tray);
 
     /// Returns the new alarm's id, which was never given out before.
     int add(const Alarm& alarm);
@@ -69,21 +61,15 @@ public:
     std::vector<Alarm> due(std::int64_t after, std::int64_t until, const Wanted& wanted);
     std::optional<std::int64_t> earliestDueAfter(std::int64_t instant);
 
-    void post(const TrayEntry& entry);
-    std::vector<TrayEntry> tray(); ///< the oldest first
-
     /// Runs change in a transaction, which is rolled back when change throws.
     void transaction(const std::function<void()>& change);
 
 private:
-    struct Opened {
-        SQLite::Database db;
-        std::string loss; ///< what happened to a damaged file; empty when there was none
-    };
-    static Opened _open(const std::string& path);
-    AlarmStore(Opened opened, const std::string& path, std::int64_t now, const IdMark& mark);
+    AlarmStore(StateFile file, const std::string& path, std::int64_t now, const IdMark& mark,
+        TrayStore& tray);
+    void _moveReports(TrayStore& tray);
     int _reserved(int id);
-    void _raiseIds(const std::string& path, std::int64_t now, std::string loss);
+    void _raiseIds(const std::string& path, std::int64_t now, std::string loss, TrayStore& tray);
     std::vector<Alarm> _select(const std::string& condition, const std::string& package);
 
     IdMark _mark;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "host/common/Wire.h"
-#include "host/daemon/AlarmSchedule.h"
+#include "host/daemon/Applications.h"
+#include "host/daemon/RequestSender.h"
+#include "host/daemon/TrayStore.h"
 
 #include <com.velmora.host.Tray-adaptor.h>
 #include <string>
@@ -12,13 +14,32 @@ namespace host {
 /// Offers the notification tray on the bus; see com.velmora.host.Tray.xml.
 class TrayService final : public BusObject<com::velmora::host::Tray_adaptor> {
 public:
-    /// Shows the reports of schedule, which must outlive the service.
-    explicit TrayService(AlarmSchedule& schedule);
+    /// The arguments must outlive the service.
+    TrayService(TrayStore& store, Applications& applications, RequestSender& sender);
 
 private:
-    std::vector<sdbus::Struct<int64_t, std::string>> List() override;
+    using WireText = sdbus::Struct<int32_t, std::string, std::string>;
+    using WireNotification = sdbus::Struct<int64_t, std::string, int64_t, std::string, int32_t,
+        int32_t, int32_t, int64_t, std::vector<WireText>>;
+    using WireCard = sdbus::Struct<std::string, std::string, int64_t, std::string, std::string,
+        std::string, std::vector<std::string>>;
 
-    AlarmSchedule& _schedule;
+    int64_t Post(const std::string& tag, const int32_t& type, const int32_t& layout,
+        const int32_t& displays, const int64_t& time, const std::vector<WireText>& texts) override;
+    WireNotification Load(const std::string& tag) override;
+    void Delete(const int64_t& id) override;
+    void DeleteAll(const int32_t& type) override;
+    std::vector<WireNotification> List() override;
+    std::vector<WireCard> Show() override;
+    std::vector<sdbus::Struct<int64_t, std::string>> Reports() override;
+    void Press(sdbus::Result<std::string>&& pressed, std::string tag, int32_t button) override;
+
+    Identity _caller();
+    static WireNotification _toWire(const Notification& notification);
+
+    TrayStore& _store;
+    Applications& _applications;
+    RequestSender& _sender;
 };
 
 } // namespace host

@@ -1,5 +1,6 @@
 #include "host/common/Boundary.h"
 #include "host/common/Bus.h"
+#include "host/common/Session.h"
 #include "host/daemon/AlarmService.h"
 #include "host/daemon/ApplicationsService.h"
 #include "host/daemon/BootApplications.h"
@@ -57,8 +58,10 @@ int main()
         host::guarded("the device's settings cannot be written", host::seedSettings);
         host::Applications applications;
         const host::ApplicationsService applicationsService(applications);
-        host::AlarmService alarms(applications);
-        host::TrayService tray(alarms.schedule());
+        host::RequestSender sender(applications);
+        host::TrayStore trayStore(host::homePath() + "notifications.db");
+        host::AlarmService alarms(applications, sender, trayStore);
+        const host::TrayService tray(trayStore, applications, sender);
         host::FocusService focus(applications);
         host::VibrationService vibration;
         host::VolumeService volume;

@@ -2,7 +2,6 @@
 
 #include "host/common/Bus.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <map>
 
@@ -21,7 +20,10 @@ const char* const kHelp
   hostctl clock 12|24                    whether times are shown in 12 or 24 hours
   hostctl zone ZONE                      the device's time zone, such as Asia/Seoul
   hostctl alarms [--json]                the registered alarms, the earliest first
-  hostctl tray                           what the notification tray shows, the oldest first
+  hostctl tray [--json]                  what the notification tray shows: the applications'
+                                         notifications, then missed alarms, the oldest first
+  hostctl tray tap TAG                   the user taps on the notification with this tag
+  hostctl tray button TAG N              the user taps on its button N, from 1
   hostctl launch APPLICATION [--operation OPERATION] [--extra KEY=VALUE]...
                                          starts an application, or passes the request to it when it runs
   hostctl volume get TYPE                the level of a kind of sound, such as alarm: 0 to 15
@@ -79,13 +81,10 @@ void run(const hostctl::Arguments& words)
         throw std::runtime_error("the result cannot be written");
 }
 
-// Prints the text as one line, even if words of the command line or an answer of the bus contain
-// control characters.
-int failed(int status, std::string text)
+// Words of the command line and answers of the bus may contain control characters.
+int failed(int status, const std::string& text)
 {
-    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
-    std::replace_if(text.begin(), text.end(), isControl, '?');
-    fprintf(stderr, "hostctl: %s\n", text.c_str());
+    fprintf(stderr, "hostctl: %s\n", hostctl::shown(text).c_str());
     return status;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <sdbus-c++/IConnection.h>
 #include <stdexcept>
 #include <string>
@@ -19,6 +20,16 @@ public:
 
 /// The session's bus. Throws std::runtime_error when there is none.
 sdbus::IConnection& bus();
+
+/// Throws UsageError when there are arguments; right: the whole command.
+void refuseUnlessEmpty(const Arguments& arguments, const std::string& right);
+
+/// The instant in the device's zone, by a format of strftime.
+std::string local(std::int64_t instant, const char* format);
+/// The text as a JSON string.
+std::string quoted(const std::string& text);
+/// The text as one line for a terminal, whoever wrote it: with ? for control characters.
+std::string shown(std::string text);
 
 void key(const Arguments& arguments);
 void preference(const Arguments& arguments);

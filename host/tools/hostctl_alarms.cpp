@@ -2,11 +2,7 @@
 #include "host/tools/hostctl.h"
 
 #include <com.velmora.host.Alarm-proxy.h>
-#include <com.velmora.host.Tray-proxy.h>
 #include <cstdio>
-#include <ctime>
-#include <iomanip>
-#include <sstream>
 
 namespace hostctl {
 
@@ -14,16 +10,6 @@ namespace {
 
 using Triple = sdbus::Struct<int32_t, int32_t, int32_t>;
 using WireAlarm = sdbus::Struct<int32_t, std::string, std::string, int64_t, Triple, int32_t>;
-
-std::string local(std::int64_t instant, const char* format)
-{
-    const std::time_t seconds = instant;
-    std::tm shown = {};
-    localtime_r(&seconds, &shown);
-    std::ostringstream text;
-    text << std::put_time(&shown, format);
-    return text.str();
-}
 
 std::string clockTime(const Triple& time)
 {
@@ -41,24 +27,6 @@ std::string days(int weekFlag)
             text += (text.empty() ? "" : ",") + std::string(names[day]);
     }
     return text.empty() ? "once" : text;
-}
-
-std::string quoted(const std::string& text)
-{
-    std::string json = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') {
-            json += '\\';
-            json += c;
-        } else if (static_cast<unsigned char>(c) < 0x20) {
-            char escape[sizeof "\\u0000"];
-            snprintf(escape, sizeof escape, "\\u%04x", c);
-            json += escape;
-        } else {
-            json += c;
-        }
-    }
-    return json + '"';
 }
 
 void printLines(const std::vector<WireAlarm>& alarms)
@@ -89,12 +57,6 @@ void printJson(const std::vector<WireAlarm>& alarms)
     puts(alarms.empty() ? "]" : "\n]");
 }
 
-void refuseUnlessEmpty(const Arguments& arguments, const std::string& right)
-{
-    if (!arguments.empty())
-        throw UsageError("\"" + arguments[0] + "\" is too much; it must be " + right);
-}
-
 } // namespace
 
 void alarms(const Arguments& arguments)
@@ -109,15 +71,6 @@ void alarms(const Arguments& arguments)
         printJson(list);
     } else {
         printLines(list);
-    }
-}
-
-void tray(const Arguments& arguments)
-{
-    refuseUnlessEmpty(arguments, "tray");
-    for (const auto& entry : host::DaemonProxy<com::velmora::host::Tray_proxy>(bus()).List()) {
-        printf(
-            "%s  %s\n", local(entry.get<0>(), "%Y-%m-%d %H:%M:%S").c_str(), entry.get<1>().c_str());
     }
 }
 

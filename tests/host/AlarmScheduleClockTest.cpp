@@ -18,7 +18,7 @@ TEST_F(AlarmScheduleClockTest, RingsLateWithinHalfAnHour)
 
     ASSERT_EQ(1u, launches.size());
     EXPECT_EQ(at("2026-11-21 07:30:00"), schedule().list().at(0).due);
-    EXPECT_TRUE(schedule().tray().empty());
+    EXPECT_TRUE(trayTexts().empty());
 }
 
 TEST_F(AlarmScheduleClockTest, ReportsAOneShotAsMissedAfterHalfAnHour)
@@ -30,12 +30,12 @@ TEST_F(AlarmScheduleClockTest, ReportsAOneShotAsMissedAfterHalfAnHour)
 
     EXPECT_TRUE(launches.empty());
     EXPECT_TRUE(schedule().list().empty());
-    const std::vector<host::TrayEntry> tray = schedule().tray();
-    ASSERT_EQ(1u, tray.size());
-    EXPECT_EQ(clock, tray[0].posted);
+    const std::vector<host::Report> reports = tray->reports();
+    ASSERT_EQ(1u, reports.size());
+    EXPECT_EQ(clock, reports[0].posted);
     EXPECT_EQ("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:30: nobody was there to "
               "launch it",
-        tray[0].text);
+        reports[0].text);
 }
 
 TEST_F(AlarmScheduleClockTest, AMissedRecurringOneGoesOnWithItsNextDay)
@@ -59,7 +59,7 @@ TEST_F(AlarmScheduleClockTest, RingsTodayAfterDaysWithoutPower)
 
     ASSERT_EQ(1u, launches.size());
     EXPECT_EQ(at("2026-11-27 07:30:00"), schedule().list().at(0).due);
-    EXPECT_EQ(1u, schedule().tray().size());
+    EXPECT_EQ(1u, trayTexts().size());
     deliverAll();
     EXPECT_EQ(at("2026-11-28 07:30:00"), next);
 }
@@ -211,7 +211,7 @@ TEST_F(AlarmScheduleClockTest, AClockSetFarForwardReportsWhatItPassed)
     clockChanged();
 
     EXPECT_TRUE(launches.empty());
-    EXPECT_EQ(1u, schedule().tray().size());
+    EXPECT_EQ(1u, trayTexts().size());
     EXPECT_EQ(std::nullopt, next);
 }
 

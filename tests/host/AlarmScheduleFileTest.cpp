@@ -1,10 +1,9 @@
 #include "AlarmScheduleFixture.h"
+#include "NoFileGrows.h"
 
-#include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -97,7 +96,7 @@ TEST_F(AlarmScheduleFileTest, ALostFileIsToldOfAndItsIdsAreNotGivenAgain)
 
 TEST_F(AlarmScheduleFileTest, ANewFileIsNoLoss)
 {
-    EXPECT_TRUE(schedule().tray().empty());
+    EXPECT_TRUE(trayTexts().empty());
     EXPECT_TRUE(logLines.empty());
 }
 
@@ -167,6 +166,66 @@ TEST_F(AlarmScheduleFileTest, AFileOfAnEarlierVersionIsTakenOver)
     EXPECT_EQ(32u, schedule().list().at(0).secret.size());
 }
 
+TEST_F(AlarmScheduleFileTest, TheTrayOfAnEarlierVersionIsTakenOver)
+{
+    close();
+    {
+        SQLite::Database file(path(), SQLite::OPEN_READWRITE, 1000);
+        file.exec("CREATE TABLE tray (id INTEGER PRIMARY KEY, posted INTEGER, text TEXT)");
+        file.exec("INSERT INTO tray (posted, text) VALUES (1000, 'first'), (2000, 'second')");
+    }
+    fs::create_directory(trayPath()); // so that it cannot be written
+    open();
+    fs::remove(trayPath());
+    open();
+
+    EXPECT_THAT(trayTexts(), ElementsAre("first", "second"));
+    EXPECT_EQ(1000, tray->reports().at(0).posted);
+    open();
+    EXPECT_EQ(2u, trayTexts().size());
+}
+
+TEST_F(AlarmScheduleFileTest, AKillBetweenTrayAndScheduleDoublesNoReport)
+{
+    for (int minute = 0; minute < 30; ++minute)
+        ringAt(7, minute, 0);
+    passUntil("2026-11-21 12:00:00");
+    {
+        const NoFileGrows full(path() + "-wal"); // which is longer than the tray's
+        runDue();
+    }
+    ASSERT_EQ(30u, schedule().list().size());
+    EXPECT_EQ(30u, trayTexts().size());
+
+    open();
+    runDue();
+
+    EXPECT_TRUE(schedule().list().empty());
+    EXPECT_EQ(30u, trayTexts().size());
+}
+
+TEST_F(AlarmScheduleFileTest, ATrayThatCannotBeWrittenHoldsUpNoAlarm)
+{
+    close();
+    fs::create_directory(trayPath());
+    open();
+    ringAt(7, 30, 0);
+    ringAt(7, 30, kEveryDay);
+    passUntil("2026-11-21 12:00:00");
+
+    runDue();
+
+    EXPECT_EQ(1u, schedule().list().size());
+    EXPECT_EQ(clock + 60, next); // when it tries to report again
+    passUntil("2026-11-22 07:30:00");
+    runDue();
+    EXPECT_EQ(1, deliverAll());
+    fs::remove(trayPath());
+    runDue();
+    EXPECT_EQ(2u, trayTexts().size());
+    EXPECT_EQ(at("2026-11-23 07:30:00"), next);
+}
+
 TEST_F(AlarmScheduleFileTest, NobodyElseMayReadTheFile)
 {
     ringAt(7, 30, 0);
@@ -206,28 +265,6 @@ TEST_F(AlarmScheduleFileTest, KeepsEveryDamagedFile)
     EXPECT_EQ(6u, fs::file_size(path() + ".damaged-2"));
     EXPECT_EQ(1u, schedule().list().size());
 }
-
-// Lets no file grow while it exists, as on a full disk.
-class NoFileGrows {
-public:
-    explicit NoFileGrows(const std::string& file)
-    {
-        _handler = std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &_before);
-        rlimit full = _before;
-        full.rlim_cur = fs::file_size(file);
-        EXPECT_EQ(0, setrlimit(RLIMIT_FSIZE, &full));
-    }
-    ~NoFileGrows()
-    {
-        setrlimit(RLIMIT_FSIZE, &_before);
-        std::signal(SIGXFSZ, _handler);
-    }
-
-private:
-    rlimit _before = {};
-    void (*_handler)(int) = nullptr;
-};
 
 TEST_F(AlarmScheduleFileTest, AFullDiskRefusesARegistrationAndKeepsTheOthers)
 {

@@ -46,21 +46,27 @@ protected:
 
     ~AlarmScheduleFixture() override
     {
-        _schedule.reset();
+        close();
         std::filesystem::remove_all(_folder);
         host::setLogHook(nullptr);
     }
 
     std::string path() const { return _folder + "/alarms.db"; }
+    std::string trayPath() const { return _folder + "/notifications.db"; }
     host::AlarmSchedule& schedule() { return *_schedule; }
 
-    void close() { _schedule.reset(); }
+    void close()
+    {
+        _schedule.reset();
+        tray.reset();
+    }
 
     // A new daemon on the same file. The old one knew nothing of its end.
     void open()
     {
         close();
         launches.clear();
+        tray.emplace(trayPath());
         _schedule = std::make_unique<host::AlarmSchedule>(
             path(), host::Clock{ [this] { return clock; }, [this] { return _elapsed; } }, zone,
             [this](const host::Launch& launch) {
@@ -68,7 +74,7 @@ protected:
                 if (whenLaunched)
                     whenLaunched();
             },
-            host::IdMark{ [this] { return idMark; }, [this](int mark) { idMark = mark; } });
+            host::IdMark{ [this] { return idMark; }, [this](int mark) { idMark = mark; } }, *tray);
     }
 
     std::int64_t at(const std::string& local) const
@@ -120,8 +126,8 @@ protected:
     std::vector<std::string> trayTexts()
     {
         std::vector<std::string> texts;
-        for (const host::TrayEntry& entry : schedule().tray())
-            texts.push_back(entry.text);
+        for (const host::Report& report : tray->reports())
+            texts.push_back(report.text);
         return texts;
     }
 
@@ -131,6 +137,7 @@ protected:
     std::function<void()> whenLaunched;
     std::optional<std::int64_t> next;
     int idMark = 0;
+    std::optional<host::TrayStore> tray;
 
 private:
     std::string _folder;

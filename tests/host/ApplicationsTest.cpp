@@ -68,7 +68,7 @@ TEST_F(ApplicationsTest, AnAlarmRingsAlthoughAnotherProgramHoldsItsApplicationsN
     expectRequests(echo, { "rings" });
     EXPECT_TRUE(waitForLog(
         std::string("The name ") + kEcho + " is held by process " + std::to_string(getpid())));
-    EXPECT_TRUE(session.tray().empty());
+    EXPECT_TRUE(session.reports().empty());
 }
 
 TEST_F(ApplicationsTest, EachAlarmThatRangIsWrittenDown)

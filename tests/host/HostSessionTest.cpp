@@ -32,7 +32,7 @@ TEST_F(HostSessionTest, KillsTheDaemonForGood)
 
     EXPECT_NE(killed, session.daemonPid());
     EXPECT_TRUE(session.waitFor([this] { return session.daemonPid() != 0; }));
-    EXPECT_TRUE(session.tray().empty());
+    EXPECT_TRUE(session.reports().empty());
 }
 
 TEST_F(HostSessionTest, ReadsWhatTheOthersLog)

@@ -17,6 +17,8 @@
 //   icu-time SECONDS                 HH:mm of that instant in ICU's default zone
 //   texts FOLDER DOMAIN MESSAGE LANGUAGE...  the message after appcore_set_i18n in each language
 //   alarm ID                         alarm_cancel's code
+//   notification TAG                 the codes of posting one and of deleting all; "none" when the
+//                                    tag's cannot be loaded
 //   schedule APPLICATION             the code of an alarm's registration, and whether it gave an id
 //
 // When PROBE_GATE is set, it says "ready" first and goes on when that file is there.
@@ -36,6 +38,7 @@
 #include <libintl.h>
 #include <map>
 #include <memory>
+#include <notification.h>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -256,6 +259,18 @@ void scheduleAlarm(const Arguments& arguments)
     printf("%d %s", code, id == kUntouched ? "untouched" : "touched");
 }
 
+void postNotification(const Arguments& arguments)
+{
+    notification_h noti = notification_create(NOTIFICATION_TYPE_NOTI);
+    notification_set_tag(noti, arguments.at(1).c_str());
+    const int postCode = notification_post(noti);
+    const int deleteCode = notification_delete_all(NOTIFICATION_TYPE_NONE);
+    notification_free(noti);
+    noti = notification_load_by_tag(arguments.at(1).c_str());
+    printf("%d %d %s", postCode, deleteCode, noti ? "loaded" : "none");
+    notification_free(noti);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -277,6 +292,7 @@ int main(int argc, char** argv)
         { "icu-time", printIcuTime },
         { "texts", printTexts },
         { "alarm", cancelAlarm },
+        { "notification", postNotification },
         { "schedule", scheduleAlarm },
     };
     const Arguments arguments(argv + 1, argv + argc);

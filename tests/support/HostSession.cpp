@@ -103,12 +103,12 @@ std::vector<HostSession::Alarm> HostSession::alarms()
     return alarms;
 }
 
-std::vector<HostSession::TrayEntry> HostSession::tray()
+std::vector<HostSession::Report> HostSession::reports()
 {
-    std::vector<TrayEntry> entries;
-    for (const auto& entry : host::DaemonProxy<com::velmora::host::Tray_proxy>().List())
-        entries.push_back({ entry.get<0>(), entry.get<1>() });
-    return entries;
+    std::vector<Report> reports;
+    for (const auto& report : host::DaemonProxy<com::velmora::host::Tray_proxy>().Reports())
+        reports.push_back({ report.get<0>(), report.get<1>() });
+    return reports;
 }
 
 pid_t HostSession::daemonPid() { return pidOf(host::kDaemonName); }

@@ -49,11 +49,12 @@ public:
     /// What is registered with the alarm service, the next one first.
     std::vector<Alarm> alarms();
 
-    struct TrayEntry {
+    struct Report {
         std::int64_t posted = 0; ///< seconds since the epoch
         std::string text;
     };
-    std::vector<TrayEntry> tray();
+    /// What hostd reports in the tray, the oldest first.
+    std::vector<Report> reports();
 
     /// The process that owns a name on the bus, such as an application's id; 0 when none does.
     pid_t pidOf(const std::string& name);

@@ -103,8 +103,8 @@ TEST_F(DaemonTest, AlarmOfAnAbsentApplicationIsLoggedAndTheNextRings)
     EXPECT_EQ(daemon, session.daemonPid());
     const std::vector<int> registered = idsOf(session.alarms());
     EXPECT_EQ(0, std::count(registered.begin(), registered.end(), absent));
-    ASSERT_EQ(1U, session.tray().size());
-    EXPECT_THAT(session.tray()[0].text,
+    ASSERT_EQ(1U, session.reports().size());
+    EXPECT_THAT(session.reports()[0].text,
         MatchesRegex("Missed alarm of com.velmora.absent at .*: it cannot be launched: .*"));
 }
 
@@ -119,7 +119,7 @@ TEST_F(DaemonTest, AlarmRingsWhoseProgramIsMissingForAMoment)
     fs::create_symlink(HostSession::programOf(kAlert), program);
 
     EXPECT_TRUE(waitForRing(alarm.id));
-    EXPECT_TRUE(session.tray().empty());
+    EXPECT_TRUE(session.reports().empty());
 }
 
 TEST_F(DaemonTest, AlarmRingsThatComesWhileTheBusCanStartNoProgram)
@@ -130,7 +130,7 @@ TEST_F(DaemonTest, AlarmRingsThatComesWhileTheBusCanStartNoProgram)
         ASSERT_TRUE(waitForSendingAgain(alarm));
     }
     EXPECT_TRUE(waitForRing(alarm.id));
-    EXPECT_TRUE(session.tray().empty());
+    EXPECT_TRUE(session.reports().empty());
 }
 
 TEST_F(DaemonTest, ApplicationThatHangsHoldsUpNoOthersAlarm)
@@ -160,8 +160,8 @@ TEST_F(DaemonTest, LostRegistrationsAreToldOfAndNoOldIdRingsAnAlarm)
     ASSERT_TRUE(waitForNewDaemon(daemon));
 
     EXPECT_TRUE(session.alarms().empty());
-    ASSERT_EQ(1U, session.tray().size());
-    EXPECT_THAT(session.tray()[0].text, StartsWith("The registered alarms are lost: "));
+    ASSERT_EQ(1U, session.reports().size());
+    EXPECT_THAT(session.reports()[0].text, StartsWith("The registered alarms are lost: "));
     EXPECT_TRUE(waitForLog("The registered alarms are lost: "));
     EXPECT_GT(setAlarm(time(nullptr) + 3600).alarm_mgr_id, lost.alarm_mgr_id);
 }

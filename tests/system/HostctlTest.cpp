@@ -54,6 +54,10 @@ INSTANTIATE_TEST_SUITE_P(Table, HostctlUsageTest,
         UsageCase{ "NoPackage", { "preference", "--package" }, "--package needs a package" },
         UsageCase{ "AlarmsTooMuch", { "alarms", "--xml" }, "\"--xml\" is too much" },
         UsageCase{ "TrayTooMuch", { "tray", "now" }, "\"now\" is too much" },
+        UsageCase{ "TrayTapNothing", { "tray", "tap" }, "it must be tray, tray --json" },
+        UsageCase{ "TrayButtonNothing", { "tray", "button", "t" }, "it must be tray, tray --json" },
+        UsageCase{ "TrayButtonZero", { "tray", "button", "t", "0" }, "\"0\" is no button" },
+        UsageCase{ "TrayButtonWord", { "tray", "button", "t", "1x" }, "\"1x\" is no button" },
         UsageCase{ "SuperviseTooMuch", { "supervise", "now" }, "\"now\" is too much" },
         UsageCase{ "LaunchNothing", { "launch" }, "the application is missing" },
         UsageCase{ "LaunchOption", { "launch", "a.b", "--now", "1" }, "\"--now\" is unknown" },
@@ -98,6 +102,9 @@ TEST(HostctlTest, NothingIsRegisteredAtFirst)
     EXPECT_EQ("", hostctl({ "alarms" }).out);
     EXPECT_EQ("[]\n", hostctl({ "alarms", "--json" }).out);
     EXPECT_EQ("", hostctl({ "tray" }).out);
+    EXPECT_EQ(
+        "{ \"notifications\": [ ],\n  \"reports\": [ ] }\n", hostctl({ "tray", "--json" }).out);
+    expectError(hostctl({ "tray", "tap", "t" }), 1, "no notification has the tag t");
 }
 
 TEST(HostctlTest, LaunchSaysWhyTheRequestWasNotTaken)

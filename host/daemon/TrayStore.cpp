@@ -1,0 +1,265 @@
+#include "host/daemon/TrayStore.h"
+
+#include "host/common/Boundary.h"
+
+#include <algorithm>
+#include <ctime>
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <SQLiteCpp/VariadicBind.h>
+
+namespace host {
+
+namespace {
+
+const int kBusyMilliseconds = 200; ///< alarms wait for as long
+
+// A notification without a tag has null there, which is unlike any other null.
+const char* const kSchema = R"(
+    CREATE TABLE IF NOT EXISTS notifications (
+        id INTEGER PRIMARY KEY AUTOINCREMENT,
+        package TEXT NOT NULL,
+        application TEXT NOT NULL,
+        posted INTEGER NOT NULL,
+        tag TEXT,
+        type INTEGER NOT NULL,
+        layout INTEGER NOT NULL,
+        displays INTEGER NOT NULL,
+        time INTEGER NOT NULL,
+        UNIQUE (application, tag));
+    CREATE TABLE IF NOT EXISTS texts (
+        notification INTEGER NOT NULL REFERENCES notifications ON DELETE CASCADE,
+        type INTEGER NOT NULL,
+        text TEXT NOT NULL,
+        key TEXT NOT NULL,
+        PRIMARY KEY (notification, type));
+    CREATE TABLE IF NOT EXISTS reports (
+        id INTEGER PRIMARY KEY AUTOINCREMENT,
+        key TEXT NOT NULL UNIQUE,
+        posted INTEGER NOT NULL,
+        text TEXT NOT NULL);
+)";
+
+void prepare(SQLite::Database& db)
+{
+    db.exec("PRAGMA foreign_keys = ON");
+    db.exec(kSchema);
+}
+
+void checkSize(const Notification& notification)
+{
+    std::size_t size = notification.tag.size();
+    for (const auto& [type, text] : notification.texts)
+        size += text.text.size() + text.key.size();
+    if (size > TrayStore::kLongestNotification) {
+        throw LimitExceeded("The notification has " + std::to_string(size) + " bytes; it may have "
+            + std::to_string(TrayStore::kLongestNotification));
+    }
+}
+
+void checkCount(SQLite::Database& db, const std::string& application)
+{
+    SQLite::Statement count(db, "SELECT count(*) FROM notifications WHERE application = ?");
+    count.bind(1, application);
+    if (count.executeStep() && count.getColumn(0).getInt() >= TrayStore::kMostNotifications) {
+        throw LimitExceeded(application + " has " + std::to_string(TrayStore::kMostNotifications)
+            + " notifications, which is the most");
+    }
+}
+
+void insertTexts(SQLite::Database& db, std::int64_t id, const Notification& notification)
+{
+    for (const auto& [type, text] : notification.texts) {
+        SQLite::Statement insert(
+            db, "INSERT INTO texts (notification, type, text, key) VALUES (?, ?, ?, ?)");
+        SQLite::bind(insert, id, type, text.text, text.key);
+        insert.exec();
+    }
+}
+
+Notification readNotification(SQLite::Statement& row)
+{
+    Notification notification;
+    notification.id = row.getColumn(0).getInt64();
+    notification.package = row.getColumn(1).getString();
+    notification.application = row.getColumn(2).getString();
+    notification.posted = row.getColumn(3).getInt64();
+    notification.tag = row.getColumn(4).getString();
+    notification.type = row.getColumn(5).getInt();
+    notification.layout = row.getColumn(6).getInt();
+    notification.displays = row.getColumn(7).getInt();
+    notification.time = row.getColumn(8).getInt64();
+    return notification;
+}
+
+void readTexts(SQLite::Database& db, Notification& notification)
+{
+    SQLite::Statement select(db, "SELECT type, text, key FROM texts WHERE notification = ?");
+    select.bind(1, notification.id);
+    while (select.executeStep()) {
+        notification.texts[select.getColumn(0).getInt()]
+            = { select.getColumn(1).getString(), select.getColumn(2).getString() };
+    }
+}
+
+std::optional<Notification> firstOf(const std::vector<Notification>& found)
+{
+    return found.empty() ? std::nullopt : std::make_optional(found.front());
+}
+
+void insertReport(SQLite::Database& db, const Report& report)
+{
+    SQLite::Statement insert(
+        db, "INSERT INTO reports (key, posted, text) VALUES (?, ?, ?) ON CONFLICT DO NOTHING");
+    SQLite::bind(insert, report.key, report.posted, report.text);
+    insert.exec();
+}
+
+} // namespace
+
+TrayStore::TrayStore(std::string path)
+    : _path(std::move(path))
+{
+}
+
+SQLite::Database& TrayStore::_open()
+{
+    if (_file)
+        return *_file;
+    StateFile opened = openStateFile(_path, kBusyMilliseconds, prepare);
+    _file = std::move(opened.db);
+    if (!opened.loss.empty()) {
+        const std::string text = "The notifications are lost: " + opened.loss;
+        logError(text);
+        insertReport(*_file, { text, time(nullptr), text });
+    }
+    return *_file;
+}
+
+// Runs the work on the file, which is opened anew after damage.
+template <typename Work>
+auto TrayStore::_with(const Work& work)
+{
+    try {
+        return work(_open());
+    } catch (const SQLite::Exception& error) {
+        if (isDamage(error))
+            _file.reset();
+        throw;
+    }
+}
+
+std::int64_t TrayStore::post(const Notification& notification)
+{
+    checkSize(notification);
+    return _with([&](SQLite::Database& db) {
+        SQLite::Transaction transaction(db);
+        SQLite::Statement erase(
+            db, "DELETE FROM notifications WHERE application = ? AND tag = nullif(?, '')");
+        SQLite::bind(erase, notification.application, notification.tag);
+        erase.exec();
+        checkCount(db, notification.application);
+        SQLite::Statement insert(db,
+            "INSERT INTO notifications (package, application, posted, tag, type, layout, displays,"
+            " time) VALUES (?, ?, ?, nullif(?, ''), ?, ?, ?, ?)");
+        SQLite::bind(insert, notification.package, notification.application, notification.posted,
+            notification.tag, notification.type, notification.layout, notification.displays,
+            notification.time);
+        insert.exec();
+        const std::int64_t id = db.getLastInsertRowid();
+        insertTexts(db, id, notification);
+        transaction.commit();
+        return id;
+    });
+}
+
+template <typename... Values>
+std::vector<Notification> TrayStore::_select(const std::string& condition, const Values&... values)
+{
+    return _with([&](SQLite::Database& db) {
+        std::vector<Notification> found;
+        SQLite::Statement select(db,
+            "SELECT id, package, application, posted, tag, type, layout, displays, time"
+            " FROM notifications "
+                + condition + " ORDER BY id");
+        SQLite::bind(select, values...);
+        while (select.executeStep()) {
+            found.push_back(readNotification(select));
+            readTexts(db, found.back());
+        }
+        return found;
+    });
+}
+
+std::optional<Notification> TrayStore::find(std::int64_t id)
+{
+    return firstOf(_select("WHERE id = ?", id));
+}
+
+std::optional<Notification> TrayStore::find(const std::string& application, const std::string& tag)
+{
+    return firstOf(_select("WHERE application = ? AND tag = ?", application, tag));
+}
+
+std::vector<Notification> TrayStore::withTag(const std::string& tag)
+{
+    return _select("WHERE tag = ?", tag);
+}
+
+std::vector<Notification> TrayStore::all() { return _select("WHERE true"); }
+
+bool TrayStore::remove(const std::string& application, std::int64_t id)
+{
+    return _with([&](SQLite::Database& db) {
+        SQLite::Statement erase(db, "DELETE FROM notifications WHERE id = ? AND application = ?");
+        SQLite::bind(erase, id, application);
+        return erase.exec() > 0;
+    });
+}
+
+void TrayStore::removeAll(const std::string& application, int type)
+{
+    _with([&](SQLite::Database& db) {
+        SQLite::Statement erase(
+            db, "DELETE FROM notifications WHERE application = ?1 AND (type = ?2 OR ?2 = ?3)");
+        SQLite::bind(erase, application, type, static_cast<int>(NOTIFICATION_TYPE_NONE));
+        erase.exec();
+    });
+}
+
+bool TrayStore::report(const std::vector<Report>& reports) noexcept
+{
+    return guarded("a report cannot be kept for now", false, [&] {
+        _waiting.insert(_waiting.end(), reports.begin(), reports.end());
+        if (_waiting.empty())
+            return true;
+        _with([&](SQLite::Database& db) {
+            SQLite::Transaction transaction(db);
+            for (const Report& report : _waiting)
+                insertReport(db, report);
+            SQLite::Statement drop(db,
+                "DELETE FROM reports WHERE id <="
+                " (SELECT id FROM reports ORDER BY id DESC LIMIT 1 OFFSET ?)");
+            drop.bind(1, kMostReports);
+            drop.exec();
+            transaction.commit();
+        });
+        _waiting.clear();
+        return true;
+    });
+}
+
+std::vector<Report> TrayStore::reports()
+{
+    (void)report({});
+    return _with([](SQLite::Database& db) {
+        std::vector<Report> found;
+        SQLite::Statement select(db, "SELECT key, posted, text FROM reports ORDER BY id");
+        while (select.executeStep()) {
+            found.push_back({ select.getColumn(0).getString(), select.getColumn(1).getInt64(),
+                select.getColumn(2).getString() });
+        }
+        return found;
+    });
+}
+
+} // namespace host

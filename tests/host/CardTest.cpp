@@ -1,0 +1,143 @@
+#include "host/daemon/Card.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+const char* const kPoster = "com.velmora.test-poster";
+
+host::Notification notificationOf(const std::string& json)
+{
+    host::Notification notification;
+    notification.application = kPoster;
+    notification.texts[NOTIFICATION_TEXT_TYPE_EXTENSION] = { json, "" };
+    return notification;
+}
+
+std::string custom(const std::string& members)
+{
+    return R"({"contents_info":{"custom_type":{)" + members + "}}}";
+}
+
+struct MarkupCase {
+    const char* name;
+    std::string markup;
+    const char* text;
+};
+
+class CardMarkupTest : public testing::TestWithParam<MarkupCase> {};
+
+TEST_P(CardMarkupTest, IsShownAsPlainText)
+{
+    EXPECT_EQ(GetParam().text, host::plainText(GetParam().markup));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, CardMarkupTest,
+    testing::Values(MarkupCase{ "Nothing", "", "" }, MarkupCase{ "Plain", "7:30 AM", "7:30 AM" },
+        MarkupCase{ "Upcoming",
+            "<linegap=-9><font_size=40><b><color=#000000ff>7:30 AM</color></b></br></font_size>"
+            "</linegap><color=#ff0000ff>Sun</color>, 22 Nov",
+            "7:30 AM\nSun, 22 Nov" },
+        MarkupCase{ "Breaks", "a<br>b<br/>c</br>e", "a\nb\nc\ne" },
+        MarkupCase{ "Entities", "&lt;b&gt; &amp;amp; &quot;x&quot; &apos;", "<b> &amp; \"x\" '" },
+        MarkupCase{ "NoBreakSpace", "a&nbsp;b", "a\u00A0b" },
+        MarkupCase{ "UnknownEntity", "a &b; & c&#39;", "a &b; & c&#39;" },
+        MarkupCase{ "EntityCutOff", "a &am", "a &am" },
+        MarkupCase{ "TagCutOff", "a <b>b <c", "a b <c" },
+        MarkupCase{ "LoneBrackets", "1 < 2", "1 < 2" }, MarkupCase{ "End", "a > b", "a > b" },
+        MarkupCase{ "Nested", "<a<b>c", "c" }, MarkupCase{ "OtherScript", "<b>오전</b>", "오전" }),
+    [](const auto& row) { return row.param.name; });
+
+struct CardCase {
+    const char* name;
+    std::string json;
+    const char* title;
+    const char* body;
+    const char* icon;
+    const char* request;
+    std::vector<std::string> buttons; ///< text=request
+};
+
+class CardJsonTest : public testing::TestWithParam<CardCase> {};
+
+TEST_P(CardJsonTest, IsShownWithWhatItHas)
+{
+    const CardCase& c = GetParam();
+    const host::Card card = host::cardOf(notificationOf(c.json));
+
+    EXPECT_EQ(c.title, card.title);
+    EXPECT_EQ(c.body, card.body);
+    EXPECT_EQ(c.icon, card.icon);
+    EXPECT_EQ(c.request, card.request);
+    std::vector<std::string> buttons;
+    for (const host::Card::Button& button : card.buttons)
+        buttons.push_back(button.text + "=" + button.request);
+    EXPECT_EQ(c.buttons, buttons);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, CardJsonTest,
+    testing::Values(
+        CardCase{ "Whole",
+            R"({"main_version":"5","app_info":{"app_id":"x","img_path":"/a/icon.png"},)"
+            R"("contents_info":{"type":"custom_type","custom_type":{"title":"Upcoming alarm",)"
+            R"("body":"<b>7:30</b></br>Sun","clicked":"TAP","template":"template_1",)"
+            R"("contents_list":[{"type":"button","uid":"B","text":"Turn off",)"
+            R"("button_clicked":"OFF"}]}}})",
+            "Upcoming alarm", "7:30\nSun", "/a/icon.png", "TAP", { "Turn off=OFF" } },
+        CardCase{ "Buttons",
+            custom(R"("contents_list":[{"type":"button","text":"A"},{"type":"text","text":"B"},7,)"
+                   R"({"type":"button","button_clicked":"C"},{"text":"D"}])"),
+            kPoster, "", "", "", { "A=", "=C" } },
+        CardCase{ "Empty", "{}", kPoster, "", "", "", {} },
+        CardCase{ "NoTexts", custom(R"("title":7,"body":["x"],"clicked":null)"), kPoster, "", "",
+            "", {} },
+        CardCase{ "OtherShapes",
+            R"({"app_info":"x","contents_info":[{"custom_type":{"title":"x"}}]})", kPoster, "", "",
+            "", {} },
+        CardCase{ "ListIsNoArray", custom(R"("contents_list":{"0":{"type":"button"}})"), kPoster,
+            "", "", "", {} },
+        CardCase{ "Escapes", custom(R"("title":"a\u00e9\ud83d\ude00\n")"), "a\u00e9\U0001F600\n",
+            "", "", "", {} }),
+    [](const auto& row) { return row.param.name; });
+
+TEST(CardTest, TextsThatAreNoCardLeaveTheOrdinaryOnes)
+{
+    const std::string deep(65536, '[');
+    std::string nested;
+    for (int i = 0; i < 10000; ++i)
+        nested += R"({"contents_info":)";
+    for (const std::string& text : { std::string("nonsense"), std::string(), std::string("7"),
+             std::string("[]"), deep, nested, custom("\"title\":\"\xff\xfe\""),
+             custom(R"("title":"\ud800")"), std::string(3, '\0') }) {
+        SCOPED_TRACE(text.substr(0, 20));
+        host::Notification notification = notificationOf(text);
+        notification.texts[NOTIFICATION_TEXT_TYPE_TITLE] = { "Title", "" };
+        notification.texts[NOTIFICATION_TEXT_TYPE_CONTENT] = { "<b>Content", "" };
+
+        const host::Card card = host::cardOf(notification);
+
+        EXPECT_EQ("Title", card.title);
+        EXPECT_EQ("<b>Content", card.body);
+        EXPECT_EQ("", card.request);
+        EXPECT_THAT(card.buttons, IsEmpty());
+    }
+}
+
+TEST(CardTest, DeepNestingAndLongMarkupAreReadInTime)
+{
+    const std::string deep
+        = custom("\"title\":\"Deep\",\"x\":" + std::string(30000, '[') + std::string(30000, ']'));
+    EXPECT_EQ("Deep", host::cardOf(notificationOf(deep)).title);
+
+    for (const char* part : { "&", "<", "<b", "&lt" }) {
+        std::string markup;
+        while (markup.size() < 4000000)
+            markup += part;
+        EXPECT_EQ(markup, host::plainText(markup)) << part;
+    }
+}
+
+} // namespace

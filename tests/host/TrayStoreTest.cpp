@@ -1,0 +1,244 @@
+#include "host/daemon/TrayStore.h"
+
+#include "host/common/Log.h"
+#include "NoFileGrows.h"
+#include "TempDir.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <SQLiteCpp/SQLiteCpp.h>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<std::string> logLines;
+
+host::Notification notificationOf(const std::string& application, const std::string& tag,
+    const std::string& title, int type = NOTIFICATION_TYPE_NOTI)
+{
+    host::Notification notification;
+    notification.package = "com.velmora.test";
+    notification.application = application;
+    notification.tag = tag;
+    notification.type = type;
+    notification.texts[NOTIFICATION_TEXT_TYPE_TITLE] = { title, "" };
+    return notification;
+}
+
+class TrayStoreTest : public testing::Test {
+protected:
+    TrayStoreTest()
+    {
+        logLines.clear();
+        host::setLogHook([](int, const char*, const char* text) { logLines.push_back(text); });
+    }
+    ~TrayStoreTest() override { host::setLogHook(nullptr); }
+
+    std::vector<std::string> titles()
+    {
+        std::vector<std::string> titles;
+        for (const host::Notification& each : store->all())
+            titles.push_back(each.texts.at(NOTIFICATION_TEXT_TYPE_TITLE).text);
+        return titles;
+    }
+
+    std::vector<std::string> reports()
+    {
+        std::vector<std::string> texts;
+        for (const host::Report& report : store->reports())
+            texts.push_back(report.text);
+        return texts;
+    }
+
+    // As a new hostd does.
+    void reopen()
+    {
+        store.reset();
+        store.emplace(path);
+    }
+
+    const TempDir folder;
+    const std::string path = folder.file("notifications.db");
+    std::optional<host::TrayStore> store{ path };
+};
+
+TEST_F(TrayStoreTest, KeepsEverythingThatWasSet)
+{
+    host::Notification posted{ 0, "com.velmora.test", "com.velmora.test-a", 1000, "tag",
+        NOTIFICATION_TYPE_ONGOING, NOTIFICATION_LY_EXTENSION, NOTIFICATION_DISPLAY_APP_ACTIVE, 2000,
+        { { NOTIFICATION_TEXT_TYPE_TITLE, { "Title", "KEY" } },
+            { NOTIFICATION_TEXT_TYPE_EXTENSION, { "{}", "" } } } };
+    posted.id = store->post(posted);
+    reopen();
+
+    const auto found = store->find("com.velmora.test-a", "tag");
+
+    ASSERT_TRUE(found);
+    EXPECT_EQ(posted.id, found->id);
+    EXPECT_EQ("com.velmora.test", found->package);
+    EXPECT_EQ("com.velmora.test-a", found->application);
+    EXPECT_EQ(1000, found->posted);
+    EXPECT_EQ("tag", found->tag);
+    EXPECT_EQ(NOTIFICATION_TYPE_ONGOING, found->type);
+    EXPECT_EQ(NOTIFICATION_LY_EXTENSION, found->layout);
+    EXPECT_EQ(NOTIFICATION_DISPLAY_APP_ACTIVE, found->displays);
+    EXPECT_EQ(2000, found->time);
+    ASSERT_EQ(2u, found->texts.size());
+    EXPECT_EQ("Title", found->texts.at(NOTIFICATION_TEXT_TYPE_TITLE).text);
+    EXPECT_EQ("KEY", found->texts.at(NOTIFICATION_TEXT_TYPE_TITLE).key);
+    EXPECT_EQ("{}", found->texts.at(NOTIFICATION_TEXT_TYPE_EXTENSION).text);
+}
+
+TEST_F(TrayStoreTest, ATagIsTheApplicationsOwnAndOnlyTheNewestOfItStays)
+{
+    const std::int64_t first = store->post(notificationOf("a", "tag", "first"));
+    store->post(notificationOf("b", "tag", "other's"));
+    store->post(notificationOf("a", "", "no tag"));
+    store->post(notificationOf("a", "", "no tag either"));
+    EXPECT_GT(store->post(notificationOf("a", "tag", "second")), first);
+
+    EXPECT_THAT(titles(), ElementsAre("other's", "no tag", "no tag either", "second"));
+    EXPECT_EQ(2u, store->withTag("tag").size());
+    EXPECT_FALSE(store->find("c", "tag"));
+    EXPECT_FALSE(store->find("a", ""));
+    SQLite::Database file(path);
+    EXPECT_EQ(4, file.execAndGet("SELECT count(*) FROM texts").getInt());
+}
+
+TEST_F(TrayStoreTest, RemovesOnlyWhatIsTheApplications)
+{
+    const std::int64_t id = store->post(notificationOf("a", "tag", "a"));
+    store->post(notificationOf("a", "", "ongoing", NOTIFICATION_TYPE_ONGOING));
+    store->post(notificationOf("b", "tag", "b"));
+    EXPECT_FALSE(store->remove("b", id));
+    EXPECT_TRUE(store->remove("a", id));
+    EXPECT_FALSE(store->remove("a", id));
+    EXPECT_THAT(titles(), ElementsAre("ongoing", "b"));
+
+    store->removeAll("a", NOTIFICATION_TYPE_NOTI);
+    EXPECT_THAT(titles(), ElementsAre("ongoing", "b"));
+    store->removeAll("a", NOTIFICATION_TYPE_ONGOING);
+    EXPECT_THAT(titles(), ElementsAre("b"));
+    store->post(notificationOf("b", "", "b2", NOTIFICATION_TYPE_ONGOING));
+    store->removeAll("b", NOTIFICATION_TYPE_NONE);
+    EXPECT_THAT(titles(), IsEmpty());
+}
+
+TEST_F(TrayStoreTest, BoundsWhatAnApplicationMayHave)
+{
+    const std::size_t longest = host::TrayStore::kLongestNotification;
+    EXPECT_NO_THROW(store->post(notificationOf("a", "tag", std::string(longest - 3, 'x'))));
+    EXPECT_THROW(store->post(notificationOf("a", "tag", std::string(longest - 2, 'x'))),
+        host::LimitExceeded);
+    host::Notification keyed = notificationOf("a", "", "");
+    keyed.texts[NOTIFICATION_TEXT_TYPE_TITLE].key = std::string(longest + 1, 'x');
+    EXPECT_THROW(store->post(keyed), host::LimitExceeded);
+
+    for (int i = 1; i < host::TrayStore::kMostNotifications; ++i)
+        store->post(notificationOf("a", "", "untagged"));
+    EXPECT_THROW(store->post(notificationOf("a", "", "too many")), host::LimitExceeded);
+    EXPECT_NO_THROW(store->post(notificationOf("a", "tag", "replaces one")));
+    EXPECT_NO_THROW(store->post(notificationOf("b", "", "other's")));
+    EXPECT_EQ(static_cast<std::size_t>(host::TrayStore::kMostNotifications) + 1, titles().size());
+}
+
+TEST_F(TrayStoreTest, NobodyElseMayReadTheFile)
+{
+    store->post(notificationOf("a", "tag", "a"));
+    for (const char* part : { "", "-wal", "-shm" })
+        EXPECT_EQ(
+            fs::perms::owner_read | fs::perms::owner_write, fs::status(path + part).permissions())
+            << part;
+}
+
+TEST_F(TrayStoreTest, ADamagedFileIsMovedAsideAndReported)
+{
+    store->post(notificationOf("a", "tag", "lost"));
+    store.reset();
+    std::ofstream(path, std::ios::trunc) << std::string(20000, 'x');
+    reopen();
+
+    EXPECT_THAT(titles(), IsEmpty());
+
+    EXPECT_EQ(20000u, fs::file_size(path + ".damaged-1"));
+    ASSERT_EQ(1u, logLines.size());
+    EXPECT_THAT(logLines[0], StartsWith("The notifications are lost: " + path + " is damaged"));
+    EXPECT_EQ(logLines, reports());
+    store->post(notificationOf("a", "tag", "new"));
+    reopen();
+    EXPECT_THAT(titles(), ElementsAre("new"));
+    EXPECT_EQ(1u, reports().size());
+}
+
+TEST_F(TrayStoreTest, DamageWhileItRunsCostsTheOldNotificationsOnly)
+{
+    for (int i = 0; i < 100; ++i) // more than SQLite keeps in memory
+        store->post(notificationOf("a", "", std::string(60000, 'x')));
+    reopen(); // which moves everything into the file itself
+    EXPECT_EQ(100u, titles().size());
+    std::fstream file(path, std::ios::in | std::ios::out);
+    file.seekp(4096);
+    file << std::string(fs::file_size(path) - 4096, 'x');
+    file.close();
+
+    EXPECT_THROW(titles(), SQLite::Exception);
+
+    EXPECT_NO_THROW(store->post(notificationOf("a", "", "new")));
+    EXPECT_THAT(titles(), ElementsAre("new"));
+}
+
+TEST_F(TrayStoreTest, WhatAFullDiskRefusesIsAnErrorAndTheReportComesLater)
+{
+    store->post(notificationOf("a", "tag", "old"));
+    {
+        const NoFileGrows full(path + "-wal");
+        EXPECT_THROW(store->post(notificationOf("a", "tag", "new")), SQLite::Exception);
+        EXPECT_FALSE(store->report({ { "key", 1000, "text" } }));
+        EXPECT_FALSE(store->report({}));
+    }
+    {
+        const NoFileGrows nearlyFull(path + "-wal", 20000); // the old one can be removed
+        EXPECT_THROW(
+            store->post(notificationOf("a", "tag", std::string(60000, 'x'))), SQLite::Exception);
+    }
+    EXPECT_THAT(titles(), ElementsAre("old"));
+    EXPECT_TRUE(store->report({ { "key", 1000, "text" } }));
+    EXPECT_THAT(reports(), ElementsAre("text"));
+}
+
+TEST_F(TrayStoreTest, AFileThatCannotBeOpenedIsTriedAgain)
+{
+    fs::create_directory(path);
+    EXPECT_THROW(store->post(notificationOf("a", "tag", "a")), std::exception);
+    EXPECT_FALSE(store->report({ { "key", 1000, "text" } }));
+    EXPECT_THAT(logLines.back(), HasSubstr("a report cannot be kept for now: "));
+    fs::remove(path);
+
+    store->post(notificationOf("a", "tag", "a"));
+
+    EXPECT_THAT(titles(), ElementsAre("a"));
+    EXPECT_THAT(reports(), ElementsAre("text"));
+}
+
+TEST_F(TrayStoreTest, ReportsComeOnceAndTheOldestGo)
+{
+    EXPECT_TRUE(store->report({ { "first", 1, "first" }, { "second", 2, "second" } }));
+    EXPECT_TRUE(store->report({ { "first", 3, "again" }, { "third", 3, "third" } }));
+    EXPECT_THAT(reports(), ElementsAre("first", "second", "third"));
+
+    std::vector<host::Report> many;
+    for (int i = 0; i < host::TrayStore::kMostReports - 1; ++i)
+        many.push_back({ std::to_string(i), 4, std::to_string(i) });
+    EXPECT_TRUE(store->report(many));
+
+    EXPECT_EQ(static_cast<std::size_t>(host::TrayStore::kMostReports), reports().size());
+    EXPECT_EQ("third", reports().front());
+}
+
+} // namespace
