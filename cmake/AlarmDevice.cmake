@@ -18,6 +18,7 @@ pkg_check_modules(
     dlog
     elementary
     feedback
+    notification
     ui-extension
     vconf)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <app_control.h>
+#include <bundle.h>
 #include <cstdlib>
 #include <glib.h>
+#include <notification.h>
 #include <sqlite3.h>
 
 /// Holds a handle of the platform, or none, and releases it once.
@@ -42,7 +44,9 @@ private:
 };
 
 using AppControl = PlatformHandle<app_control_h, app_control_destroy>;
+using EncodedBundle = PlatformHandle<bundle_raw*, free>;
 using GlibText = PlatformHandle<char*, g_free>;
 using HeapText = PlatformHandle<char*, free>;
+using Notification = PlatformHandle<notification_h, notification_free>;
 using SqliteText = PlatformHandle<char*, sqlite3_free>;
 using Statement = PlatformHandle<sqlite3_stmt*, sqlite3_finalize>;

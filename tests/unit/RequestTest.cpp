@@ -41,7 +41,7 @@ protected:
     {
         AppControlDouble::LaunchRequest& sent = appControlDouble().sent.at(number);
         app_control_s reply;
-        reply.extras["out"] = out;
+        reply.extras.emplace_back("out", out);
         sent.callback(&sent.request, &reply, result, sent.data);
     }
 
