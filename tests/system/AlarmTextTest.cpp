@@ -6,10 +6,13 @@
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
 #include <AlarmStringUtil.h>
+#include <app_common.h>
+#include <array>
 #include <clocale>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <libintl.h>
 #include <utils_i18n.h>
@@ -28,6 +31,14 @@ std::string taken(char* text)
     std::string result = text;
     free(text);
     return result;
+}
+
+bool isPicture(const fs::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    std::array<char, 8> begin = {};
+    stream.read(begin.data(), begin.size());
+    return std::string(begin.data(), begin.size()) == "\x89PNG\r\n\x1A\n";
 }
 
 class AlarmTextTest : public testing::Test {
@@ -394,15 +405,15 @@ TEST_F(AlarmTextTest, TheCommandFindsTheTextsOfALanguageWithAScript)
         runCommand({ "alarm", "add", "--in", "150m" }).out, HasSubstr("2 小时 30 分钟后响起"));
 }
 
-TEST_F(AlarmTextTest, TheCataloguesAreInstalled)
+TEST_F(AlarmTextTest, TheResourcesAreInstalled)
 {
     const TempDir prefix;
-    const CommandResult result = runCommand({ "cmake", "--install", BUILD_DIR, "--component",
-        "catalogues", "--prefix", prefix.path() });
+    const CommandResult result = runCommand(
+        { "cmake", "--install", BUILD_DIR, "--component", "resources", "--prefix", prefix.path() });
     ASSERT_EQ(0, result.status) << result.err;
 
-    const fs::path resources
-        = prefix.file(INSTALL_DATADIR "/alarm-common/ro/com.velmora.alarm/res/locale");
+    const fs::path package = prefix.file(INSTALL_DATADIR "/alarm-common/ro/com.velmora.alarm");
+    const fs::path resources = package / "res/locale";
     for (const auto& source : fs::directory_iterator(SOURCE_DIR "/po")) {
         if (source.path().extension() == ".po") {
             const fs::path file = resources / source.path().stem() / "LC_MESSAGES/alarm-merid.mo";
@@ -412,6 +423,12 @@ TEST_F(AlarmTextTest, TheCataloguesAreInstalled)
     setLocale("de_DE");
     bindtextdomain("alarm-merid", resources.c_str());
     EXPECT_STREQ("Ausschalten", dgettext("alarm-merid", "WDS_ORVSUG_BUTTON_TURN_OFF_ABB4"));
+    EXPECT_TRUE(isPicture(package / "shared/res/b_rich_noti_icon_alarm.png"));
+}
+
+TEST_F(AlarmTextTest, TheIconOfTheCardIsInTheSharedFolderOfThePackage)
+{
+    EXPECT_TRUE(isPicture(taken(app_get_shared_resource_path()) + "b_rich_noti_icon_alarm.png"));
 }
 
 TEST_F(AlarmTextTest, ALanguageWithoutACatalogueHasEnglishWords)
