@@ -130,6 +130,14 @@ private:
             _line.alarm.time = parseClockTime(words.front());
             words.erase(words.begin());
         }
+        if (command.takesRequest) {
+            if (words.empty()) {
+                throw badInput(std::string(command.name) + " needs a request; alarm " + command.name
+                    + " --help shows some");
+            }
+            _line.request = words.front();
+            words.erase(words.begin());
+        }
         if (!words.empty()) {
             throw badInput("there is no use for " + quoted(words.front()) + "; alarm "
                 + command.name + " --help shows how it goes");

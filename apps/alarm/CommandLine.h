@@ -26,6 +26,7 @@ struct CommandLine {
     const Command* command = nullptr; ///< null when only the overview is asked for
     std::optional<int> id;
     AlarmOptions alarm;
+    std::string request; ///< of the voice assistant
     bool json = false;
     bool plain = false; ///< say when an alarm rings in words that are the same in every language
     bool help = false;

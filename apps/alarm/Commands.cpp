@@ -6,6 +6,8 @@
 #include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "Presentation.h"
+#include "StoredAlarms.h"
+#include "Voice.h"
 #include "Watch.h"
 
 #include <AlarmReading.h>
@@ -31,47 +33,6 @@ void print(const std::string& text) { fputs(text.c_str(), stdout); }
 void printResult(const CommandLine& line, const AlarmDbData& alarm, const std::string& text)
 {
     print((line.json ? alarmJson(alarm, companion::currentTime()) : text) + '\n');
-}
-
-Failure noSuchAlarm(int id)
-{
-    return badInput("there is no alarm " + std::to_string(id) + "; alarm list shows all");
-}
-
-Failure unreadable(const std::string& fault)
-{
-    return { Failure::kFailed, "the alarms cannot be read: " + fault };
-}
-
-void check(companion::Saved result, int id)
-{
-    if (result == companion::Saved::Yes)
-        return;
-    if (result == companion::Saved::NoSuchAlarm)
-        throw noSuchAlarm(id);
-    const std::string fault = result == companion::Saved::Busy ? "" : companion::storeFault();
-    throw fault.empty() ? Failure(Failure::kFailed, companion::textOf(result)) : unreadable(fault);
-}
-
-std::vector<AlarmDbData> storedAlarms()
-{
-    companion::AlarmReading reading;
-    std::optional<std::vector<AlarmDbData>> alarms = reading.all();
-    if (!alarms)
-        throw unreadable(reading.fault());
-    return *alarms;
-}
-
-AlarmDbData storedAlarm(int id)
-{
-    AlarmDbData alarm;
-    companion::AlarmReading reading;
-    const companion::Found found = reading.find(id, alarm);
-    if (found == companion::Found::Unreadable)
-        throw unreadable(reading.fault());
-    if (found == companion::Found::No)
-        throw noSuchAlarm(id);
-    return alarm;
 }
 
 void setRingIn(AlarmDbData& alarm, time_t instant)
@@ -224,38 +185,49 @@ void dismiss(const CommandLine& line)
 
 void watch(const CommandLine& line) { watchAlarms(line.json); }
 
+void voice(const CommandLine& line) { answerVoice(line.request); }
+
 const Command kCommands[] = {
-    { "add", false, true, add, "alarm add TIME|--in TIME [OPTION...]: a new alarm\n" },
-    { "list", false, false, list,
+    { "add", false, true, false, add, "alarm add TIME|--in TIME [OPTION...]: a new alarm\n" },
+    { "list", false, false, false, list,
         "alarm list [--json|--plain]: all alarms by time of day, in a table that cuts long names,\n"
         "or as a JSON array. Times and days are as the device's language and region have them;\n"
         "with --plain they are the same everywhere. The table says which are the phone's; of "
         "those\n"
         "that are on, the ones that will not ring on the watch are silent\n" },
-    { "show", true, false, show, "alarm show ID [--json]: everything about an alarm\n" },
-    { "edit", true, true, edit,
+    { "show", true, false, false, show, "alarm show ID [--json]: everything about an alarm\n" },
+    { "edit", true, true, false, edit,
         "alarm edit ID [TIME] [OPTION...]: changes what is given, and registers the alarm\n"
         "anew when that is its time or days and it is on; alarm on switches it on. The phone is\n"
         "told of what becomes of its alarms\n" },
-    { "on", true, false, switchOn,
+    { "on", true, false, false, switchOn,
         "alarm on ID [--json]: switches an alarm on; it is registered anew. Says why when one of\n"
         "the phone stays silent\n" },
-    { "off", true, false, switchOff,
+    { "off", true, false, false, switchOff,
         "alarm off ID [--json]: switches an alarm off; it stays in the list\n" },
-    { "remove", true, false, remove,
+    { "remove", true, false, false, remove,
         "alarm remove ID [--json]: deletes an alarm and prints it a last time\n" },
-    { "next", false, false, next,
+    { "next", false, false, false, next,
         "alarm next [--json]: the alarm that rings next; null when none will\n" },
-    { "snooze", false, false, snooze,
+    { "snooze", false, false, false, snooze,
         "alarm snooze [--json]: the ringing alarm rings again in 5 minutes; exit status 1 when\n"
         "nothing rings or it cannot be snoozed (again)\n" },
-    { "dismiss", false, false, dismiss,
+    { "dismiss", false, false, false, dismiss,
         "alarm dismiss [--json]: ends the ringing alarm; one that rings once is then off. Exit\n"
         "status 1 when nothing rings\n" },
-    { "watch", false, false, watch,
+    { "watch", false, false, false, watch,
         "alarm watch [--json]: prints a line for each change as it is announced: added, changed,\n"
         "removed, ringing, quiet. With --json each line is an object with \"event\" and\n"
         "\"alarm\"\n" },
+    { "voice", false, false, true, voice,
+        "alarm voice [--] REQUEST: answers a request of the voice assistant, a JSON object, by a\n"
+        "line of JSON. docs/voice.md lists the members of both:\n\n"
+        "  {\"operation\":\"open\"}\n"
+        "  {\"operation\":\"add\",\"time\":\"07:30\",\"repeat\":\"2,3,4,5,6\",\"name\":\"Work\"}\n"
+        "  {\"operation\":\"add\",\"time\":\"18:00\",\"date\":\"2026-11-23\"}\n"
+        "  {\"operation\":\"list\"}\n\n"
+        "A request that fails has a reply, too, and a line on standard error. Exit status 1: not\n"
+        "done, as when the same alarm exists; 2: the request is wrong\n" },
 };
 
 } // namespace

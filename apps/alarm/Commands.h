@@ -9,6 +9,7 @@ struct Command {
     const char* name;
     bool takesId;
     bool takesAlarm; ///< a time and the options of an alarm
+    bool takesRequest; ///< of the voice assistant
     void (*run)(const CommandLine& line);
     const char* help; ///< lines, without the options of an alarm
 };

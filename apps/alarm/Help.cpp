@@ -15,6 +15,7 @@ const char* const kOverview = R"(alarm: sets, shows and answers the alarms of th
   alarm next                       show the alarm that rings next
   alarm snooze, alarm dismiss      answer the alarm that rings
   alarm watch                      print each change until interrupted
+  alarm voice REQUEST              answer the voice assistant
 
 Every command takes --json, and --help, which explains it. Times are in the device's zone.
 Exit status: 0 done, 1 not done, 2 the command line is wrong; nothing was changed then.

@@ -384,7 +384,7 @@ TEST_F(AlarmCommandTest, HelpOfEveryCommandIsPrinted)
 {
     EXPECT_THAT(alarmOutput({ "--help" }), HasSubstr("alarm watch"));
     for (const char* command : { "add", "list", "show", "edit", "on", "off", "remove", "next",
-             "snooze", "dismiss", "watch" }) {
+             "snooze", "dismiss", "watch", "voice" }) {
         EXPECT_THAT(
             alarmOutput({ command, "--help" }), StartsWith("alarm " + std::string(command)));
     }
