@@ -56,6 +56,9 @@ typedef enum {
 notification_h notification_create(notification_type_e type);
 notification_h notification_load_by_tag(const char *tag);
 int notification_free(notification_h noti);
+/* priv_id: of a posted notification, another one for each post; group_id is 0. NOT_EXIST_ID before
+   the post. */
+int notification_get_id(notification_h noti, int *group_id, int *priv_id);
 int notification_set_time(notification_h noti, time_t input_time);
 int notification_set_display_applist(notification_h noti, int applist);
 int notification_set_layout(notification_h noti, notification_ly_type_e layout);

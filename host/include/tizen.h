@@ -35,4 +35,16 @@
 #define TIZEN_ERROR_RECORDER      (-0x01950000)
 #define TIZEN_ERROR_SOUND_MANAGER (-0x01960000)
 
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Why the thread's last call that returns a handle returned none; TIZEN_ERROR_NONE when it returned
+   one. Only notification_create and notification_load_by_tag tell. */
+int get_last_result(void);
+
+#ifdef __cplusplus
+}
+#endif
+
 #endif

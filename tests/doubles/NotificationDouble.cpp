@@ -5,6 +5,8 @@
 #include <algorithm>
 
 namespace {
+int lastResult = TIZEN_ERROR_NONE;
+
 int answer(const char* call)
 {
     callJournal().note(call);
@@ -49,8 +51,10 @@ notification_h notification_load_by_tag(const char* tag)
 {
     const auto& tray = notificationDouble().tray;
     const auto found = tray.find(tag);
-    const bool fails = answer(__func__) != NOTIFICATION_ERROR_NONE;
-    return fails || found == tray.end() ? nullptr : newHandle(found->second);
+    lastResult = answer(__func__);
+    if (lastResult == NOTIFICATION_ERROR_NONE && found == tray.end())
+        lastResult = NOTIFICATION_ERROR_NOT_EXIST_ID;
+    return lastResult == NOTIFICATION_ERROR_NONE ? newHandle(found->second) : nullptr;
 }
 
 int notification_free(notification_h noti)
@@ -65,6 +69,16 @@ int notification_free(notification_h noti)
     }
     alive.erase(found);
     return NOTIFICATION_ERROR_NONE;
+}
+
+int get_last_result(void) { return lastResult; }
+
+int notification_get_id(notification_h noti, int* group_id, int* priv_id)
+{
+    return answerAndDo(__func__, [=] {
+        *group_id = 0;
+        *priv_id = noti->id;
+    });
 }
 
 int notification_set_time(notification_h noti, time_t input_time)
@@ -99,7 +113,12 @@ int notification_set_tag(notification_h noti, const char* tag)
 
 int notification_post(notification_h noti)
 {
-    return answerAndDo(__func__, [=] { notificationDouble().tray[noti->tag] = *noti; });
+    NotificationDouble& state = notificationDouble();
+    const int result = answerAndDo(__func__, [&] {
+        noti->id = ++state.posts;
+        state.tray[noti->tag] = *noti;
+    });
+    return state.isAnswerLost ? NOTIFICATION_ERROR_FROM_DBUS : result;
 }
 
 int notification_delete(notification_h noti)

@@ -8,6 +8,7 @@
 #include <vector>
 
 struct _notification {
+    int id = 0; ///< of its post; 0 = not posted
     notification_type_e type = NOTIFICATION_TYPE_NONE;
     time_t time = 0;
     int places = 0;
@@ -24,6 +25,8 @@ struct NotificationDouble {
     /// none.
     std::map<std::string, int> results;
     std::map<std::string, _notification> tray; ///< by tag
+    bool isAnswerLost = false; ///< post does its work, and answers that the tray cannot be reached
+    int posts = 0; ///< that were done
     std::vector<notification_type_e> allDeleted; ///< the types that were asked for
     std::vector<std::unique_ptr<_notification>> alive;
     int wronglyFreed = 0; ///< handles that were freed without being alive

@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <memory>
 #include <notification.h>
+#include <set>
 
 using testing::AllOf;
 using testing::HasSubstr;
@@ -143,6 +144,36 @@ TEST_F(NotificationTest, WrongArgumentsAreRefused)
     EXPECT_EQ(wrong, notification_delete_all(static_cast<notification_type_e>(2)));
     EXPECT_EQ(wrong, post(kTag, "\xff\xfe")); // no UTF-8
     EXPECT_EQ("", shown());
+}
+
+TEST_F(NotificationTest, EachPostHasAnIdAndAMissingHandleAReason)
+{
+    int group = -1;
+    int id = -1;
+    const Noti noti = newNoti();
+    EXPECT_EQ(TIZEN_ERROR_NONE, get_last_result());
+    EXPECT_EQ(NOTIFICATION_ERROR_NOT_EXIST_ID, notification_get_id(noti.get(), &group, &id));
+    EXPECT_EQ(-1, id);
+    const int wrong = NOTIFICATION_ERROR_INVALID_PARAMETER;
+    EXPECT_EQ(wrong, notification_get_id(nullptr, &group, &id));
+    EXPECT_EQ(wrong, notification_get_id(noti.get(), nullptr, &id));
+    EXPECT_EQ(wrong, notification_get_id(noti.get(), &group, nullptr));
+    EXPECT_EQ(nullptr, notification_create(NOTIFICATION_TYPE_NONE));
+    EXPECT_EQ(wrong, get_last_result());
+    EXPECT_EQ(nullptr, load(kTag));
+    EXPECT_EQ(NOTIFICATION_ERROR_NOT_EXIST_ID, get_last_result());
+    EXPECT_EQ(nullptr, load(nullptr));
+    EXPECT_EQ(wrong, get_last_result());
+
+    std::set<int> ids;
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(NOTIFICATION_ERROR_NONE, post(kTag, "text"));
+        EXPECT_EQ(NOTIFICATION_ERROR_NONE, notification_get_id(load(kTag).get(), &group, &id));
+        EXPECT_EQ(NOTIFICATION_ERROR_NONE, get_last_result());
+        ids.insert(id);
+    }
+    EXPECT_EQ(3U, ids.size());
+    EXPECT_EQ(0, group);
 }
 
 TEST_F(NotificationTest, EverythingThatWasSetCanBeReadBack)

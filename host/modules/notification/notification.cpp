@@ -5,6 +5,7 @@
 
 #include <com.velmora.host.Tray-proxy.h>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <tuple>
@@ -25,6 +26,11 @@ namespace {
 using TrayProxy = host::DaemonProxy<com::velmora::host::Tray_proxy>;
 using WireText = sdbus::Struct<std::int32_t, std::string, std::string>;
 
+const char* const kNotThere = "com.velmora.host.Tray.Error.NotThere";
+
+// Why no notification was made or loaded.
+thread_local int lastResult = NOTIFICATION_ERROR_NONE;
+
 int codeOf(const std::exception& failure)
 {
     static const std::string prefix = "org.freedesktop.DBus.Error.";
@@ -36,7 +42,7 @@ int codeOf(const std::exception& failure)
         { prefix + "ServiceUnknown", NOTIFICATION_ERROR_SERVICE_NOT_READY },
         { prefix + "NoReply", NOTIFICATION_ERROR_SERVICE_NOT_READY },
         { prefix + "Timeout", NOTIFICATION_ERROR_SERVICE_NOT_READY },
-        { "com.velmora.host.Tray.Error.NotThere", NOTIFICATION_ERROR_NOT_EXIST_ID },
+        { kNotThere, NOTIFICATION_ERROR_NOT_EXIST_ID },
     };
     const auto* error = dynamic_cast<const sdbus::Error*>(&failure);
     const auto found = error ? codes.find(error->getName()) : codes.end();
@@ -78,32 +84,59 @@ bool isTextType(notification_text_type_e type)
 
 extern "C" notification_h notification_create(notification_type_e type)
 {
-    if (type != NOTIFICATION_TYPE_NOTI && type != NOTIFICATION_TYPE_ONGOING)
-        return nullptr;
-    return host::guarded("a notification cannot be made", nullptr, [=] {
-        auto* noti = new _notification;
-        noti->type = type;
-        return noti;
-    });
+    notification_h made = nullptr;
+    const bool isRight = type == NOTIFICATION_TYPE_NOTI || type == NOTIFICATION_TYPE_ONGOING;
+    lastResult = !isRight
+        ? NOTIFICATION_ERROR_INVALID_PARAMETER
+        : host::guarded("a notification cannot be made", NOTIFICATION_ERROR_OUT_OF_MEMORY, [&] {
+              made = new _notification;
+              made->type = type;
+              return NOTIFICATION_ERROR_NONE;
+          });
+    return made;
 }
 
 extern "C" notification_h notification_load_by_tag(const char* tag)
 {
-    if (!tag)
-        return nullptr;
-    return host::guarded("no notification is loaded", nullptr, [=] {
-        const auto posted = TrayProxy().Load(tag);
-        auto noti = std::make_unique<_notification>();
+    std::unique_ptr<_notification> noti;
+    const auto load = [&](TrayProxy& tray) {
+        const auto posted = tray.Load(tag);
+        auto loaded = std::make_unique<_notification>();
         std::string application;
         std::int64_t when = 0;
         std::vector<WireText> texts;
-        std::tie(noti->id, application, when, noti->tag, noti->type, noti->layout, noti->displays,
-            noti->time, texts)
+        std::tie(loaded->id, application, when, loaded->tag, loaded->type, loaded->layout,
+            loaded->displays, loaded->time, texts)
             = posted;
         for (const WireText& text : texts)
-            noti->texts[text.get<0>()] = { text.get<1>(), text.get<2>() };
-        return noti.release();
-    });
+            loaded->texts[text.get<0>()] = { text.get<1>(), text.get<2>() };
+        noti = std::move(loaded);
+    };
+    const auto loadIfThere = [&](TrayProxy& tray) {
+        try {
+            load(tray);
+        } catch (const sdbus::Error& error) {
+            if (error.getName() != kNotThere)
+                throw;
+        }
+    };
+    lastResult = tag ? askTray(loadIfThere) : NOTIFICATION_ERROR_INVALID_PARAMETER;
+    if (lastResult == NOTIFICATION_ERROR_NONE && !noti)
+        lastResult = NOTIFICATION_ERROR_NOT_EXIST_ID;
+    return noti.release();
+}
+
+extern "C" int get_last_result(void) { return lastResult; }
+
+extern "C" int notification_get_id(notification_h noti, int* group_id, int* priv_id)
+{
+    if (!noti || !group_id || !priv_id)
+        return NOTIFICATION_ERROR_INVALID_PARAMETER;
+    if (noti->id == 0)
+        return NOTIFICATION_ERROR_NOT_EXIST_ID;
+    *group_id = 0;
+    *priv_id = static_cast<int>(noti->id);
+    return NOTIFICATION_ERROR_NONE;
 }
 
 extern "C" int notification_free(notification_h noti)
