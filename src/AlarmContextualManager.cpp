@@ -16,7 +16,6 @@
 #include <vector>
 
 namespace {
-const char* const kPost = "postUpcomingAlarm";
 const char* const kService = "com.velmora.alarm-service";
 const char* const kEditor = "com.velmora.alarm-assist";
 const char* const kTag = "alarmUpcomingTag";
@@ -64,14 +63,6 @@ void encodeRequest(std::string& out, const char* application, const Extras& extr
     bundle_encode(data, encoded.out(), &length);
     if (encoded.get())
         out = reinterpret_cast<const char*>(encoded.get());
-}
-
-bool hasFailed(const char* operation, int error, const char* message)
-{
-    if (error == NOTIFICATION_ERROR_NONE)
-        return false;
-    LOG_CRITICAL_OF(operation, "%s", message);
-    return true;
 }
 
 void addText(JsonObject* object, const char* name, const std::string& text)
@@ -136,24 +127,36 @@ void AlarmContextualManager::postUpcomingAlarm(const AlarmDbData& alarm)
         LOG_CRITICAL("notification_create is fail");
         return;
     }
-    if (hasFailed(kPost, notification_set_time(card.get(), time(nullptr)),
-            "notification_set_time is fail"))
+    if (notification_set_time(card.get(), time(nullptr)) != NOTIFICATION_ERROR_NONE) {
+        LOG_CRITICAL("notification_set_time is fail");
         return;
+    }
 
     std::string json;
     _getUpcomingJson(json, alarm);
-    if (hasFailed(kPost,
-            notification_set_display_applist(card.get(), NOTIFICATION_DISPLAY_APP_ACTIVE),
-            "notification_set_display_applist is fail")
-        || hasFailed(kPost, notification_set_layout(card.get(), NOTIFICATION_LY_EXTENSION),
-            "notification_set_layout is fail")
-        || hasFailed(kPost,
-            notification_set_text(card.get(), NOTIFICATION_TEXT_TYPE_EXTENSION, json.c_str(),
-                nullptr, NOTIFICATION_VARIABLE_TYPE_NONE),
-            "notification_set_text is fail")
-        || hasFailed(kPost, notification_set_tag(card.get(), kTag), "notification_set_tag is fail")
-        || hasFailed(kPost, notification_post(card.get()), "notification_post is fail"))
+    if (notification_set_display_applist(card.get(), NOTIFICATION_DISPLAY_APP_ACTIVE)
+        != NOTIFICATION_ERROR_NONE) {
+        LOG_CRITICAL("notification_set_display_applist is fail");
         return;
+    }
+    if (notification_set_layout(card.get(), NOTIFICATION_LY_EXTENSION) != NOTIFICATION_ERROR_NONE) {
+        LOG_CRITICAL("notification_set_layout is fail");
+        return;
+    }
+    if (notification_set_text(card.get(), NOTIFICATION_TEXT_TYPE_EXTENSION, json.c_str(), nullptr,
+            NOTIFICATION_VARIABLE_TYPE_NONE)
+        != NOTIFICATION_ERROR_NONE) {
+        LOG_CRITICAL("notification_set_text is fail");
+        return;
+    }
+    if (notification_set_tag(card.get(), kTag) != NOTIFICATION_ERROR_NONE) {
+        LOG_CRITICAL("notification_set_tag is fail");
+        return;
+    }
+    if (notification_post(card.get()) != NOTIFICATION_ERROR_NONE) {
+        LOG_CRITICAL("notification_post is fail");
+        return;
+    }
     preference_set_int(kPostedKey, alarm.contextMgrId);
 }
 
@@ -168,13 +171,14 @@ void AlarmContextualManager::deleteUpcomingNoti()
         return;
     LOG_CRITICAL("AlarmDeleteUpcomingContext");
     preference_set_int(kPostedKey, kNothingPosted);
-    hasFailed(__func__, notification_delete(card.get()), "notification_delete is fail");
+    if (notification_delete(card.get()) != NOTIFICATION_ERROR_NONE)
+        LOG_CRITICAL("notification_delete is fail");
 }
 
 void AlarmContextualManager::deleteAllNoti()
 {
-    hasFailed(__func__, notification_delete_all(NOTIFICATION_TYPE_NOTI),
-        "notification_delete_all is failed !!");
+    if (notification_delete_all(NOTIFICATION_TYPE_NOTI) != NOTIFICATION_ERROR_NONE)
+        LOG_CRITICAL("notification_delete_all is failed !!");
 }
 
 notification_h AlarmContextualManager::_getUpcomingNoti() { return notification_load_by_tag(kTag); }
