@@ -28,10 +28,7 @@ void reply(app_control_h request, const AlarmAlert::Answer& answer)
     const app::Control made = app::makeControl();
     if (answer.id >= 0)
         app::addExtra(made, companion::kAlarmExtra, std::to_string(answer.id));
-    if (!answer.reason.empty())
-        app::addExtra(made, companion::kReasonExtra, answer.reason);
-    (void)app_control_reply_to_launch_request(made.get(), request,
-        answer.reason.empty() ? APP_CONTROL_RESULT_SUCCEEDED : APP_CONTROL_RESULT_FAILED);
+    app::reply(request, answer.reason, made);
 }
 
 void endWhenQuiet(const AlarmAlert& alert)

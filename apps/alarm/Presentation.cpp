@@ -1,8 +1,8 @@
 #include "Presentation.h"
 
+#include "common/LocalText.h"
 #include "common/Text.h"
 #include "common/Values.h"
-#include "LocalText.h"
 
 #include <AlarmSyncUtil.h>
 #include <AlarmTime.h>

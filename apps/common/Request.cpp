@@ -1,5 +1,6 @@
 #include "common/Request.h"
 
+#include <AlertState.h>
 #include <Ecore.h>
 #include <HeapText.h>
 
@@ -48,6 +49,14 @@ std::optional<std::string> extraOf(app_control_h control, const std::string& key
     if (app_control_get_extra_data(control, key.c_str(), &value) != APP_CONTROL_ERROR_NONE)
         return std::nullopt;
     return companion::takeText(value);
+}
+
+void reply(app_control_h request, const std::string& refusal, const Control& made)
+{
+    if (!refusal.empty())
+        addExtra(made, companion::kReasonExtra, refusal);
+    (void)app_control_reply_to_launch_request(made.get(), request,
+        refusal.empty() ? APP_CONTROL_RESULT_SUCCEEDED : APP_CONTROL_RESULT_FAILED);
 }
 
 bool ask(const Control& request, double seconds, const ReadReply& read)

@@ -19,6 +19,10 @@ void addExtra(const Control& control, const std::string& key, const std::string&
 /// The extra of that key; none when the request or reply has none.
 std::optional<std::string> extraOf(app_control_h control, const std::string& key);
 
+/// Answers a request: done, or refused for that reason, one line that becomes the extra
+/// kReasonExtra of AlertState.h. A caller that wants no answer gets none.
+void reply(app_control_h request, const std::string& refusal, const Control& made = makeControl());
+
 using ReadReply = std::function<void(app_control_h reply, app_control_result_e result)>;
 
 /// Sends the request and runs the main loop until the reply has come, which is given to read, or

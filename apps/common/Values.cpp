@@ -105,10 +105,12 @@ int parseNumber(const std::string& option, const std::string& text, int lowest, 
     return value;
 }
 
+int rowIdIn(const std::string& text) { return std::max(decimal(text), 0); }
+
 int parseId(const std::string& text, const std::string& command)
 {
-    const int id = decimal(text);
-    if (id < 1) {
+    const int id = rowIdIn(text);
+    if (id == 0) {
         throw badInput(
             quoted(text) + " is not the id of an alarm; " + command + " list shows the ids");
     }

@@ -23,6 +23,9 @@ int parseId(const std::string& text, const std::string& command); ///< "COMMAND 
 std::string parseName(const std::string& text);
 std::string parseTone(const std::string& text); ///< the file's absolute path
 
+/// The row id that a request has as text; 0 for any other text.
+int rowIdIn(const std::string& text);
+
 std::string clockText(int hour, int minute);
 std::string daysText(const Days& days);
 std::string durationText(long seconds); ///< "9 h 12 min"

@@ -82,6 +82,13 @@ int app_control_send_launch_request(
     return state.sendResult;
 }
 
+int app_control_reply_to_launch_request(
+    app_control_h reply, app_control_h request, app_control_result_e result)
+{
+    appControlDouble().replies.push_back({ request, *reply, result });
+    return APP_CONTROL_ERROR_NONE;
+}
+
 int app_control_to_bundle(app_control_h app_control, bundle** data)
 {
     if (!app_control)

@@ -33,6 +33,13 @@ struct AppControlDouble {
     };
     int sendResult = APP_CONTROL_ERROR_NONE; ///< when it is not 0 nothing is sent
     std::vector<LaunchRequest> sent;
+
+    struct Reply {
+        app_control_h request;
+        app_control_s reply;
+        app_control_result_e result;
+    };
+    std::vector<Reply> replies;
 };
 
 AppControlDouble& appControlDouble();

@@ -2,6 +2,7 @@
 
 #include "AppControlDouble.h"
 
+#include <AlertState.h>
 #include <Ecore.h>
 #include <gmock/gmock.h>
 
@@ -111,4 +112,24 @@ TEST_F(RequestTest, ExtrasAreReadAsTheyWereAdded)
     EXPECT_EQ("", app::extraOf(control.get(), "empty"));
     EXPECT_EQ("a text", app::extraOf(control.get(), "text"));
     EXPECT_EQ(std::nullopt, app::extraOf(control.get(), "other"));
+}
+
+TEST_F(RequestTest, RequestIsAnsweredAsDoneOrWithTheReason)
+{
+    app_control_s request;
+    const app::Control extras = app::makeControl();
+    app::addExtra(extras, "alarm_id", "7");
+
+    app::reply(&request, "", extras);
+    app::reply(&request, "nothing rings");
+
+    const auto& replies = appControlDouble().replies;
+    ASSERT_EQ(2U, replies.size());
+    EXPECT_EQ(&request, replies[0].request);
+    EXPECT_EQ(APP_CONTROL_RESULT_SUCCEEDED, replies[0].result);
+    EXPECT_THAT(replies[0].reply.extras, ElementsAre(Pair("alarm_id", "7")));
+    EXPECT_EQ(&request, replies[1].request);
+    EXPECT_EQ(APP_CONTROL_RESULT_FAILED, replies[1].result);
+    EXPECT_THAT(
+        replies[1].reply.extras, ElementsAre(Pair(companion::kReasonExtra, "nothing rings")));
 }

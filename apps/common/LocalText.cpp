@@ -1,4 +1,4 @@
-#include "LocalText.h"
+#include "common/LocalText.h"
 
 #include <AlarmStringUtil.h>
 #include <AlarmTime.h>
