@@ -1,56 +1,28 @@
-// The background service: follows the alarms, knows which one rings next, and speaks to the phone.
+// The background service: keeps the card of the alarm that rings next, and speaks to the phone.
+#include "common/Request.h"
 #include "PhoneEnd.h"
 #include "PhoneRinging.h"
+#include "UpcomingCard.h"
 
 #include <AlarmReading.h>
-#include <AlarmTime.h>
 #include <app_preference.h>
 #include <dlog.h>
+#include <HeapText.h>
 #include <service_app.h>
 #include <vconf.h>
 
 namespace {
 
 const char* const kTag = "alarm-service";
-const char* const kSettingKeys[]
-    = { VCONFKEY_VAP_CONNECTIVITY_TYPE, VCONFKEY_WMS_WMANAGER_CONNECTED,
-          "db/wms/host_status/vendor", "db/alarm/host_alarm_notification_enabled" };
-
-std::string describe(const std::optional<AlarmDbData>& alarm, time_t now)
-{
-    if (!alarm)
-        return "no upcoming alarm";
-    const tm local = companion::localTime(companion::upcomingInstant(*alarm, now));
-    char text[64];
-    strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
-    return "upcoming alarm " + std::to_string(alarm->id) + " at " + text;
-}
-
-class Upcoming {
-public:
-    /// Looks for the alarm that rings next and logs it when it is another, or at another time.
-    void follow()
-    {
-        const auto alarms = companion::allAlarms();
-        if (!alarms) {
-            dlog_print(
-                DLOG_WARN, kTag, "the alarms cannot be read: %s", companion::storeFault().c_str());
-            return;
-        }
-        const time_t now = companion::currentTime();
-        const std::string description = describe(companion::upcomingAlarm(*alarms, now), now);
-        if (description == _description)
-            return;
-        _description = description;
-        dlog_print(DLOG_INFO, kTag, "%s", _description.c_str());
-    }
-
-private:
-    std::string _description;
-};
+const char* const kPackage = "com.velmora.alarm";
+const char* const kPhoneKeys[] = { VCONFKEY_VAP_CONNECTIVITY_TYPE, VCONFKEY_WMS_WMANAGER_CONNECTED,
+    "db/wms/host_status/vendor", "db/alarm/host_alarm_notification_enabled" };
+/// Settings with which a card has other texts.
+const char* const kTextKeys[] = { "db/menu_widget/language", "db/menu_widget/regionformat",
+    "db/menu_widget/regionformat_time1224", "db/setting/timezone_id" };
 
 struct Service {
-    Upcoming upcoming;
+    UpcomingCard card;
     PhoneEnd phone;
     PhoneRinging ringing;
 };
@@ -59,32 +31,85 @@ void alarmsChangedCb(const char*, void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
     service->ringing.follow();
-    service->upcoming.follow();
+    service->card.follow();
     service->phone.followAlarms();
 }
 
-void settingChangedCb(keynode_t*, void* data) noexcept
+void phoneChangedCb(keynode_t*, void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
     service->phone.followLink();
     service->ringing.follow();
-    service->upcoming.follow();
+    service->card.follow();
+}
+
+void textsChangedCb(keynode_t*, void* data) noexcept { static_cast<Service*>(data)->card.renew(); }
+
+void hear(const char* key, vconf_callback_fn callback, void* data)
+{
+    if (vconf_notify_key_changed(key, callback, data) != VCONF_OK)
+        dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
+}
+
+std::string callerOf(app_control_h request)
+{
+    char* caller = nullptr;
+    (void)app_control_get_caller(request, &caller);
+    return companion::takeText(caller);
+}
+
+// The applications of the alarms, and who is no application: the panel on which the card is
+// pressed, and the user's command line.
+bool isTrusted(const std::string& caller)
+{
+    const std::string package = kPackage;
+    return caller.empty() || caller == package
+        || caller.compare(0, package.size() + 1, package + '-') == 0;
+}
+
+// Anybody can send a launch request: returns why this one is refused, or empty when it is done.
+std::string serve(UpcomingCard& card, const std::string& context, app_control_h request)
+{
+    const std::string caller = callerOf(request);
+    if (!isTrusted(caller))
+        return caller + " is no application of the alarms";
+    if (context == "turnOffContext")
+        return card.turnOff(app::extraOf(request, "alarm_id").value_or(""));
+    if (context == "deleteContext")
+        return card.withdraw() ? "" : "the card may still be there";
+    if (context != "postContext")
+        return "there is no context of this name";
+    card.renew();
+    return "";
+}
+
+// A request without a context only starts the service.
+void appControlCb(app_control_h request, void* data) noexcept
+{
+    const auto context = app::extraOf(request, "context");
+    if (!context)
+        return;
+    const std::string refusal = serve(static_cast<Service*>(data)->card, *context, request);
+    if (!refusal.empty())
+        dlog_print(DLOG_WARN, kTag, "a request about the card is refused: %s", refusal.c_str());
+    app::reply(request, refusal);
 }
 
 bool createCb(void* data) noexcept
 {
     auto* service = static_cast<Service*>(data);
+    companion::useDeviceLanguage();
     companion::start();
     for (const char* key : companion::kChangedKeys) {
         if (preference_set_changed_cb(key, alarmsChangedCb, data) != PREFERENCE_ERROR_NONE)
             dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
     }
-    for (const char* key : kSettingKeys) {
-        if (vconf_notify_key_changed(key, settingChangedCb, data) != VCONF_OK)
-            dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
-    }
+    for (const char* key : kPhoneKeys)
+        hear(key, phoneChangedCb, data);
+    for (const char* key : kTextKeys)
+        hear(key, textsChangedCb, data);
     service->ringing.follow();
-    service->upcoming.follow();
+    service->card.follow();
     service->phone.open();
     return true;
 }
@@ -94,8 +119,11 @@ void terminateCb(void* data) noexcept
     auto* service = static_cast<Service*>(data);
     for (const char* key : companion::kChangedKeys)
         (void)preference_unset_changed_cb(key);
-    for (const char* key : kSettingKeys)
-        (void)vconf_ignore_key_changed(key, settingChangedCb);
+    for (const char* key : kPhoneKeys)
+        (void)vconf_ignore_key_changed(key, phoneChangedCb);
+    for (const char* key : kTextKeys)
+        (void)vconf_ignore_key_changed(key, textsChangedCb);
+    service->card.stop();
     service->ringing.stop();
     service->phone.close();
 }
@@ -108,5 +136,6 @@ int main(int argc, char** argv)
     service_app_lifecycle_callback_s lifecycle = {};
     lifecycle.create = createCb;
     lifecycle.terminate = terminateCb;
+    lifecycle.app_control = appControlCb;
     return service_app_main(argc, argv, &lifecycle, &service);
 }
