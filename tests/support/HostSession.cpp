@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <notification.h>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -109,6 +110,26 @@ std::vector<HostSession::Report> HostSession::reports()
     for (const auto& report : host::DaemonProxy<com::velmora::host::Tray_proxy>().Reports())
         reports.push_back({ report.get<0>(), report.get<1>() });
     return reports;
+}
+
+std::vector<HostSession::Card> HostSession::cards()
+{
+    host::DaemonProxy<com::velmora::host::Tray_proxy> tray;
+    std::vector<Card> cards;
+    for (const auto& shown : tray.Show()) {
+        cards.push_back({ shown.get<0>(), shown.get<1>(), shown.get<3>(), shown.get<4>(),
+            shown.get<5>(), shown.get<6>(), "" });
+    }
+    for (const auto& set : tray.List()) {
+        for (Card& card : cards) {
+            for (const auto& text : set.get<8>()) {
+                if (card.application == set.get<1>() && card.tag == set.get<3>()
+                    && text.get<0>() == NOTIFICATION_TEXT_TYPE_EXTENSION)
+                    card.text = text.get<1>();
+            }
+        }
+    }
+    return cards;
 }
 
 pid_t HostSession::daemonPid() { return pidOf(host::kDaemonName); }

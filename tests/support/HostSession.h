@@ -56,6 +56,18 @@ public:
     /// What hostd reports in the tray, the oldest first.
     std::vector<Report> reports();
 
+    /// A notification of an application as the panel shows it.
+    struct Card {
+        std::string application;
+        std::string tag;
+        std::string title;
+        std::string body;
+        std::string icon;
+        std::vector<std::string> buttons;
+        std::string text; ///< the extension text as it was set
+    };
+    std::vector<Card> cards(); ///< the oldest first
+
     /// The process that owns a name on the bus, such as an application's id; 0 when none does.
     pid_t pidOf(const std::string& name);
     /// The process that serves com.velmora.host.

@@ -215,6 +215,18 @@ TEST_F(RunTest, FaultsPasses)
     EXPECT_EQ("", result.err);
 }
 
+TEST_F(RunTest, CardPasses)
+{
+    copyScenario("card");
+
+    const CommandResult result = run({ "card" });
+
+    EXPECT_EQ(0, result.status) << result.out << result.err;
+    EXPECT_THAT(result.out,
+        EndsWith("\nPASS card: posted, translated, kept, opened, turned off, gone when it rang\n"));
+    EXPECT_EQ("", result.err);
+}
+
 TEST_F(RunTest, PhonePasses)
 {
     copyScenario("phone");
