@@ -239,6 +239,18 @@ TEST_F(RunTest, PhonePasses)
     EXPECT_EQ("", result.err);
 }
 
+TEST_F(RunTest, VoicePasses)
+{
+    copyScenario("voice");
+
+    const CommandResult result = run({ "voice" });
+
+    EXPECT_EQ(0, result.status) << result.out << result.err;
+    EXPECT_THAT(result.out,
+        EndsWith("PASS voice: 16 requests, 3 alarms added, 8 refused as the same, 4 as wrong\n"));
+    EXPECT_EQ("", result.err);
+}
+
 TEST_F(RunTest, SoundPasses)
 {
     copyScenario("sound");
