@@ -419,7 +419,8 @@ TEST_F(AlarmCommandTest, ResultThatCannotBeWrittenIsAFailure)
 {
     alarmOutput({ "add", "07:30" });
 
-    for (const char* command : { "list", "list --json", "show 1", "watch", "--help" }) {
+    for (const char* command :
+        { "list", "list --json", "show 1", "watch", "--help", R"(voice '{"operation":"list"}')" }) {
         const CommandResult result
             = runCommand({ "bash", "-c", "exec alarm " + std::string(command) + " >/dev/full" });
         EXPECT_EQ(1, result.status) << command;

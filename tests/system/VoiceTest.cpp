@@ -141,7 +141,9 @@ TEST_F(VoiceTest, AlarmThatRingsOnceIsOfItsDate)
 
 TEST_F(VoiceTest, TimeThatIsOverIsMovedByOneDayOnly)
 {
-    // The minute before is over for a minute at least, and until midnight it is of today.
+    session.setZone("Asia/Tokyo"); // where no clock is changed
+    setenv("TZ", ":Asia/Tokyo", 1);
+    tzset();
     const time_t minute = time(nullptr) - 60;
     tm past = {};
     localtime_r(&minute, &past);
