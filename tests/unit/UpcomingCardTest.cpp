@@ -385,6 +385,8 @@ TEST_F(UpcomingCardTest, CardThatIsNotPostedIsTriedAgain)
         notificationDouble().tray.clear();
         card.renew();
         EXPECT_EQ(kNoon + kTryAgain, wakeTime) << call;
+        // A tray that does not say what it has may hang, and would have everybody wait again.
+        EXPECT_EQ(std::string(call) == "notification_get_id", hasCard()) << call;
 
         notificationDouble().results.clear();
         card.follow();
