@@ -21,10 +21,8 @@ std::unique_ptr<sdbus::IConnection> connectToBus();
  */
 sdbus::IConnection& bus();
 
-/// Serves the connection from the Ecore main loop from now on; initialises Ecore; later calls do
-/// nothing. Messages that arrived during a synchronous call are served before the loop sleeps;
-/// however many arrive, timers and other descriptors have their turn. When the bus goes away the
-/// main loop is ended, since a session's processes end with it.
+/// Serves bus() from the Ecore main loop from now on; initialises Ecore; later calls do nothing.
+/// When the bus goes away the main loop is ended, since a session's processes end with it.
 void serveBusOnLoop();
 
 } // namespace host

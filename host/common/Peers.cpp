@@ -37,6 +37,11 @@ std::string ownerOf(const std::string& name, sdbus::IConnection& connection)
     return askAbout<std::string>(connection, "GetNameOwner", name);
 }
 
+std::string busId(sdbus::IConnection& connection)
+{
+    return askBus<std::string>(connection, "GetId");
+}
+
 pid_t processOf(const std::string& connection)
 {
     return static_cast<pid_t>(

@@ -13,6 +13,10 @@ namespace host {
 /// connection, whose thread is the caller.
 std::string ownerOf(const std::string& name, sdbus::IConnection& connection = bus());
 
+/// The id of the bus, which no other bus has, nor this one after it was started again. Asks on the
+/// connection, whose thread is the caller.
+std::string busId(sdbus::IConnection& connection);
+
 /// The process that made the connection; 0 when the connection has ended.
 pid_t processOf(const std::string& connection);
 

@@ -36,26 +36,26 @@ sdbus::Slot watchBus(sdbus::IConnection& connection, const std::string& member,
         [](const std::string& sender) { return sender == kBusName; }, std::move(handler));
 }
 
-DaemonWatch::DaemonWatch(sdbus::IConnection& connection, OwnerChanged changed)
+OwnerWatch::OwnerWatch(sdbus::IConnection& connection, std::string name, OwnerChanged changed)
     : _connection(connection)
+    , _name(std::move(name))
 {
-    _slots.push_back(
-        watchBus(connection, "NameOwnerChanged", std::string("arg0='") + kDaemonName + "'",
-            [this, changed = std::move(changed)](sdbus::Message& signal) {
-                std::string name;
-                std::string before;
-                signal >> name >> before >> _owner;
-                if (changed)
-                    changed(_owner);
-            }));
-    _owner = ownerOf(kDaemonName, connection);
+    _slots.push_back(watchBus(connection, "NameOwnerChanged", "arg0='" + _name + "'",
+        [this, changed = std::move(changed)](sdbus::Message& signal) {
+            std::string same;
+            std::string before;
+            signal >> same >> before >> _owner;
+            if (changed)
+                changed(_owner);
+        }));
+    _owner = ownerOf(_name, connection);
 }
 
-void DaemonWatch::watch(
+void OwnerWatch::watch(
     const std::string& interface, const std::string& member, SignalHandler handler)
 {
     _slots.push_back(watchSender(
-        _connection, kDaemonName, interface, member, "",
+        _connection, _name, interface, member, "",
         [this](const std::string& sender) { return sender == _owner; }, std::move(handler)));
 }
 

@@ -41,10 +41,12 @@ Notification theOne(const std::vector<Notification>& found, const std::string& t
 
 } // namespace
 
-TrayService::TrayService(TrayStore& store, Applications& applications, RequestSender& sender)
+TrayService::TrayService(TrayStore& store, Applications& applications, RequestSender& sender,
+    std::function<void()> changed)
     : _store(store)
     , _applications(applications)
     , _sender(sender)
+    , _changed(std::move(changed))
 {
 }
 
@@ -71,7 +73,9 @@ int64_t TrayService::Post(const std::string& tag, const int32_t& type, const int
             refuseUnless(isTextType(text.get<0>()), "There is no such type of text");
             notification.texts[text.get<0>()] = { text.get<1>(), text.get<2>() };
         }
-        return _store.post(notification);
+        const std::int64_t id = _store.post(notification);
+        _changed();
+        return id;
     });
 }
 
@@ -90,12 +94,16 @@ void TrayService::Delete(const int64_t& id)
     answering([&] {
         if (!_store.remove(_caller().application, id))
             throw sdbus::Error(kNotThere, "The caller has no notification of this id");
+        _changed();
     });
 }
 
 void TrayService::DeleteAll(const int32_t& type)
 {
-    answering([&] { _store.removeAll(_caller().application, type); });
+    answering([&] {
+        _store.removeAll(_caller().application, type);
+        _changed();
+    });
 }
 
 std::vector<TrayService::WireNotification> TrayService::List()

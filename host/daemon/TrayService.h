@@ -6,6 +6,7 @@
 #include "host/daemon/TrayStore.h"
 
 #include <com.velmora.host.Tray-adaptor.h>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,9 @@ namespace host {
 /// Offers the notification tray on the bus; see com.velmora.host.Tray.xml.
 class TrayService final : public BusObject<com::velmora::host::Tray_adaptor> {
 public:
-    /// The arguments must outlive the service.
-    TrayService(TrayStore& store, Applications& applications, RequestSender& sender);
+    /// The arguments must outlive the service. changed is called when a notification comes or goes.
+    TrayService(TrayStore& store, Applications& applications, RequestSender& sender,
+        std::function<void()> changed);
 
 private:
     using WireText = sdbus::Struct<int32_t, std::string, std::string>;
@@ -40,6 +42,7 @@ private:
     TrayStore& _store;
     Applications& _applications;
     RequestSender& _sender;
+    std::function<void()> _changed;
 };
 
 } // namespace host

@@ -13,7 +13,8 @@ namespace {
 
 const int kBusyMilliseconds = 200; ///< alarms wait for as long
 
-// A notification without a tag has null there, which is unlike any other null.
+// A notification without a tag has null there, which is unlike any other null. The desktop's number
+// is null when the user has closed it there; is_old: it shows what the notification has replaced.
 const char* const kSchema = R"(
     CREATE TABLE IF NOT EXISTS notifications (
         id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -32,6 +33,12 @@ const char* const kSchema = R"(
         text TEXT NOT NULL,
         key TEXT NOT NULL,
         PRIMARY KEY (notification, type));
+    CREATE TABLE IF NOT EXISTS shown (
+        notification INTEGER PRIMARY KEY,
+        desktop TEXT NOT NULL,
+        number INTEGER,
+        is_old INTEGER NOT NULL,
+        UNIQUE (desktop, number));
     CREATE TABLE IF NOT EXISTS reports (
         id INTEGER PRIMARY KEY AUTOINCREMENT,
         key TEXT NOT NULL UNIQUE,
@@ -153,10 +160,11 @@ std::int64_t TrayStore::post(const Notification& notification)
     checkSize(notification);
     return _with([&](SQLite::Database& db) {
         SQLite::Transaction transaction(db);
-        SQLite::Statement erase(
-            db, "DELETE FROM notifications WHERE application = ? AND tag = nullif(?, '')");
+        SQLite::Statement erase(db,
+            "DELETE FROM notifications WHERE application = ? AND tag = nullif(?, '') RETURNING id");
         SQLite::bind(erase, notification.application, notification.tag);
-        erase.exec();
+        const std::int64_t replaced = erase.executeStep() ? erase.getColumn(0).getInt64() : 0;
+        erase.reset();
         checkCount(db, notification.application);
         SQLite::Statement insert(db,
             "INSERT INTO notifications (package, application, posted, tag, type, layout, displays,"
@@ -167,6 +175,10 @@ std::int64_t TrayStore::post(const Notification& notification)
         insert.exec();
         const std::int64_t id = db.getLastInsertRowid();
         insertTexts(db, id, notification);
+        SQLite::Statement replace(
+            db, "UPDATE shown SET notification = ?, is_old = 1 WHERE notification = ?");
+        SQLite::bind(replace, id, replaced);
+        replace.exec();
         transaction.commit();
         return id;
     });
@@ -260,6 +272,93 @@ std::vector<Report> TrayStore::reports()
         }
         return found;
     });
+}
+
+bool TrayStore::concernsDesktops()
+{
+    return _with([](SQLite::Database& db) {
+        const char* const question
+            = "SELECT EXISTS (SELECT 1 FROM notifications) OR EXISTS (SELECT 1 FROM shown)";
+        return db.execAndGet(question).getInt() != 0;
+    });
+}
+
+void TrayStore::forgetOtherDesktops(const std::string& desktop)
+{
+    _with([&](SQLite::Database& db) {
+        SQLite::Statement erase(db, "DELETE FROM shown WHERE desktop != ?");
+        erase.bind(1, desktop);
+        erase.exec();
+    });
+}
+
+std::optional<TrayStore::ToShow> TrayStore::nextToShow(const std::string& desktop)
+{
+    ToShow next;
+    const auto id = _with([&](SQLite::Database& db) -> std::int64_t {
+        SQLite::Statement select(db,
+            "SELECT id, number FROM notifications LEFT JOIN shown ON notification = id"
+            " AND desktop = ? WHERE is_old IS NULL OR is_old ORDER BY id LIMIT 1");
+        select.bind(1, desktop);
+        if (!select.executeStep())
+            return 0;
+        next.replaced = select.getColumn(1).getUInt();
+        return select.getColumn(0).getInt64();
+    });
+    const auto found = find(id);
+    if (!found)
+        return std::nullopt;
+    next.notification = *found;
+    return next;
+}
+
+std::optional<std::uint32_t> TrayStore::nextToClose(const std::string& desktop)
+{
+    return _with([&](SQLite::Database& db) -> std::optional<std::uint32_t> {
+        SQLite::Statement select(db,
+            "SELECT number FROM shown WHERE desktop = ? AND number IS NOT NULL"
+            " AND notification NOT IN (SELECT id FROM notifications) LIMIT 1");
+        select.bind(1, desktop);
+        if (!select.executeStep())
+            return std::nullopt;
+        return select.getColumn(0).getUInt();
+    });
+}
+
+void TrayStore::setShown(
+    std::int64_t id, const std::string& desktop, std::optional<std::uint32_t> number)
+{
+    // It may have been replaced meanwhile by one that takes over its number, or been deleted.
+    const std::string conflict = find(id) ? "REPLACE" : "IGNORE";
+    _with([&](SQLite::Database& db) {
+        SQLite::Statement insert(db,
+            "INSERT OR " + conflict
+                + " INTO shown (notification, desktop, number, is_old)"
+                  " VALUES (?, ?, nullif(?, 0), 0)");
+        SQLite::bind(insert, id, desktop, number.value_or(0));
+        insert.exec();
+    });
+}
+
+void TrayStore::setClosed(const std::string& desktop, std::uint32_t number)
+{
+    _with([&](SQLite::Database& db) {
+        SQLite::Statement update(
+            db, "UPDATE shown SET number = NULL WHERE desktop = ? AND number = ?");
+        SQLite::bind(update, desktop, number);
+        update.exec();
+        SQLite::Statement erase(db,
+            "DELETE FROM shown WHERE number IS NULL"
+            " AND notification NOT IN (SELECT id FROM notifications)");
+        erase.exec();
+    });
+}
+
+std::optional<Notification> TrayStore::shownAs(const std::string& desktop, std::uint32_t number)
+{
+    return firstOf(_select("JOIN shown ON notification = id WHERE desktop = ? AND number = ?"
+                           " AND NOT is_old",
+        desktop, number));
 }
 
 } // namespace host

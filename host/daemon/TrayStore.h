@@ -68,6 +68,27 @@ public:
     bool report(const std::vector<Report>& reports) noexcept;
     std::vector<Report> reports(); ///< the oldest first
 
+    // What a desktop shows of the notifications. desktop: a text that identifies its notification
+    // daemon; number: by which that knows a notification.
+
+    /// Whether there is anything to show, or anything was shown.
+    bool concernsDesktops();
+    /// Drops what other desktops have shown.
+    void forgetOtherDesktops(const std::string& desktop);
+    struct ToShow {
+        Notification notification;
+        std::uint32_t replaced = 0; ///< the number of what it takes the place of; 0 = nothing
+    };
+    std::optional<ToShow> nextToShow(const std::string& desktop);
+    /// The number of a notification that is in the tray no more.
+    std::optional<std::uint32_t> nextToClose(const std::string& desktop);
+    /// number: nothing when the desktop does not want to show it.
+    void setShown(std::int64_t id, const std::string& desktop, std::optional<std::uint32_t> number);
+    /// It stays in the tray, and counts as shown.
+    void setClosed(const std::string& desktop, std::uint32_t number);
+    /// Nothing when the desktop shows something older in its place.
+    std::optional<Notification> shownAs(const std::string& desktop, std::uint32_t number);
+
 private:
     SQLite::Database& _open();
     template <typename Work>

@@ -5,6 +5,7 @@
 #include "host/daemon/ApplicationsService.h"
 #include "host/daemon/BootApplications.h"
 #include "host/daemon/DefaultSettings.h"
+#include "host/daemon/Desktop.h"
 #include "host/daemon/FocusService.h"
 #include "host/daemon/TrayService.h"
 #include "host/daemon/VibrationService.h"
@@ -61,7 +62,8 @@ int main()
         host::RequestSender sender(applications);
         host::TrayStore trayStore(host::homePath() + "notifications.db");
         host::AlarmService alarms(applications, sender, trayStore);
-        const host::TrayService tray(trayStore, applications, sender);
+        static auto& desktop = *new host::Desktop(trayStore, sender);
+        const host::TrayService tray(trayStore, applications, sender, [] { desktop.update(); });
         host::FocusService focus(applications);
         host::VibrationService vibration;
         host::VolumeService volume;

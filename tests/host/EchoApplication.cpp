@@ -12,6 +12,7 @@
 //   caller   writes "caller <application id or error code>"
 //   launch   sends a request with text "from:<own id>" to this application, with the
 //            same "caller"
+//   post     posts a notification with this title
 //   wait     waits until this file is there, without serving its main loop
 //   crash    takes this file away and dies, when the file is there
 //   exit     ends
@@ -28,6 +29,7 @@
 #include <fcntl.h>
 #include <libintl.h>
 #include <memory>
+#include <notification.h>
 #include <service_app.h>
 #include <string>
 #include <unistd.h>
@@ -111,6 +113,15 @@ void show(const std::string& message)
     note(std::string("shows ") + dgettext(domain, message.c_str()) + " " + locale);
 }
 
+void post(const std::string& title)
+{
+    notification_h noti = notification_create(NOTIFICATION_TYPE_NOTI);
+    notification_set_text(noti, NOTIFICATION_TEXT_TYPE_TITLE, title.c_str(), nullptr,
+        NOTIFICATION_VARIABLE_TYPE_NONE);
+    note("post " + std::to_string(notification_post(noti)));
+    notification_free(noti);
+}
+
 bool createCb(void*)
 {
     if (isAsked("refuse")) {
@@ -138,6 +149,8 @@ void requestCb(app_control_h request, void*)
         note("caller " + caller(request));
     if (!extra(request, "launch").empty())
         launch(extra(request, "launch"), extra(request, "caller"));
+    if (!extra(request, "post").empty())
+        post(extra(request, "post"));
     const std::string gate = extra(request, "wait");
     while (!gate.empty() && access(gate.c_str(), F_OK) != 0)
         usleep(kPause);

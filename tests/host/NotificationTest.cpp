@@ -1,3 +1,4 @@
+#include "CardPosting.h"
 #include "Command.h"
 #include "EchoFixture.h"
 #include "host/common/Bus.h"
@@ -5,14 +6,9 @@
 #include "host/daemon/TrayStore.h"
 #include "Probing.h"
 
-#include <app_control.h>
-#include <app_control_internal.h>
-#include <bundle.h>
 #include <csignal>
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <memory>
-#include <notification.h>
 #include <set>
 
 using testing::AllOf;
@@ -27,66 +23,7 @@ namespace {
 const char* const kPoster = "com.velmora.test-poster";
 const char* const kTag = "upcoming";
 
-struct Free {
-    void operator()(notification_h noti) const { notification_free(noti); }
-};
-using Noti = std::unique_ptr<_notification, Free>;
-
-Noti newNoti(notification_type_e type = NOTIFICATION_TYPE_NOTI)
-{
-    return Noti(notification_create(type));
-}
-
 Noti load(const char* tag) { return Noti(notification_load_by_tag(tag)); }
-
-int setText(const Noti& noti, const char* text,
-    notification_text_type_e type = NOTIFICATION_TEXT_TYPE_TITLE, const char* key = nullptr)
-{
-    return notification_set_text(noti.get(), type, text, key, NOTIFICATION_VARIABLE_TYPE_NONE);
-}
-
-int post(const char* tag, const char* text,
-    notification_text_type_e type = NOTIFICATION_TEXT_TYPE_TITLE,
-    notification_type_e kind = NOTIFICATION_TYPE_NOTI)
-{
-    const Noti noti = newNoti(kind);
-    if (tag)
-        notification_set_tag(noti.get(), tag);
-    setText(noti, text, type);
-    return notification_post(noti.get());
-}
-
-// A launch request as a card carries it.
-std::string requestFor(const char* application, const char* text = "pressed")
-{
-    app_control_h request = nullptr;
-    app_control_create(&request);
-    app_control_set_operation(request, APP_CONTROL_OPERATION_DEFAULT);
-    app_control_set_app_id(request, application);
-    app_control_add_extra_data(request, "text", text);
-    bundle* data = nullptr;
-    app_control_to_bundle(request, &data);
-    bundle_raw* raw = nullptr;
-    int length = 0;
-    bundle_encode(data, &raw, &length);
-    std::string encoded(reinterpret_cast<char*>(raw), static_cast<std::size_t>(length));
-    free(raw);
-    app_control_destroy(request);
-    return encoded;
-}
-
-std::string cardOf(const std::string& tap, const std::string& button)
-{
-    return R"({"contents_info":{"custom_type":{"title":"Upcoming alarm","body":"<b>7:30</b></br>Sun",)"
-           R"("clicked":")"
-        + tap + R"(","contents_list":[{"type":"button","text":"Turn off","button_clicked":")"
-        + button + R"("}]}}})";
-}
-
-int postCard(const std::string& tap, const std::string& button = "")
-{
-    return post(kTag, cardOf(tap, button).c_str(), NOTIFICATION_TEXT_TYPE_EXTENSION);
-}
 
 CommandResult hostctl(std::vector<std::string> arguments)
 {
@@ -269,7 +206,7 @@ TEST_F(NotificationTest, AnotherApplicationsAreLeftAlone)
 
     EXPECT_EQ(nullptr, load(kTag));
     EXPECT_EQ(NOTIFICATION_ERROR_NONE, notification_delete_all(NOTIFICATION_TYPE_NONE));
-    postCard(requestFor(kEcho));
+    postCard(kTag, requestFor(kEcho));
     EXPECT_THAT(shown(), AllOf(HasSubstr("other's"), HasSubstr("Upcoming alarm")));
     expectRefusal({ "tray", "tap", kTag }, "both have a notification with the tag upcoming");
 
@@ -316,13 +253,13 @@ TEST_F(NotificationTest, TheTrayOutlivesHostdAndACallToOneThatHangsEnds)
 
 TEST_F(NotificationTest, ACardIsShownAsText)
 {
-    postCard(requestFor(kEcho), requestFor(kOther));
+    postCard(kTag, requestFor(kEcho), requestFor(kOther));
     post(nullptr, "nonsense", NOTIFICATION_TEXT_TYPE_EXTENSION);
     post("\x1b[2J", "\x1b[31mred\nnext");
 
     EXPECT_THAT(shown(),
         MatchesRegex("[-0-9]+ [:0-9]+  com.velmora.test-poster  upcoming\n"
-                     "  Upcoming alarm\n  7:30\n  Sun\n  1: Turn off\n"
+                     "  Upcoming alarm\n  7:30\n  Sun & Mon\n  1: Turn off\n"
                      ".*  com.velmora.test-poster  -\n  com.velmora.test-poster\n"
                      ".*  com.velmora.test-poster  .\\[2J\n  .\\[31mred\n  next\n"));
     EXPECT_THAT(shown(), Not(HasSubstr("\x1b")));
@@ -330,7 +267,7 @@ TEST_F(NotificationTest, ACardIsShownAsText)
 
 TEST_F(NotificationTest, TapAndButtonLaunchWhatTheCardSays)
 {
-    postCard(requestFor(kEcho, "tapped"), requestFor(kOther, "turn off"));
+    postCard(kTag, requestFor(kEcho, "tapped"), requestFor(kOther, "turn off"));
 
     EXPECT_EQ("handed over to com.velmora.test-echo\n", hostctl({ "tray", "tap", kTag }).out);
     expectLines(echo, std::string("request ") + APP_CONTROL_OPERATION_DEFAULT + " tapped");
@@ -346,7 +283,7 @@ TEST_F(NotificationTest, APressThatFindsTheApplicationDeadIsForANewProcess)
 {
     launch(kEcho, "first");
     expectRequests(echo, { "first" });
-    postCard(requestFor(kEcho));
+    postCard(kTag, requestFor(kEcho));
     const pid_t daemon = session.daemonPid();
     const pid_t dead = session.pidOf(kEcho);
     std::string taken;
@@ -375,16 +312,16 @@ TEST_F(NotificationTest, WhatACardMayNotLaunchIsRefused)
 {
     expectRefusal({ "tray", "tap", kTag }, "no notification has the tag upcoming");
 
-    postCard("nonsense", requestFor(kEcho));
+    postCard(kTag, "nonsense", requestFor(kEcho));
     expectRefusal({ "tray", "tap", kTag }, "it has no request that can be read");
     expectRefusal({ "tray", "button", kTag, "2" }, "it has no button 2");
     EXPECT_THAT(session.logText(), HasSubstr("launches nothing: it has no button 2"));
 
-    postCard("", requestFor(""));
+    postCard(kTag, "", requestFor(""));
     expectRefusal({ "tray", "tap", kTag }, "it has no request that can be read");
     expectRefusal({ "tray", "button", kTag, "1" }, "its request names no application");
 
-    postCard(requestFor("com.velmora.alarm-alert"), requestFor("com.velmora.test-none"));
+    postCard(kTag, requestFor("com.velmora.alarm-alert"), requestFor("com.velmora.test-none"));
     expectRefusal({ "tray", "tap", kTag }, "com.velmora.alarm-alert is of another package");
     expectRefusal({ "tray", "button", kTag, "1" }, "com.velmora.test-none is not installed");
 

@@ -73,6 +73,9 @@ Options readOptions(Words words)
 
 void setEnvironment(const session::Folder& folder, bool boot)
 {
+    // A session in a session, too, shows its notifications on the user's desktop.
+    if (const char* desktop = getenv("DBUS_SESSION_BUS_ADDRESS"))
+        setenv("ALARM_HOST_DESKTOP_BUS", desktop, 0);
     folder.exportPaths();
     setenv("ALARM_HOST_PACKAGE", "com.velmora.alarm", 1);
     setenv("EINA_LOG_LEVEL", "0", 1);
