@@ -35,16 +35,18 @@ protected:
     void SetUp() override
     {
         EchoFixture::SetUp();
-        // A child that hangs or goes on sends no signal, which would interrupt a call.
-        struct sigaction children = {};
-        sigaction(SIGCHLD, nullptr, &children);
-        children.sa_flags |= SA_NOCLDSTOP;
-        sigaction(SIGCHLD, &children, nullptr);
+        // A signal that tells of a child would interrupt a call.
+        sigset_t children;
+        sigemptyset(&children);
+        sigaddset(&children, SIGCHLD);
+        sigprocmask(SIG_BLOCK, &children, nullptr);
     }
 
     void TearDown() override
     {
         EXPECT_EQ(NOTIFICATION_ERROR_NONE, notification_delete_all(NOTIFICATION_TYPE_NONE));
+        if (fs::remove(HostSession::home() + "dbus-services/" + kDesktop + ".service"))
+            session.installApplication(kEcho, ECHO_PROGRAM); // has the bus look what is there
         end();
         EchoFixture::TearDown();
     }
@@ -62,8 +64,9 @@ protected:
 
     void end()
     {
-        if (desktop)
-            kill(desktop->id(), SIGKILL);
+        const pid_t running = session.pidOf(kDesktop);
+        if (running != 0)
+            kill(running, SIGKILL);
         desktop.reset();
         ASSERT_TRUE(session.waitFor([&] { return session.pidOf(kDesktop) == 0; }));
     }
@@ -243,20 +246,18 @@ TEST_F(DesktopTest, ADesktopThatHangsDelaysNothingAndGetsTheLastState)
     EXPECT_EQ(std::string::npos, desktop->output().find("gone"));
 }
 
-TEST_F(DesktopTest, TheBusIsAskedToStartTheDesktop)
+TEST_F(DesktopTest, TheBusIsAskedToStartTheDesktopAgainForEachChange)
 {
     session.installApplication(kDesktop, DESKTOP_RECORDER);
-
+    const auto isRunning = [this] { return session.pidOf(kDesktop) != 0; };
     post(kTag, "first");
+    ASSERT_TRUE(session.waitFor(isRunning));
+    kill(session.pidOf(kDesktop), SIGKILL);
+    ASSERT_TRUE(session.waitFor([&] { return !isRunning(); }));
 
-    EXPECT_TRUE(session.waitFor([&] { return session.pidOf(kDesktop) != 0; }));
-    kill(session.pidOf(kDesktop), SIGKILL);
-    EXPECT_TRUE(session.waitFor([&] { return session.pidOf(kDesktop) == 0; }));
     post(kTag, "second");
-    EXPECT_TRUE(session.waitFor([&] { return session.pidOf(kDesktop) != 0; }));
-    fs::remove(HostSession::home() + "dbus-services/" + kDesktop + std::string(".service"));
-    session.installApplication(kEcho, ECHO_PROGRAM); // has the bus look again
-    kill(session.pidOf(kDesktop), SIGKILL);
+
+    EXPECT_TRUE(session.waitFor(isRunning));
 }
 
 namespace {

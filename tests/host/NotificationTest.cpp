@@ -241,6 +241,7 @@ TEST_F(NotificationTest, TheTrayOutlivesHostdAndACallToOneThatHangsEnds)
     EXPECT_NE(nullptr, load(kTag));
 
     const pid_t daemon = session.daemonPid();
+    ASSERT_NE(0, daemon);
     host::bus().setMethodCallTimeout(100'000);
     kill(daemon, SIGSTOP);
     EXPECT_EQ(NOTIFICATION_ERROR_SERVICE_NOT_READY, post(nullptr, "hangs"));
@@ -286,6 +287,7 @@ TEST_F(NotificationTest, APressThatFindsTheApplicationDeadIsForANewProcess)
     postCard(kTag, requestFor(kEcho));
     const pid_t daemon = session.daemonPid();
     const pid_t dead = session.pidOf(kEcho);
+    ASSERT_TRUE(daemon != 0 && dead != 0);
     std::string taken;
     auto tray = sdbus::createProxy(host::bus(), host::kDaemonName, host::kDaemonPath);
 
