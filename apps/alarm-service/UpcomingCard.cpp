@@ -20,7 +20,7 @@ namespace {
 const char* const kTag = "alarm-service";
 const char* const kCardTag = "alarmUpcomingTag";
 const char* const kContextKey = "contextMgrId";
-const time_t kShownBefore = 60 * 60; ///< seconds
+const time_t kShownBefore = 3600; ///< seconds
 const time_t kTryAgain = 5; ///< seconds
 const std::chrono::milliseconds kPatience{ 2000 };
 const int kNoCard = -1;
