@@ -76,7 +76,6 @@ struct Desktop::Line {
         watch.watch(kName, "NotificationClosed", [&desktop](sdbus::Message& signal) {
             std::uint32_t number = 0;
             signal >> number;
-            desktop._save();
             desktop._store.setClosed(desktop._desktop, number);
         });
     }
@@ -105,14 +104,19 @@ void Desktop::update()
 // Goes on once for all that happens in this turn of the loop.
 void Desktop::_goOn(double seconds)
 {
-    _step = std::make_unique<Timer>(seconds, [this] {
-        try {
-            _next();
-        } catch (const std::exception& error) {
-            logError(std::string("The desktop cannot be served for now: ") + error.what());
-            _goOn(kTryAgainSeconds);
-        }
-    });
+    _step = std::make_unique<Timer>(seconds, [this] { _orLater([this] { _next(); }); });
+}
+
+// A failure, as of a full disk, must not be met again and again.
+template <typename Work>
+void Desktop::_orLater(const Work& work)
+{
+    try {
+        work();
+    } catch (const std::exception& error) {
+        logError(std::string("The desktop cannot be served for now: ") + error.what());
+        _goOn(kTryAgainSeconds);
+    }
 }
 
 // Takes the next step towards a desktop that shows what is in the tray.
@@ -225,8 +229,8 @@ auto Desktop::_onReply(Answered answered)
     _isCalling = true;
     return [this, answered](const sdbus::Error* error, Results... results) {
         _isCalling = false;
-        guarded("an answer of the desktop", [&] { answered(error, results...); });
         _goOn();
+        _orLater([&] { answered(error, results...); });
     };
 }
 
@@ -264,9 +268,7 @@ void Desktop::_show(const TrayStore::ToShow& next)
                 std::map<std::string, sdbus::Variant>(), kNeverExpires)
             .uponReplyInvoke(_onReply<std::uint32_t>(answered));
     } catch (const sdbus::Error& error) {
-        _isCalling = false;
-        _goOn();
-        answered(&error, 0);
+        _onReply<std::uint32_t>(answered)(&error, 0);
     }
 }
 

@@ -43,6 +43,8 @@ private:
     void _leave();
     void _ownerChanged();
     void _goOn(double seconds = 0);
+    template <typename Work>
+    void _orLater(const Work& work);
     void _next();
     void _start();
     void _ask();

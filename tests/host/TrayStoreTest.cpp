@@ -241,4 +241,62 @@ TEST_F(TrayStoreTest, ReportsComeOnceAndTheOldestGo)
     EXPECT_EQ("third", reports().front());
 }
 
+TEST_F(TrayStoreTest, KnowsWhatADesktopIsToShowAndToClose)
+{
+    EXPECT_FALSE(store->concernsDesktops());
+    const std::int64_t first = store->post(notificationOf("a", "tag", "first"));
+    EXPECT_TRUE(store->concernsDesktops());
+    ASSERT_TRUE(store->nextToShow("d"));
+    EXPECT_EQ(first, store->nextToShow("d")->notification.id);
+    EXPECT_EQ(0u, store->nextToShow("d")->replaced);
+    store->setShown(first, "d", 7);
+    EXPECT_FALSE(store->nextToShow("d"));
+    EXPECT_EQ(first, store->shownAs("d", 7).value().id);
+    EXPECT_FALSE(store->shownAs("d", 8));
+    EXPECT_FALSE(store->shownAs("other", 7));
+    EXPECT_TRUE(store->nextToShow("other"));
+
+    // What is shown in its place is not yet the new one.
+    const std::int64_t second = store->post(notificationOf("a", "tag", "second"));
+    EXPECT_FALSE(store->shownAs("d", 7));
+    EXPECT_EQ(7u, store->nextToShow("d")->replaced);
+    EXPECT_FALSE(store->nextToClose("d"));
+
+    // The late answer about the first takes nothing from the second.
+    store->setShown(second, "d", 7);
+    store->setShown(first, "d", 7);
+    EXPECT_EQ(second, store->shownAs("d", 7).value().id);
+    EXPECT_FALSE(store->nextToClose("d"));
+    // Had it another number, it would be closed.
+    store->setShown(first, "d", 9);
+    EXPECT_EQ(9u, store->nextToClose("d").value());
+    store->setClosed("d", 9);
+    EXPECT_FALSE(store->nextToClose("d"));
+
+    EXPECT_TRUE(store->remove("a", second));
+    EXPECT_TRUE(store->concernsDesktops());
+    EXPECT_EQ(7u, store->nextToClose("d").value());
+    store->setClosed("d", 7);
+    EXPECT_FALSE(store->concernsDesktops());
+}
+
+TEST_F(TrayStoreTest, WhatTheDesktopRefusesOrTheUserClosesCountsAsShown)
+{
+    const std::int64_t refused = store->post(notificationOf("a", "", "refused"));
+    const std::int64_t closed = store->post(notificationOf("a", "tag", "closed"));
+    store->setShown(refused, "d", std::nullopt);
+    store->setShown(store->post(notificationOf("a", "", "refused, too")), "d", std::nullopt);
+    store->setShown(closed, "d", 1);
+    store->setClosed("d", 1);
+    EXPECT_FALSE(store->nextToShow("d"));
+    EXPECT_EQ(3u, titles().size());
+
+    store->post(notificationOf("a", "tag", "again"));
+    EXPECT_EQ(0u, store->nextToShow("d").value().replaced);
+    store->forgetOtherDesktops("new");
+    EXPECT_EQ(refused, store->nextToShow("new").value().notification.id);
+    store->removeAll("a", NOTIFICATION_TYPE_NONE);
+    EXPECT_FALSE(store->concernsDesktops());
+}
+
 } // namespace
