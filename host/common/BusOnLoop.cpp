@@ -1,13 +1,15 @@
 #include "host/common/BusOnLoop.h"
 
+#include <chrono>
 #include <poll.h>
 
 namespace host {
 
 namespace {
 
-const int kMessagesPerTurn
-    = 32; ///< so that a flood of messages does not keep the loop from its timers
+// So that neither a flood of messages nor slow ones keep the loop from its timers.
+const int kMessagesPerTurn = 32;
+const std::chrono::milliseconds kTurn{ 20 };
 
 } // namespace
 
@@ -73,7 +75,10 @@ void BusOnLoop::_whileBusIsThere(Work work)
 // Messages that are left are for later turns of the loop: _follow sees that they are pending.
 void BusOnLoop::_drain()
 {
-    for (int i = 0; i < kMessagesPerTurn && _connection.processPendingRequest(); ++i) {
+    const auto end = std::chrono::steady_clock::now() + kTurn;
+    for (int i = 0; i < kMessagesPerTurn && std::chrono::steady_clock::now() < end; ++i) {
+        if (!_connection.processPendingRequest())
+            return;
     }
 }
 

@@ -195,8 +195,8 @@ void AlarmService::_clockChanged()
 {
     logInfo("The clock or the zone was changed; all alarms are computed again");
     _schedule.clockChanged(currentZone());
-    guarded("the zone is not announced", announceZone);
     _update();
+    guarded("the zone is not announced", announceZone);
 }
 
 // Updates once for all answers of this turn of the loop.

@@ -1,5 +1,6 @@
 #include "host/daemon/AlarmStore.h"
 
+#include "host/common/Boundary.h"
 #include "host/common/Log.h"
 
 #include <algorithm>
@@ -97,7 +98,8 @@ AlarmStore::AlarmStore(
     : _mark(mark)
     , _db(std::move(file.db))
 {
-    _moveReports(tray);
+    // Alarms do not depend on old reports.
+    guarded("the reports of an earlier version stay where they are", [&] { _moveReports(tray); });
     _raiseIds(path, now, std::move(file.loss), tray);
 }
 

@@ -28,8 +28,9 @@ void refuseUnlessEmpty(const Arguments& arguments, const std::string& right);
 std::string local(std::int64_t instant, const char* format);
 /// The text as a JSON string.
 std::string quoted(const std::string& text);
-/// The text as one line for a terminal, whoever wrote it: with ? for control characters.
-std::string shown(std::string text);
+/// The text as one line for a terminal, whoever wrote it: with ? for characters that control the
+/// terminal or the direction of the text, and U+FFFD for what is not UTF-8.
+std::string shown(const std::string& text);
 
 void key(const Arguments& arguments);
 void preference(const Arguments& arguments);

@@ -1,8 +1,9 @@
+#include "host/common/Boundary.h"
 #include "host/tools/hostctl.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <glib.h>
 #include <iomanip>
 #include <sstream>
 
@@ -36,11 +37,18 @@ std::string quoted(const std::string& text)
     return json + '"';
 }
 
-std::string shown(std::string text)
+std::string shown(const std::string& text)
 {
-    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
-    std::replace_if(text.begin(), text.end(), isControl, '?');
-    return text;
+    const host::CText valid(g_utf8_make_valid(text.c_str(), static_cast<gssize>(text.size())));
+    std::string safe;
+    for (const char* at = valid.get(); *at; at = g_utf8_next_char(at)) {
+        if (g_unichar_isprint(g_utf8_get_char(at)) != FALSE) {
+            safe.append(at, static_cast<size_t>(g_utf8_next_char(at) - at));
+        } else {
+            safe += '?';
+        }
+    }
+    return safe;
 }
 
 void refuseUnlessEmpty(const Arguments& arguments, const std::string& right)

@@ -185,6 +185,19 @@ TEST_F(AlarmScheduleFileTest, TheTrayOfAnEarlierVersionIsTakenOver)
     EXPECT_EQ(2u, trayTexts().size());
 }
 
+TEST_F(AlarmScheduleFileTest, ATrayOfAnEarlierVersionThatCannotBeReadHoldsUpNoAlarm)
+{
+    ringAt(7, 30, 0);
+    close();
+    {
+        SQLite::Database file(path(), SQLite::OPEN_READWRITE, 1000);
+        file.exec("CREATE TABLE tray (id INTEGER PRIMARY KEY, posted INTEGER)");
+    }
+    open();
+
+    EXPECT_EQ(1u, schedule().list().size());
+}
+
 TEST_F(AlarmScheduleFileTest, AKillBetweenTrayAndScheduleDoublesNoReport)
 {
     for (int minute = 0; minute < 30; ++minute)

@@ -246,6 +246,8 @@ TEST_F(NotificationTest, TheTrayOutlivesHostdAndACallToOneThatHangsEnds)
     kill(daemon, SIGSTOP);
     EXPECT_EQ(NOTIFICATION_ERROR_SERVICE_NOT_READY, post(nullptr, "hangs"));
     EXPECT_EQ(nullptr, load(kTag));
+    EXPECT_EQ(NOTIFICATION_ERROR_SERVICE_NOT_READY, get_last_result());
+    EXPECT_EQ(NOTIFICATION_ERROR_NOT_EXIST_ID, notification_delete(newNoti().get()));
     EXPECT_EQ(
         NOTIFICATION_ERROR_SERVICE_NOT_READY, notification_delete_all(NOTIFICATION_TYPE_ONGOING));
     kill(daemon, SIGCONT);
@@ -256,13 +258,13 @@ TEST_F(NotificationTest, ACardIsShownAsText)
 {
     postCard(kTag, requestFor(kEcho), requestFor(kOther));
     post(nullptr, "nonsense", NOTIFICATION_TEXT_TYPE_EXTENSION);
-    post("\x1b[2J", "\x1b[31mred\nnext");
+    post("\x1b[2J", "\x1b[31mred\u009b\u202e\nnext");
 
     EXPECT_THAT(shown(),
         MatchesRegex("[-0-9]+ [:0-9]+  com.velmora.test-poster  upcoming\n"
                      "  Upcoming alarm\n  7:30\n  Sun & Mon\n  1: Turn off\n"
                      ".*  com.velmora.test-poster  -\n  com.velmora.test-poster\n"
-                     ".*  com.velmora.test-poster  .\\[2J\n  .\\[31mred\n  next\n"));
+                     ".*  com.velmora.test-poster  .\\[2J\n  .\\[31mred[?][?]\n  next\n"));
     EXPECT_THAT(shown(), Not(HasSubstr("\x1b")));
 }
 

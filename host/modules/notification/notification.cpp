@@ -40,6 +40,8 @@ int codeOf(const std::exception& failure)
         { prefix + "LimitsExceeded", NOTIFICATION_ERROR_OUT_OF_MEMORY },
         { prefix + "Failed", NOTIFICATION_ERROR_FROM_DB },
         { prefix + "ServiceUnknown", NOTIFICATION_ERROR_SERVICE_NOT_READY },
+        { prefix + "Spawn.ChildExited", NOTIFICATION_ERROR_SERVICE_NOT_READY },
+        { prefix + "Spawn.ExecFailed", NOTIFICATION_ERROR_SERVICE_NOT_READY },
         { prefix + "NoReply", NOTIFICATION_ERROR_SERVICE_NOT_READY },
         { prefix + "Timeout", NOTIFICATION_ERROR_SERVICE_NOT_READY },
         { kNotThere, NOTIFICATION_ERROR_NOT_EXIST_ID },
@@ -194,6 +196,8 @@ extern "C" int notification_delete(notification_h noti)
 {
     if (!noti)
         return NOTIFICATION_ERROR_INVALID_PARAMETER;
+    if (noti->id == 0)
+        return NOTIFICATION_ERROR_NOT_EXIST_ID;
     return askTray([=](TrayProxy& tray) {
         tray.Delete(noti->id);
         noti->id = 0;
