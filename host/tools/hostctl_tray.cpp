@@ -43,9 +43,10 @@ void printLines(TrayProxy& tray)
         for (const std::string& button : buttons)
             printf("  %d: %s\n", ++number, shown(button).c_str());
     }
-    for (const auto& report : tray.Reports())
+    for (const auto& report : tray.Reports()) {
         printf(
             "%s  %s\n", local(report.get<0>(), kInstant).c_str(), shown(report.get<1>()).c_str());
+    }
 }
 
 void printTexts(const std::vector<sdbus::Struct<int32_t, std::string, std::string>>& texts)

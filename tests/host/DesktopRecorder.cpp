@@ -34,7 +34,7 @@ std::string oneLine(std::string text)
 int main(int argc, char** argv)
 {
     setvbuf(stdout, nullptr, _IOLBF, 0);
-    const Texts capabilities(argv + 1, argv + argc);
+    Texts capabilities(argv + 1, argv + argc);
     const auto connection = sdbus::createSessionBusConnection();
     const auto object = sdbus::createObject(*connection, "/org/freedesktop/Notifications");
     std::uint32_t last = 0;
