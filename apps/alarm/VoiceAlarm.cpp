@@ -9,21 +9,19 @@
 
 namespace {
 
-const time_t kDay = 24L * 60 * 60;
-
-// The library finds the day. On nights in which the clock is changed, it and the alarm service
-// differ on the instant; and a registration tells a weekday and no date, so the day must be the
-// next of its weekday. An instant that is now goes by before it is registered, and is then made
-// anew.
+// The library finds the date. On nights in which the clock is changed, it and the alarm service
+// differ on the instant. A registration tells a weekday and no date, so the date must be the next
+// of its weekday.
 void setDay(AlarmDbData& alarm, tm date, time_t now)
 {
     AlarmOrvikUtil::setAlertTime(alarm, &date);
-    AlarmOrvikUtil::setRepeatValue(alarm);
-    const time_t instant
-        = companion::nextInstant(now - 1, { alarm.hour, alarm.min, 0 }, alarm.repeatWeekly);
-    if (instant - alarm.stime > kDay)
+    const companion::WallTime time = { alarm.hour, alarm.min, 0 };
+    time_t instant = companion::instantOnDayOf(alarm.stime, alarm);
+    if (instant <= now)
+        instant = companion::nextInstant(instant, time, 0);
+    if (instant <= now)
         throw badInput("the time of the alarm is over");
-    if (alarm.stime - instant > kDay)
+    if (instant != companion::nextInstant(now, time, companion::weekdayBit(instant)))
         throw badInput("the date of the alarm is more than a week away");
     companion::setRing(alarm, instant);
 }

@@ -138,14 +138,17 @@ INSTANTIATE_TEST_SUITE_P(Table, VoiceOnceTest,
         OnceCase{ "DateAndNow", kNoon, { 2026, 11, 23 }, 12, 0, kNoon + kDay, 4 },
         OnceCase{ "DateThatIsOver", kNoon, { 2026, 11, 23 }, 11, 59, kNoon + kDay - 60, 4 },
         OnceCase{ "Yesterday", kNoon, { 2026, 11, 22 }, 12, 1, kNoon + 60, 2 },
-        OnceCase{ "AlmostAWeek", kNoon, { 2026, 11, 30 }, 11, 59, kNoon + 7 * kDay - 60, 2 },
+        OnceCase{ "AWeek", kNoon, { 2026, 11, 30 }, 12, 0, kNoon + 7 * kDay, 2 },
         OnceCase{ "NextYear", kNoon + 34 * kDay, { 2027, 1, 1 }, 12, 0, kNoon + 39 * kDay, 32 },
         OnceCase{ "Gap", 1774738800, kSpring, 2, 30, 1774746000, 1 },
         OnceCase{ "GapWithoutADate", 1774738800, kNone, 2, 30, 1774746000, 1 },
+        OnceCase{ "GapIsOver", 1774746900, kSpring, 2, 30, 1774830600, 2 },
         OnceCase{ "FirstOfTwo", 1792836000, kAutumn, 2, 30, 1792888200, 1 },
+        OnceCase{ "FirstOfTwoOfTheDateIsOver", 1792889100, kAutumn, 2, 30, 1792978200, 2 },
         OnceCase{ "FirstOfTwoIsOver", 1792889100, kNone, 2, 30, 1792978200, 2 },
         OnceCase{ "DayAfter25Hours", 1792968300, kAutumn, 0, 30, 1792971000, 2 },
-        OnceCase{ "DayAfter23Hours", 1774741500, kSpring, 0, 30, 1774823400, 2 }),
+        OnceCase{ "DayAfter23Hours", 1774741500, kSpring, 0, 30, 1774823400, 2 },
+        OnceCase{ "DayOf23Hours", 1774737900, { 2026, 3, 28 }, 23, 30, 1774819800, 1 }),
     nameOf);
 
 TEST_P(VoiceRefusedTest, IsToldWhatIsWrong)
@@ -158,21 +161,22 @@ INSTANTIATE_TEST_SUITE_P(Table, VoiceRefusedTest,
     testing::Values(RefusedCase{ "YesterdayAndOver", kNoon, { 2026, 11, 22 }, 11, 59, kOver },
         RefusedCase{ "TwoDaysAgo", kNoon, { 2026, 11, 21 }, 12, 1, kOver },
         RefusedCase{ "LongAgo", kNoon, { 1970, 1, 1 }, 0, 0, kOver },
-        RefusedCase{ "FirstOfTwo", 1792889100, kAutumn, 2, 30, kOver },
-        RefusedCase{ "AWeekAhead", kNoon, { 2026, 11, 30 }, 12, 0, kFar },
+        RefusedCase{ "YesterdayAndFirstOfTwo", 1792889100, { 2026, 10, 24 }, 2, 30, kOver },
+        RefusedCase{ "YesterdayAndGap", 1774746000, { 2026, 3, 28 }, 2, 30, kOver },
+        RefusedCase{ "AWeekAndAMinute", kNoon, { 2026, 11, 30 }, 12, 1, kFar },
         RefusedCase{ "LongAhead", kNoon, { 2037, 12, 31 }, 23, 59, kFar }),
     nameOf);
 
 // time() is some milliseconds late to tell the second that the companion's clock tells.
-TEST_F(VoiceAlarmTest, InstantThatIsNowIsLeftToBeMadeAnew)
+TEST_F(VoiceAlarmTest, InstantThatIsNowIsOverThoughTimeIsLate)
 {
     clockDouble().now = timeval{ kNoon - 1, 999999 };
     AlarmDbData alarm;
 
     setAsAsked(alarm, requestOf({ 2026, 11, 23 }, 12, 0), kNoon);
 
-    EXPECT_EQ(kNoon, alarm.stime);
-    EXPECT_EQ(2, alarm.repeatWeekly);
+    EXPECT_EQ(kNoon + kDay, alarm.stime);
+    EXPECT_EQ(4, alarm.repeatWeekly);
 }
 
 TEST_F(VoiceAlarmTest, RepeatingAlarmRingsOnTheNextOfItsDays)
