@@ -12,11 +12,11 @@
 
 namespace {
 
-/// There is an alarm of the same time and days.
+/// There is an alarm that rings as the new one would.
 class SameAlarm : public Failure {
 public:
     explicit SameAlarm(const AlarmDbData& existing)
-        : Failure(kFailed, "alarm " + std::to_string(existing.id) + " has the same time and days")
+        : Failure(kFailed, "alarm " + std::to_string(existing.id) + " rings then already")
         , alarm(existing)
     {
     }
@@ -51,14 +51,13 @@ AlarmDbData save(const VoiceRequest& request)
 {
     companion::AlarmSaving saving;
     AlarmDbData alarm = companion::newAlarm();
-    const auto edit = [&request, &saving](AlarmDbData& made, time_t now) {
+    // The edit has the turn to save, so no other process adds the same alarm after the look.
+    const auto edit = [&request](AlarmDbData& made, time_t now) {
         setAsAsked(made, request, now);
-        AlarmDbData same;
-        const companion::Saved found = saving.findSame(made, same);
-        if (found == companion::Saved::Yes)
-            throw SameAlarm(same);
-        if (found != companion::Saved::NoSuchAlarm)
-            check(found, same.id);
+        for (const AlarmDbData& stored : storedAlarms()) {
+            if (ringsInsteadOf(made, stored, now))
+                throw SameAlarm(stored);
+        }
         return true;
     };
     check(saving.add(alarm, edit), alarm.id);

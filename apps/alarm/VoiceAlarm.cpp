@@ -6,6 +6,8 @@
 
 #include <AlarmOrvikUtil.h>
 #include <AlarmTime.h>
+#include <PhoneAlarms.h>
+#include <tuple>
 
 namespace {
 
@@ -42,6 +44,20 @@ void setAsAsked(AlarmDbData& alarm, const VoiceRequest& request, time_t now)
         companion::setNextRing(alarm, now);
     }
     alarm.atime = alarm.stime;
+}
+
+bool ringsInsteadOf(const AlarmDbData& made, const AlarmDbData& stored, time_t now)
+{
+    const auto timeOf = [](const AlarmDbData& alarm) {
+        return std::tuple(alarm.hour, alarm.min, alarm.repeat_once != 0);
+    };
+    if (!stored.enable || companion::isSilent(stored, now) || timeOf(stored) != timeOf(made))
+        return false;
+    if (!made.repeat_once)
+        return stored.repeatWeekly == made.repeatWeekly;
+    // One that rings now is still on, and will be switched off.
+    return now < companion::dueInstant(stored)
+        && companion::upcomingInstant(stored, now) == made.stime;
 }
 
 // "time" is the record's atime, which other programs may have left empty; "snoozeDuration" is

@@ -47,11 +47,6 @@ public:
     [[nodiscard]] Saved change(int id, const Edit& edit, AlarmDbData& alarm);
     [[nodiscard]] Saved remove(int id, AlarmDbData& alarm);
 
-    /// Looks for an alarm of the same time of day and days, as the library tells duplicates, on or
-    /// off, and reads it into same. NoSuchAlarm when there is none. None can come before commit(),
-    /// and an Edit may look.
-    Saved findSame(const AlarmDbData& alarm, AlarmDbData& same);
-
     /// Stores and announces the changes, then cancels the registrations that they replaced.
     [[nodiscard]] Saved commit();
 

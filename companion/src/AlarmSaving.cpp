@@ -183,16 +183,6 @@ Saved AlarmSaving::remove(int id, AlarmDbData& alarm)
     return _settle(isMarked, alarm.alarm_mgr_id, -1, News::Announced);
 }
 
-Saved AlarmSaving::findSame(const AlarmDbData& alarm, AlarmDbData& same)
-{
-    if (_state != Saved::Yes)
-        return _state;
-    const int id = _store->model().checkIsDuplicatedAlarmData(alarm);
-    if (_store->code() != SQLITE_OK)
-        return Saved::Unreadable;
-    return _find(id, same); // no row has the id -1
-}
-
 Saved AlarmSaving::commit()
 {
     if (_state != Saved::Yes)

@@ -185,61 +185,6 @@ TEST_F(AlarmSavingTest, AlarmThatIsNotThereIsTold)
     EXPECT_THAT(announced(), IsEmpty());
 }
 
-TEST_F(AlarmSavingTest, SameAlarmIsOneOfTheSameTimeAndDays)
-{
-    const AlarmDbData stored = added(ringAt(7, 30, 62));
-    AlarmSaving saving;
-    AlarmDbData added;
-    EXPECT_EQ(Saved::Yes, saving.add(added, ringAt(9, 0, 62))); // which is not committed
-    AlarmDbData other = stored;
-    other.id = -1;
-    other.name = "another";
-    other.enable = 0;
-
-    AlarmDbData same;
-    EXPECT_EQ(Saved::Yes, saving.findSame(other, same));
-    EXPECT_EQ(stored.id, same.id);
-    EXPECT_EQ(stored.alarm_mgr_id, same.alarm_mgr_id);
-    EXPECT_EQ(Saved::Yes, saving.findSame(added, same));
-    EXPECT_EQ(added.id, same.id);
-
-    other.repeatWeekly = 63;
-    EXPECT_EQ(Saved::NoSuchAlarm, saving.findSame(other, same));
-    EXPECT_EQ(added.id, same.id);
-}
-
-TEST_F(AlarmSavingTest, EditMayLookForTheSameAlarm)
-{
-    AlarmSaving saving;
-    AlarmDbData alarm;
-    std::vector<Saved> found;
-    const auto edit = [&](AlarmDbData& made, time_t now) {
-        ringAt(7, 30)(made, now);
-        AlarmDbData same;
-        found.push_back(saving.findSame(made, same));
-        return true;
-    };
-    EXPECT_EQ(Saved::Yes, saving.add(alarm, edit));
-    EXPECT_EQ(Saved::Yes, saving.add(alarm, edit));
-
-    EXPECT_THAT(found, ElementsAre(Saved::NoSuchAlarm, Saved::Yes));
-    EXPECT_EQ(Saved::Yes, saving.commit());
-    EXPECT_EQ(2, rowCount());
-    EXPECT_EQ(Saved::NotStored, saving.findSame(alarm, alarm));
-}
-
-TEST_F(AlarmSavingTest, SameAlarmThatCannotBeLookedForIsNotTakenForNone)
-{
-    const AlarmDbData stored = added(ringAt(7, 30));
-    SqliteProbe probe;
-    AlarmSaving saving;
-    probe.refuseAll();
-
-    AlarmDbData same;
-    EXPECT_EQ(Saved::Unreadable, saving.findSame(stored, same));
-    EXPECT_EQ(-1, same.id);
-}
-
 // Giving up.
 
 TEST_F(AlarmSavingTest, RefusedRegistrationStoresNothing)

@@ -97,24 +97,42 @@ TEST_F(VoiceTest, AddedAlarmIsStoredRegisteredAndDescribed)
 TEST_F(VoiceTest, SameAlarmIsToldOfAndNotAddedAgain)
 {
     reply(kWork);
-    alarmOutput({ "off", "1" });
     const std::string version = store->version();
 
     const CommandResult again = alarm({ "voice", kWork });
 
     EXPECT_EQ(1, again.status);
-    EXPECT_EQ("alarm: alarm 1 has the same time and days\n", again.err);
+    EXPECT_EQ("alarm: alarm 1 rings then already\n", again.err);
     EXPECT_EQ("SameAlarmExist", failure(again.out));
     EXPECT_EQ("1", member(again.out, "$.alarms[0].id"));
-    EXPECT_EQ("0", member(again.out, "$.alarms[0].enabled"));
-    EXPECT_EQ("0", member(again.out, "$.alarmAlert"));
+    EXPECT_EQ("1", member(again.out, "$.alarms[0].enabled"));
+    EXPECT_EQ("1", member(again.out, "$.alarmAlert"));
     EXPECT_THAT(timeOf(again.out), testing::EndsWith(" 07:30:00"));
     EXPECT_EQ(version, store->version());
     EXPECT_EQ("1", store->query("SELECT count(*) FROM alarm"));
-    EXPECT_THAT(session.alarms(), IsEmpty());
+    EXPECT_THAT(session.alarms(), SizeIs(1));
 
     reply(R"({"operation":"add","time":"07:30","repeat":"2,3,4,5"})");
     reply(R"({"operation":"add","time":"07:31","repeat":"2,3,4,5,6"})");
+    EXPECT_EQ("3", store->query("SELECT count(*) FROM alarm"));
+}
+
+TEST_F(VoiceTest, AlarmThatWillNotRingDoesNotStandInTheWay)
+{
+    reply(kWork);
+    alarmOutput({ "off", "1" });
+    EXPECT_EQ("2", member(reply(kWork), "$.alarms[0].id"));
+
+    store->query("UPDATE alarm SET deviceType = 1, alarm_mgr_id = -1 WHERE id = 2");
+    EXPECT_EQ("0", member(reply(kList), "$.alarmAlert"));
+    EXPECT_EQ("3", member(reply(kWork), "$.alarms[0].id"));
+
+    store->query("UPDATE alarm SET deviceType = 1 WHERE id = 3");
+    EXPECT_EQ("1", member(reply(kList), "$.alarmAlert"));
+    const std::string same = reply(kWork, 1);
+    EXPECT_EQ("SameAlarmExist", failure(same));
+    EXPECT_EQ("3", member(same, "$.alarms[0].id"));
+    EXPECT_EQ("1", member(same, "$.alarmAlert"));
     EXPECT_EQ("3", store->query("SELECT count(*) FROM alarm"));
 }
 
@@ -261,6 +279,19 @@ TEST_F(VoiceTest, StoreThatFailsIsAFailureAndNotAnEmptyList)
 
     EXPECT_EQ("7", store->query("SELECT hour FROM alarm WHERE hour IS NOT NULL"));
     EXPECT_THAT(session.alarms(), SizeIs(registered.size()));
+}
+
+TEST_F(VoiceTest, NothingIsAddedBesideAnAlarmThatCannotBeRead)
+{
+    reply(kWork);
+    store->query("ALTER TABLE alarm ADD COLUMN fault"
+                 " AS (CASE WHEN id = 1 THEN abs(-9223372036854775808) END)");
+
+    EXPECT_EQ("the alarms cannot be read: integer overflow",
+        failure(reply(R"({"operation":"add","time":"09:00"})", 1)));
+
+    EXPECT_EQ("1", store->query("SELECT count(id) FROM alarm"));
+    EXPECT_THAT(session.alarms(), SizeIs(1));
 }
 
 TEST_F(VoiceTest, AlarmThatIsNotRegisteredIsNotStored)

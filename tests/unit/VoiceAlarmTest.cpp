@@ -3,10 +3,12 @@
 #include "ClockDouble.h"
 #include "common/Failure.h"
 #include "DlogDouble.h"
+#include "VconfDouble.h"
 #include "VoiceRequest.h"
 
 #include <cstdlib>
 #include <ctime>
+#include <functional>
 #include <gmock/gmock.h>
 #include <string>
 #include <unistd.h>
@@ -43,6 +45,7 @@ protected:
     VoiceAlarmTest()
     {
         dlogDouble() = {};
+        vconfDouble() = {};
         setenv("TZ", ":Europe/Berlin", 1);
         tzset();
     }
@@ -81,6 +84,14 @@ struct OnceCase {
     int days;
 };
 class VoiceOnceTest : public VoiceAlarmTest, public testing::WithParamInterface<OnceCase> {};
+
+struct SameCase {
+    const char* name;
+    bool isSame;
+    bool isRepeating; ///< the new alarm: on Mondays at 12:30; else today at 12:30
+    std::function<void(AlarmDbData&)> change; ///< of the stored one, which is as the new one
+};
+class VoiceSameTest : public VoiceAlarmTest, public testing::WithParamInterface<SameCase> {};
 
 struct RefusedCase {
     const char* name;
@@ -192,6 +203,71 @@ TEST_F(VoiceAlarmTest, RepeatingAlarmRingsOnTheNextOfItsDays)
     EXPECT_EQ(alarm.stime, alarm.atime);
     EXPECT_EQ("Europe/Berlin", alarm.timezone);
 }
+
+TEST_P(VoiceSameTest, IsOneThatWillRingAsTheNewOne)
+{
+    VoiceRequest request = requestOf(kNone, 12, 30);
+    if (GetParam().isRepeating)
+        request.days = { false, 2 };
+    const AlarmDbData made = asked(request, kNoon);
+    AlarmDbData stored = made;
+    stored.enable = 1;
+    stored.alarm_mgr_id = 7;
+    stored.name = "another";
+    GetParam().change(stored);
+
+    EXPECT_EQ(GetParam().isSame, ringsInsteadOf(made, stored, kNoon));
+}
+
+INSTANTIATE_TEST_SUITE_P(Once, VoiceSameTest,
+    testing::Values(SameCase{ "Same", true, false, [](AlarmDbData& /*alarm*/) {} },
+        SameCase{ "Off", false, false, [](AlarmDbData& alarm) { alarm.enable = 0; } },
+        SameCase{ "OtherHour", false, false, [](AlarmDbData& alarm) { alarm.hour = 13; } },
+        SameCase{ "OtherMinute", false, false, [](AlarmDbData& alarm) { alarm.min = 31; } },
+        SameCase{ "Repeating", false, false, [](AlarmDbData& alarm) { alarm.repeat_once = 0; } },
+        SameCase{ "OfTheNextDay", false, false,
+            [](AlarmDbData& alarm) {
+                alarm.stime += kDay;
+                alarm.repeatWeekly = 4;
+            } },
+        SameCase{ "OtherSecond", false, false, [](AlarmDbData& alarm) { alarm.stime += 30; } },
+        SameCase{ "HasRung", false, false, [](AlarmDbData& alarm) { alarm.stime -= 7 * kDay; } },
+        SameCase{ "OfPhone", true, false, [](AlarmDbData& alarm) { alarm.deviceType = 1; } },
+        SameCase{ "SilentOfPhone", false, false,
+            [](AlarmDbData& alarm) {
+                alarm.deviceType = 1;
+                alarm.alarm_mgr_id = -1;
+            } },
+        SameCase{ "OfPhoneAWeekLater", false, false,
+            [](AlarmDbData& alarm) {
+                alarm.deviceType = 1;
+                alarm.alarm_mgr_id = -1;
+                alarm.stime += 7 * kDay;
+                alarm.mobileAlertTime = alarm.stime * 1000ULL;
+                vconfDouble().texts["db/wms/host_status/vendor"] = "velmora";
+            } }),
+    nameOf);
+
+INSTANTIATE_TEST_SUITE_P(Repeating, VoiceSameTest,
+    testing::Values(SameCase{ "Same", true, true, [](AlarmDbData& /*alarm*/) {} },
+        SameCase{ "Off", false, true, [](AlarmDbData& alarm) { alarm.enable = 0; } },
+        SameCase{ "OtherHour", false, true, [](AlarmDbData& alarm) { alarm.hour = 13; } },
+        SameCase{ "OtherMinute", false, true, [](AlarmDbData& alarm) { alarm.min = 31; } },
+        SameCase{ "OtherDays", false, true, [](AlarmDbData& alarm) { alarm.repeatWeekly = 6; } },
+        SameCase{ "Once", false, true, [](AlarmDbData& alarm) { alarm.repeat_once = 1; } },
+        SameCase{ "HasRung", true, true, [](AlarmDbData& alarm) { alarm.stime -= 7 * kDay; } },
+        SameCase{ "Snoozed", true, true,
+            [](AlarmDbData& alarm) {
+                alarm.stime = kNoon - 60;
+                alarm.count = 1;
+            } },
+        SameCase{ "OfPhone", true, true, [](AlarmDbData& alarm) { alarm.deviceType = 1; } },
+        SameCase{ "SilentOfPhone", false, true,
+            [](AlarmDbData& alarm) {
+                alarm.deviceType = 1;
+                alarm.alarm_mgr_id = -1;
+            } }),
+    nameOf);
 
 TEST_F(VoiceAlarmTest, NameAndSnoozeAreTaken)
 {
