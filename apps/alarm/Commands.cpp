@@ -247,8 +247,9 @@ const Command& findCommand(const std::string& name)
 void runCommand(const CommandLine& line)
 {
     // snooze and dismiss ask the alert, which knows what rings: they work though the store does
-    // not.
-    if (line.command->run != snooze && line.command->run != dismiss)
+    // not. So do some requests by voice.
+    auto* const run = line.command->run;
+    if (run != snooze && run != dismiss && run != voice)
         companion::start();
-    line.command->run(line);
+    run(line);
 }

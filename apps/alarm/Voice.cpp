@@ -135,9 +135,11 @@ void answerVoice(const std::string& text)
         replyToOpen(true, "");
         break;
     case VoiceRequest::Operation::Add:
+        companion::start();
         add(request);
         break;
     case VoiceRequest::Operation::List:
+        companion::start();
         list(request);
         break;
     }

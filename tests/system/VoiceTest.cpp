@@ -281,6 +281,21 @@ TEST_F(VoiceTest, StoreThatFailsIsAFailureAndNotAnEmptyList)
     EXPECT_THAT(session.alarms(), SizeIs(registered.size()));
 }
 
+TEST_F(VoiceTest, RequestThatNeedsNoAlarmsMakesNoStore)
+{
+    store.reset();
+    std::filesystem::remove(storePath());
+
+    EXPECT_EQ(R"({"result":"success","description":""})"
+              "\n",
+        reply(R"({"operation":"open"})"));
+    EXPECT_EQ(R"({"result":"failure","description":"the request is refused: there is no time"})"
+              "\n",
+        reply(R"({"operation":"add"})", 2));
+
+    EXPECT_FALSE(std::filesystem::exists(storePath()));
+}
+
 TEST_F(VoiceTest, NothingIsAddedBesideAnAlarmThatCannotBeRead)
 {
     reply(kWork);
