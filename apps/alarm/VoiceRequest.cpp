@@ -39,11 +39,13 @@ const Kind& kindOf(const Json& request)
     };
     const auto& name
         = requiredMember(request, "operation", &Json::is_string).get_ref<const std::string&>();
-    const auto kind = std::find_if(
-        kinds.begin(), kinds.end(), [&name](const Kind& each) { return name == each.name; });
-    if (kind == kinds.end())
-        throw badInput("unknown operation " + quoted(name) + "; there are open, add and list");
-    return *kind;
+    std::string all;
+    for (const Kind& kind : kinds) {
+        if (name == kind.name)
+            return kind;
+        all += std::string(all.empty() ? "" : ", ") + kind.name;
+    }
+    throw badInput("unknown operation " + quoted(name) + "; operations are " + all);
 }
 
 void checkMembers(const Json& request, const Kind& kind)

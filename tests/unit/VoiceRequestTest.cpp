@@ -80,12 +80,12 @@ INSTANTIATE_TEST_SUITE_P(NoRequest, RefusedRequestTest,
         RefusedCase{ "NoOperation", R"({"time":"07:30"})", "there is no operation" },
         RefusedCase{ "OperationAsNumber", R"({"operation":1})", "operation is of another type" },
         RefusedCase{ "OtherOperation", R"({"operation":"remove"})",
-            R"(unknown operation "remove"; there are open, add and list)" },
+            R"(unknown operation "remove"; operations are open, add, list)" },
         RefusedCase{ "OtherCase", R"({"operation":"Open"})",
-            R"(unknown operation "Open"; there are open, add and list)" },
+            R"(unknown operation "Open"; operations are open, add, list)" },
         RefusedCase{ "LineInOperation", R"({"operation":"a\nb"})",
             "unknown operation \"a\xef\xbf\xbd"
-            "b\"; there are open, add and list" }),
+            "b\"; operations are open, add, list" }),
     nameOf);
 
 INSTANTIATE_TEST_SUITE_P(OtherMembers, RefusedRequestTest,
