@@ -16,7 +16,7 @@ namespace {
 class SameAlarm : public Failure {
 public:
     explicit SameAlarm(const AlarmDbData& existing)
-        : Failure(kFailed, "alarm " + std::to_string(existing.id) + " rings then already")
+        : Failure(kFailed, "alarm " + std::to_string(existing.id) + " rings at that time already")
         , alarm(existing)
     {
     }

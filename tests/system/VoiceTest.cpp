@@ -1,6 +1,8 @@
 #include "CommandStory.h"
+#include "common/Values.h"
 
 #include <algorithm>
+#include <csignal>
 #include <ctime>
 #include <list>
 #include <set>
@@ -13,9 +15,25 @@ using testing::StartsWith;
 
 namespace {
 
-const char* const kWork
-    = R"({"operation":"add","time":"07:30","repeat":"2,3,4,5,6","name":"Work","withAlert":true})";
 const char* const kList = R"({"operation":"list","withAlert":true})";
+
+// A time of day that is not reached while a test runs.
+std::string timeInHours(int hours)
+{
+    const time_t now = time(nullptr);
+    tm local = {};
+    localtime_r(&now, &local);
+    return clockText((local.tm_hour + hours) % 24, 30);
+}
+
+std::string addition(const std::string& time, const std::string& days = "2,3,4,5,6")
+{
+    return R"({"operation":"add","time":")" + time + R"(","repeat":")" + days
+        + R"(","name":"Work","withAlert":true})";
+}
+
+const std::string kTime = timeInHours(12);
+const std::string kWork = addition(kTime);
 
 std::string localDate(time_t instant)
 {
@@ -70,18 +88,19 @@ protected:
 TEST_F(VoiceTest, AddedAlarmIsStoredRegisteredAndDescribed)
 {
     session.setZone("Asia/Tokyo"); // which the machine's is not
+    const int hour = static_cast<int>((time(nullptr) / 3600 + 9 + 12) % 24); // in half a day, there
 
-    const std::string json = reply(kWork);
+    const std::string json = reply(addition(clockText(hour, 30)));
 
     const auto registered = session.alarms();
     ASSERT_THAT(registered, SizeIs(1));
     EXPECT_EQ("com.velmora.alarm-alert", registered[0].application);
-    EXPECT_EQ(7, registered[0].hour);
+    EXPECT_EQ(hour, registered[0].hour);
     EXPECT_EQ(30, registered[0].minute);
     EXPECT_EQ(62, registered[0].weekFlag);
     const std::string next = std::to_string(registered[0].next);
-    EXPECT_EQ(std::to_string(registered[0].id) + " " + next + " " + next
-            + " 1 7 30 0 62 Work 1 10 2 Asia/Tokyo",
+    EXPECT_EQ(std::to_string(registered[0].id) + " " + next + " " + next + " 1 "
+            + std::to_string(hour) + " 30 0 62 Work 1 10 2 Asia/Tokyo",
         store->query("SELECT alarm_mgr_id, stime, atime, enable, hour, min, repeat_once,"
                      " repeat_weekly, name, snooze_enable, volume, deviceType, timezone"
                      " FROM alarm"));
@@ -94,6 +113,29 @@ TEST_F(VoiceTest, AddedAlarmIsStoredRegisteredAndDescribed)
         json);
 }
 
+TEST_F(VoiceTest, NewAlarmIsDescribedUnlessItIsNotAskedFor)
+{
+    const std::string add
+        = R"({"operation":"add","time":"09:00","repeat":"1","withAlert":true,"withAlarm":false})";
+
+    EXPECT_EQ(R"({"result":"success","description":"","alarmAlert":true})"
+              "\n",
+        reply(add));
+    EXPECT_EQ("1", member(reply(add, 1), "$.alarms[0].id")); // the same is always described
+}
+
+TEST_F(VoiceTest, ReplyThatCannotBeWrittenUndoesNothing)
+{
+    const CommandResult result
+        = runCommand({ "bash", "-c", "exec alarm voice '" + kWork + "' >/dev/full" });
+
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ("alarm: the result cannot be written\n", result.err);
+    EXPECT_EQ("Work 1", store->query("SELECT name, enable FROM alarm"));
+    EXPECT_THAT(session.alarms(), SizeIs(1));
+    EXPECT_EQ("SameAlarmExist", failure(reply(kWork, 1)));
+}
+
 TEST_F(VoiceTest, SameAlarmIsToldOfAndNotAddedAgain)
 {
     reply(kWork);
@@ -102,18 +144,18 @@ TEST_F(VoiceTest, SameAlarmIsToldOfAndNotAddedAgain)
     const CommandResult again = alarm({ "voice", kWork });
 
     EXPECT_EQ(1, again.status);
-    EXPECT_EQ("alarm: alarm 1 rings then already\n", again.err);
+    EXPECT_EQ("alarm: alarm 1 rings at that time already\n", again.err);
     EXPECT_EQ("SameAlarmExist", failure(again.out));
     EXPECT_EQ("1", member(again.out, "$.alarms[0].id"));
     EXPECT_EQ("1", member(again.out, "$.alarms[0].enabled"));
     EXPECT_EQ("1", member(again.out, "$.alarmAlert"));
-    EXPECT_THAT(timeOf(again.out), testing::EndsWith(" 07:30:00"));
+    EXPECT_THAT(timeOf(again.out), testing::EndsWith(" " + kTime + ":00"));
     EXPECT_EQ(version, store->version());
     EXPECT_EQ("1", store->query("SELECT count(*) FROM alarm"));
     EXPECT_THAT(session.alarms(), SizeIs(1));
 
-    reply(R"({"operation":"add","time":"07:30","repeat":"2,3,4,5"})");
-    reply(R"({"operation":"add","time":"07:31","repeat":"2,3,4,5,6"})");
+    reply(addition(kTime, "2,3,4,5"));
+    reply(addition(timeInHours(13)));
     EXPECT_EQ("3", store->query("SELECT count(*) FROM alarm"));
 }
 
@@ -190,7 +232,7 @@ TEST_F(VoiceTest, ListHasEveryAlarmWithTheTimeAtWhichItRingsWhoeverStoredIt)
         reply(kList));
     alarmOutput({ "add", "22:15", "--days", "sun,sat", "--snooze", "0", "--off" });
     alarmOutput({ "add", "06:00", "--days", "daily", "--name", "Run" });
-    reply(kWork);
+    reply(addition("07:30"));
     store->query("UPDATE alarm SET name = ? WHERE hour = 22", "a\nb");
     store->query("UPDATE alarm SET atime = 0, stime = 0"); // as another program may leave them
 
@@ -277,7 +319,7 @@ TEST_F(VoiceTest, StoreThatFailsIsAFailureAndNotAnEmptyList)
     EXPECT_EQ(1, full.status);
     EXPECT_EQ("the change could not be stored", failure(full.out));
 
-    EXPECT_EQ("7", store->query("SELECT hour FROM alarm WHERE hour IS NOT NULL"));
+    EXPECT_EQ("Work", store->query("SELECT name FROM alarm WHERE hour IS NOT NULL"));
     EXPECT_THAT(session.alarms(), SizeIs(registered.size()));
 }
 
@@ -294,6 +336,37 @@ TEST_F(VoiceTest, RequestThatNeedsNoAlarmsMakesNoStore)
         reply(R"({"operation":"add"})", 2));
 
     EXPECT_FALSE(std::filesystem::exists(storePath()));
+}
+
+TEST_F(VoiceTest, StoreThatIsHeldIsAFailureAndNotAnEmptyList)
+{
+    store->query("BEGIN EXCLUSIVE");
+    BackgroundCommand adding({ "alarm", "voice", kWork });
+
+    const std::string json = reply(kList, 1);
+    EXPECT_EQ("the alarms cannot be read: database is locked", failure(json));
+    EXPECT_EQ("[]", member(json, "$.alarm"));
+    const CommandResult added = adding.finish();
+    EXPECT_EQ(1, added.status);
+    EXPECT_EQ("the change could not be stored: another process keeps the alarms to itself",
+        failure(added.out));
+
+    store->query("ROLLBACK");
+    EXPECT_EQ("0", store->query("SELECT count(*) FROM alarm"));
+    EXPECT_THAT(session.alarms(), IsEmpty());
+}
+
+TEST_F(VoiceTest, AlarmServiceThatHangsIsAFailure)
+{
+    const pid_t daemon = session.daemonPid();
+    ASSERT_EQ(0, kill(daemon, SIGSTOP));
+
+    const std::string json = reply(kWork, 1);
+
+    EXPECT_EQ("the alarm service did not take the alarm", failure(json));
+    EXPECT_EQ("0", member(json, "$.alarmAlert"));
+    EXPECT_EQ("0", store->query("SELECT count(*) FROM alarm"));
+    kill(daemon, SIGCONT);
 }
 
 TEST_F(VoiceTest, NothingIsAddedBesideAnAlarmThatCannotBeRead)
@@ -347,7 +420,8 @@ INSTANTIATE_TEST_SUITE_P(Table, VoiceBadInputTest,
         BadCase{ "Deep", std::string(100000, '['),
             "the request is refused: it is longer than 16384 bytes" },
         BadCase{ "OtherOperation", R"({"operation":"remove","id":1})",
-            "the request is refused: unknown operation \"remove\"; operations are open, add, list" },
+            "the request is refused: unknown operation \"remove\"; operations are open, add, "
+            "list" },
         BadCase{ "OtherType", R"({"operation":"add","time":730})",
             "the request is refused: time is of another type" },
         BadCase{ "NoSuchDate", R"({"operation":"add","time":"07:30","date":"2027-02-29"})",
