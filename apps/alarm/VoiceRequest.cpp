@@ -2,7 +2,6 @@
 
 #include "common/Failure.h"
 #include "common/Json.h"
-#include "common/PhoneLink.h"
 #include "common/Text.h"
 
 #include <AlarmOrvikUtil.h>
@@ -128,10 +127,8 @@ void readAlarm(const Json& request, VoiceRequest& read)
         if (!read.days.once)
             throw badInput("an alarm that repeats has no date");
     }
-    if (const Json* name = memberOf(request, "name", &Json::is_string)) {
-        app::checkLength(*name, "name", app::kLongestTitle);
-        read.name = parseName(name->get<std::string>());
-    }
+    if (const std::optional<std::string> name = textOf(request, "name"))
+        read.name = parseName(*name);
     if (const Json* minutes = memberOf(request, "snoozeDuration", &Json::is_number_integer))
         read.mayBeSnoozed = parseSnooze(*minutes);
     read.withAlarm = flagOf(request, "withAlarm", true);

@@ -26,7 +26,7 @@ struct VoiceRequest {
     std::optional<int> id; ///< none for all alarms
 };
 
-/// In bytes. The longest name fits, however it is escaped.
+/// In bytes. The only limit of a name: the store needs none, and the phone hears of no watch alarm.
 inline const size_t kLongestVoiceRequest = 16 << 10;
 
 /// Reads a request strictly. Throws a Failure that says what is wrong with it.

@@ -2,7 +2,6 @@
 #include "AlarmOrvikUtil.h"
 #include "common/Failure.h"
 #include "common/Json.h"
-#include "common/PhoneLink.h"
 #include "common/Text.h"
 #include "DlogDouble.h"
 #include "VoiceRequest.h"
@@ -41,7 +40,7 @@ void requireRanges(const VoiceRequest& request)
     require(request.time.minute >= 0 && request.time.minute <= 59);
     require(request.days.once == (request.days.weekdays == 0));
     require(request.days.weekdays >= 0 && request.days.weekdays <= 127);
-    require(request.name.size() <= app::kLongestTitle && isCleanText(request.name));
+    require(request.name.size() < kLongestVoiceRequest && isCleanText(request.name));
     require(!request.id || *request.id >= 1);
     if (!request.date)
         return;
@@ -105,7 +104,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const VoiceRequest request
             = readVoiceRequest(std::string(reinterpret_cast<const char*>(data), size));
         requireRanges(request);
-        requireSame(request, readVoiceRequest(textOf(request)));
+        const std::string text = textOf(request);
+        if (text.size() <= kLongestVoiceRequest) // with every member it may be longer
+            requireSame(request, readVoiceRequest(text));
     } catch (const Failure& failure) {
         require(failure.status() == Failure::kBadInput);
         requireReply(failure.what());
