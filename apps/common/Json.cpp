@@ -10,7 +10,7 @@ namespace app {
 
 namespace {
 
-const size_t kDeepest = 512; ///< the library reads no deeper nesting
+const size_t kDeepest = 512; ///< AlarmJsonParser reads no deeper nesting
 const double kBeyond64Bits = 0x1p63;
 
 Failure notJson(size_t byte) { return badInput("it is not JSON at byte " + std::to_string(byte)); }
@@ -20,15 +20,15 @@ Failure beyond64Bits(const std::string& number)
     return badInput("the number " + quoted(number) + " is out of range");
 }
 
-// The library's parser would end a text at its zero character.
+// AlarmJsonParser would end a text at its zero character.
 void checkNoZero(const std::string& text)
 {
     if (text.find('\0') != std::string::npos)
         throw badInput("the text " + quoted(text) + " has a zero character");
 }
 
-/// Makes one value of the parts of a JSON text that the parser reports one by one. Throws a Failure
-/// for what is no JSON, and for what the library's parser would read as something else.
+/// Makes one value of the parts of a JSON text that nlohmann's parser reports one by one. Throws a
+/// Failure for what is no JSON, and for what AlarmJsonParser would read as something else.
 class JsonBuilder : public Json::json_sax_t {
 public:
     explicit JsonBuilder(Json& value)
@@ -47,7 +47,7 @@ public:
         return _put(value);
     }
 
-    // The parser also reports a whole number that 64 bits do not hold in this way.
+    // nlohmann's parser also reports a whole number that 64 bits do not hold in this way.
     bool number_float(Json::number_float_t value, const std::string& text) override
     {
         if (std::abs(value) >= kBeyond64Bits)
@@ -127,7 +127,7 @@ Json parseObject(const std::string& text)
     const size_t first = text.find_first_not_of(" \t\r\n");
     if (first == std::string::npos || text[first] != '{')
         throw badInput("it is not one JSON object");
-    const size_t zero = text.find('\0'); // the parser would take it for the end
+    const size_t zero = text.find('\0'); // nlohmann's parser would take it for the end
     if (zero != std::string::npos)
         throw notJson(zero + 1);
     Json value;
@@ -157,7 +157,7 @@ const Json& requiredMember(const Json& object, const char* name, JsonType isOfTy
 void checkLength(const Json& text, const char* name, size_t longest)
 {
     if (text.get_ref<const std::string&>().size() > longest)
-        throw badInput(std::string(name) + " is longer than " + std::to_string(longest));
+        throw badInput(std::string(name) + " is longer than " + std::to_string(longest) + " bytes");
 }
 
 int64_t numberOf(const Json& member, const char* name, int64_t lowest, int64_t highest)

@@ -18,10 +18,10 @@ Json parseObject(const std::string& text);
 /// The member of that name; null when there is none. Throws when it is of another type.
 const Json* memberOf(const Json& object, const char* name, JsonType isOfType);
 
-/// The same, which must be there.
+/// As memberOf(), but throws also when there is no such member.
 const Json& requiredMember(const Json& object, const char* name, JsonType isOfType);
 
-/// Throws when the text, a member of that name, has more bytes.
+/// Throws when the text, a member of that name, has more than longest bytes.
 void checkLength(const Json& text, const char* name, size_t longest);
 
 /// The integer, a member of that name. Throws when it is out of range.

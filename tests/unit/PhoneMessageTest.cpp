@@ -196,11 +196,12 @@ INSTANTIATE_TEST_SUITE_P(Table, OtherAlarmTest,
         RefusedCase{ "EmptyUuid", update(R"("u3")", R"("")"), "a uuid is empty or no plain text" },
         RefusedCase{
             "UuidWithATab", update(R"("u3")", R"("a\tb")"), "a uuid is empty or no plain text" },
-        RefusedCase{ "LongUuid", update("u3", std::string(65, 'u')), "uuid is longer than 64" },
+        RefusedCase{
+            "LongUuid", update("u3", std::string(65, 'u')), "uuid is longer than 64 bytes" },
         RefusedCase{ "UuidTwice", update("]}", R"(,{"uuid":"u3"}]})"), "the uuid u3 comes twice" },
         RefusedCase{ "TitleOfAnotherType", update(R"("New")", "true"), "title is of another type" },
         RefusedCase{
-            "LongTitle", update("New", std::string(1001, 'x')), "title is longer than 1000" },
+            "LongTitle", update("New", std::string(1001, 'x')), "title is longer than 1000 bytes" },
         RefusedCase{ "NoTime", update(R"("alarm_time":730,)"), "there is no alarm_time" },
         RefusedCase{ "TimeAsText", update("730", R"("730")"), "alarm_time is of another type" },
         RefusedCase{ "TimeWithAFraction", update("730", "7.5"), "alarm_time is of another type" },
