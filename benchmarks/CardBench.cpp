@@ -7,11 +7,11 @@
 // Exit status: 0 within the limit, 1 not. With few cards the limit is not judged.
 #include "Count.h"
 #include "HostSession.h"
+#include "Median.h"
 
 #include <AlarmContextualManager.h>
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
-#include <algorithm>
 #include <app_common.h>
 #include <app_preference.h>
 #include <appcore-common.h>
@@ -40,12 +40,6 @@ double microsecondsOf(const Work& work)
     const auto start = steady_clock::now();
     work();
     return std::chrono::duration<double, std::micro>(steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> sample)
-{
-    std::sort(sample.begin(), sample.end());
-    return sample[sample.size() / 2];
 }
 
 void check(bool done, const char* what)

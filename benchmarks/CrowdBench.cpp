@@ -8,9 +8,9 @@
 #include "Command.h"
 #include "Count.h"
 #include "HostSession.h"
+#include "Median.h"
 #include "Registration.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
@@ -79,12 +79,6 @@ double ringInACrowd(HostSession& session, const Crowd& crowd)
     if (time(nullptr) > instant - 3)
         throw std::runtime_error("the registrations took too long");
     return ringAt(session, instant);
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 } // namespace

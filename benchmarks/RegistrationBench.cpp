@@ -6,8 +6,8 @@
 // Exit status: 0 within the limit, 1 not.
 #include "Count.h"
 #include "HostSession.h"
+#include "Median.h"
 
-#include <algorithm>
 #include <app_alarm.h>
 #include <chrono>
 #include <cstddef>
@@ -61,9 +61,7 @@ double registerOne(app_control_h request, size_t number)
 double medianFrom(const std::vector<double>& taken, size_t start)
 {
     const auto first = taken.begin() + static_cast<std::ptrdiff_t>(start);
-    std::vector<double> sample(first, first + kSample);
-    std::sort(sample.begin(), sample.end());
-    return sample[kSample / 2];
+    return median({ first, first + kSample });
 }
 
 // Also in the middle, because the service's file grows at first, which costs the disk more time.

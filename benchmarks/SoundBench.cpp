@@ -9,8 +9,8 @@
 #include "Count.h"
 #include "HostSession.h"
 #include "Listener.h"
+#include "Median.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -113,26 +113,25 @@ Start startBare(HostSession& session, Listener& listener, const std::string& ton
 }
 
 template <typename Member>
-double median(const std::vector<Start>& starts, Member Start::*member)
+double medianOf(const std::vector<Start>& starts, Member Start::*member)
 {
     std::vector<double> values;
     for (const Start& start : starts)
         values.push_back(static_cast<double>(start.*member));
-    std::sort(values.begin(), values.end());
-    return values.at(values.size() / 2);
+    return median(values);
 }
 
 bool report(const std::vector<Start>& alarms, const std::vector<Start>& bare)
 {
-    const double alarm = median(alarms, &Start::milliseconds);
-    const double least = median(bare, &Start::milliseconds);
+    const double alarm = medianOf(alarms, &Start::milliseconds);
+    const double least = medianOf(bare, &Start::milliseconds);
     const double ratio = alarm / least;
     printf("%zu of each; medians\n", alarms.size());
     printf("%-16s %9s %9s %8s %7s\n", "", "alarm", "bare", "ratio", "limit");
     printf("%-16s %9.1f %9.1f %8.2f %7.1f%s\n", "first sound, ms", alarm, least, ratio, kLimit,
         ratio > kLimit ? "  over" : "");
-    const double memory = median(alarms, &Start::kilobytes) / 1024;
-    const double leastMemory = median(bare, &Start::kilobytes) / 1024;
+    const double memory = medianOf(alarms, &Start::kilobytes) / 1024;
+    const double leastMemory = medianOf(bare, &Start::kilobytes) / 1024;
     printf("%-16s %9.1f %9.1f %8.2f\n", "resident, MB", memory, leastMemory, memory / leastMemory);
     if (alarms.size() < kFewest) {
         printf("too few alarms to judge\n");

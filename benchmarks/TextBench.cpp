@@ -4,10 +4,11 @@
 //   host-session TextBench [-n ROUNDS]
 //
 // Exit status: 0 within the limits, 1 not. With few rounds the limits are not judged.
+#include "Median.h"
+
 #include <AlarmDbData.h>
 #include <AlarmIcuDataModel.h>
 #include <AlarmStringUtil.h>
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -50,12 +51,6 @@ double microsecondsOf(int calls, Work work)
     for (int i = 0; i < calls; ++i)
         work(i);
     return microsecondsSince(start) / calls;
-}
-
-double median(std::vector<double> sample)
-{
-    std::sort(sample.begin(), sample.end());
-    return sample[sample.size() / 2];
 }
 
 void check(bool done, const char* what)

@@ -5,10 +5,10 @@
 //
 // Exit status: 0 within the limit, 1 not. With few rounds the limit is not judged.
 #include "Count.h"
+#include "Median.h"
 
 #include <AlarmDbData.h>
 #include <AlarmJsonBuilder.h>
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -119,12 +119,6 @@ double microsecondsOf(std::string (*build)(std::vector<AlarmDbData>&))
             exit(1);
     }
     return (microseconds() - start) / kRepliesOfRound;
-}
-
-double median(std::vector<double> sample)
-{
-    std::sort(sample.begin(), sample.end());
-    return sample[sample.size() / 2];
 }
 
 } // namespace
