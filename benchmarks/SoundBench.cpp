@@ -116,6 +116,7 @@ template <typename Member>
 double medianOf(const std::vector<Start>& starts, Member Start::*member)
 {
     std::vector<double> values;
+    values.reserve(starts.size());
     for (const Start& start : starts)
         values.push_back(static_cast<double>(start.*member));
     return median(values);
