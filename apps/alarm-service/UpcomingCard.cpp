@@ -22,6 +22,7 @@ const char* const kCardTag = "alarmUpcomingTag";
 const char* const kContextKey = "contextMgrId";
 const time_t kShownBefore = 3600; ///< seconds
 const time_t kTryAgain = 5; ///< seconds
+const time_t kAfterRing = 1; ///< seconds: the alert, which starts then, needs the processor more
 const std::chrono::milliseconds kPatience{ 2000 };
 const int kNoCard = -1;
 
@@ -146,7 +147,7 @@ void UpcomingCard::follow()
 
     std::optional<time_t> wake;
     if (next)
-        wake = isShown ? instant : instant - kShownBefore;
+        wake = isShown ? instant + kAfterRing : instant - kShownBefore;
     if (!isDone)
         wake = std::min(now + kTryAgain, wake.value_or(now + kTryAgain));
     (void)_timer.wakeAt(wake);

@@ -138,7 +138,7 @@ TEST_F(UpcomingCardTest, AlarmDueWithinTheHourHasItsCard)
     ASSERT_TRUE(isCardOf(alarm));
     EXPECT_GT(cardContext(), 0);
     EXPECT_THAT(cardText(), HasSubstr(R"("duration":"1800")"));
-    EXPECT_EQ(kNoon + 30 * kMinute, wakeTime);
+    EXPECT_EQ(kNoon + 30 * kMinute + 1, wakeTime);
 }
 
 TEST_F(UpcomingCardTest, HourIsCountedToTheSecond)
@@ -186,7 +186,7 @@ TEST_F(UpcomingCardTest, SnoozedAlarmIsShownForTheEndOfItsSnooze)
     EXPECT_THAT(cardText(), HasSubstr(R"("duration":"240")"));
     ASSERT_THAT(i18nDouble().formattedAt, Not(IsEmpty()));
     EXPECT_THAT(i18nDouble().formattedAt, testing::Each(1000.0 * (kNoon + 62 * kMinute)));
-    EXPECT_EQ(kNoon + 62 * kMinute, wakeTime);
+    EXPECT_EQ(kNoon + 62 * kMinute + 1, wakeTime);
 }
 
 TEST_F(UpcomingCardTest, CardGoesWhenTheAlarmRings)
@@ -373,7 +373,7 @@ TEST_F(UpcomingCardTest, AlarmWhoseContextCannotBeStoredIsShownLater)
     card.follow();
 
     EXPECT_TRUE(isCardOf(alarm));
-    EXPECT_EQ(kNoon + 30 * kMinute, wakeTime);
+    EXPECT_EQ(kNoon + 30 * kMinute + 1, wakeTime);
 }
 
 TEST_F(UpcomingCardTest, CardThatIsNotPostedIsTriedAgain)
@@ -392,7 +392,7 @@ TEST_F(UpcomingCardTest, CardThatIsNotPostedIsTriedAgain)
         card.follow();
 
         EXPECT_TRUE(isCardOf(alarm)) << call;
-        EXPECT_EQ(kNoon + 30 * kMinute, wakeTime) << call;
+        EXPECT_EQ(kNoon + 30 * kMinute + 1, wakeTime) << call;
     }
 }
 
@@ -409,7 +409,7 @@ TEST_F(UpcomingCardTest, CardThatIsNotRenewedIsTriedAgain)
     card.follow();
 
     EXPECT_NE(before, tray().at(kTag).id);
-    EXPECT_EQ(kNoon + 30 * kMinute, wakeTime);
+    EXPECT_EQ(kNoon + 30 * kMinute + 1, wakeTime);
 }
 
 TEST_F(UpcomingCardTest, CardThatIsNotNotedIsPostedAgain)
@@ -428,7 +428,7 @@ TEST_F(UpcomingCardTest, CardThatIsNotNotedIsPostedAgain)
     EXPECT_EQ(kNoon + kTryAgain, wakeTime);
     preferenceDouble().error = PREFERENCE_ERROR_NONE;
     card.follow();
-    EXPECT_EQ(kNoon + 30 * kMinute, wakeTime);
+    EXPECT_EQ(kNoon + 30 * kMinute + 1, wakeTime);
     EXPECT_TRUE(isCardOf(alarm));
 }
 
@@ -457,7 +457,7 @@ TEST_F(UpcomingCardTest, TryingAgainDoesNotOutlastTheAlarm)
 
     card.follow();
 
-    EXPECT_EQ(kNoon + 30 * kMinute, wakeTime);
+    EXPECT_EQ(kNoon + 30 * kMinute + 1, wakeTime);
 }
 
 TEST_F(UpcomingCardTest, CardThatCannotBeFoundForDeletionIsTriedAgain)
@@ -506,7 +506,7 @@ TEST_F(UpcomingCardTest, AlarmOfANightInWhichTheClocksChangeIsShownForItsInstant
     card.follow();
 
     ASSERT_TRUE(isCardOf(alarm));
-    EXPECT_EQ(threeOClock, wakeTime);
+    EXPECT_EQ(threeOClock + 1, wakeTime);
     EXPECT_THAT(i18nDouble().formattedAt, Not(IsEmpty()));
     EXPECT_THAT(i18nDouble().formattedAt, testing::Each(1000.0 * threeOClock));
 }
@@ -521,7 +521,7 @@ TEST_F(UpcomingCardTest, SnoozeThatPassesMidnightIsShown)
     card.follow();
 
     ASSERT_TRUE(isCardOf(alarm));
-    EXPECT_EQ(kNoon + 12 * kHour + 3 * kMinute, wakeTime);
+    EXPECT_EQ(kNoon + 12 * kHour + 3 * kMinute + 1, wakeTime);
 }
 
 TEST_F(UpcomingCardTest, PhonesAlarmHasACardWhenItRingsHere)
