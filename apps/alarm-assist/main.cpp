@@ -7,9 +7,12 @@
 
 #include <AlarmCompanion.h>
 #include <AlertState.h>
+#include <ctime>
 #include <dlog.h>
+#include <memory>
 #include <notification.h>
 #include <service_app.h>
+#include <string>
 
 namespace {
 

@@ -51,28 +51,23 @@ void hear(const char* key, vconf_callback_fn callback, void* data)
         dlog_print(DLOG_WARN, kTag, "the changes of %s cannot be heard", key);
 }
 
-std::string callerOf(app_control_h request)
+// Whether the request is of an application of the alarms, or of who is no application: the panel on
+// which the card is pressed, and the user's command line.
+bool isTrusted(app_control_h request)
 {
-    char* caller = nullptr;
-    (void)app_control_get_caller(request, &caller);
-    return companion::takeText(caller);
-}
-
-// The applications of the alarms, and who is no application: the panel on which the card is
-// pressed, and the user's command line.
-bool isTrusted(const std::string& caller)
-{
+    char* text = nullptr;
+    const int error = app_control_get_caller(request, &text);
+    const std::string caller = companion::takeText(text);
     const std::string package = kPackage;
-    return caller.empty() || caller == package
+    return error == APP_CONTROL_ERROR_KEY_NOT_FOUND || caller == package
         || caller.compare(0, package.size() + 1, package + '-') == 0;
 }
 
 // Anybody can send a launch request: returns why this one is refused, or empty when it is done.
 std::string serve(UpcomingCard& card, const std::string& context, app_control_h request)
 {
-    const std::string caller = callerOf(request);
-    if (!isTrusted(caller))
-        return caller + " is no application of the alarms";
+    if (!isTrusted(request))
+        return "its sender is another application, or not known";
     if (context == "turnOffContext")
         return card.turnOff(app::extraOf(request, "alarm_id").value_or(""));
     if (context == "deleteContext")

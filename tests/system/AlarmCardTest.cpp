@@ -118,6 +118,21 @@ protected:
         return store->query("SELECT contextMgrId FROM alarm WHERE id = ?", std::to_string(id));
     }
 
+    /// Waits until so many requests were refused for their senders.
+    bool waitForRefusals(int wanted, double seconds = 10)
+    {
+        return session.waitFor(
+            [&] {
+                const std::string log = session.logText();
+                const std::string line = "is refused: its sender is another application";
+                int count = 0;
+                for (size_t at = 0; (at = log.find(line, at)) != std::string::npos; ++at)
+                    ++count;
+                return count == wanted;
+            },
+            seconds);
+    }
+
     /// Runs the program that asks for the card, as the application of that id.
     void call(const std::string& application, const std::string& package, const char* what)
     {
@@ -167,11 +182,11 @@ TEST_F(AlarmCardTest, ApplicationsHaveTheServicePostAndDelete)
     ASSERT_TRUE(waitForCardOf(id));
 
     call("com.example.clock", "com.example.clock", "delete");
-    EXPECT_TRUE(waitForLog("com.example.clock is no application of the alarms"));
+    EXPECT_TRUE(waitForRefusals(1));
     EXPECT_EQ(id, cardsAlarm());
 
     call("com.velmora.alarmist", "com.velmora.alarmist", "delete");
-    EXPECT_TRUE(waitForLog("com.velmora.alarmist is no application of the alarms"));
+    EXPECT_TRUE(waitForRefusals(2));
     EXPECT_EQ(id, cardsAlarm());
 
     call("com.velmora.alarm-caller", "com.velmora.alarm", "delete");
@@ -197,6 +212,28 @@ TEST_F(AlarmCardTest, ButtonSwitchesTheAlarmOffAndCancelsIt)
     EXPECT_EQ(0, storedAlarm(id).enable);
     EXPECT_TRUE(session.alarms().empty());
     EXPECT_TRUE(session.waitFor([&] { return notedContext() == -1; }));
+}
+
+TEST_F(AlarmCardTest, RequestWhoseSenderCannotBeKnownIsRefused)
+{
+    startService();
+    const int id = addAlarm({ "--in", "20m" });
+    ASSERT_TRUE(waitForCardOf(id));
+    const pid_t daemon = session.daemonPid();
+    ASSERT_GT(daemon, 0);
+
+    kill(daemon, SIGSTOP);
+    const std::string request
+        = "[('context', 'turnOffContext'), ('alarm_id', '" + std::to_string(id) + "')]";
+    const CommandResult asked = runCommand({ "gdbus", "call", "--session", "--dest", kService,
+        "--object-path", "/com/velmora/host/Application", "--method",
+        "com.velmora.host.Application.Launch", request, "", "0" });
+    kill(daemon, SIGCONT);
+
+    EXPECT_EQ(0, asked.status) << asked.err;
+    EXPECT_TRUE(waitForRefusals(1));
+    EXPECT_EQ(1, storedAlarm(id).enable);
+    EXPECT_EQ(id, cardsAlarm());
 }
 
 TEST_F(AlarmCardTest, TapOpensTheAlarm)
