@@ -32,7 +32,7 @@ std::vector<Card::Button> buttonsOf(const Json& json)
     if (!json.contains(list) || !json[list].is_array())
         return buttons;
     for (const Json& entry : json[list]) {
-        if (textOf(entry, "/type") == "button")
+        if (textOf(entry, "/type") == "button" && buttons.size() < Card::kMostButtons)
             buttons.push_back({ textOf(entry, "/text"), textOf(entry, "/button_clicked") });
     }
     return buttons;

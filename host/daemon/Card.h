@@ -18,6 +18,7 @@ struct Card {
     std::string body; ///< plain text of several lines
     std::string icon; ///< the path of a picture; empty = none
     std::string request; ///< what a tap on the card sends, encoded; empty = nothing
+    static constexpr std::size_t kMostButtons = 10; ///< the others are left out
     std::vector<Button> buttons;
 };
 

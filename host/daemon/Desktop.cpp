@@ -48,12 +48,24 @@ std::vector<std::string> actionsOf(const Card& card)
 {
     std::vector<std::string> actions;
     if (!card.request.empty())
-        actions = { kTap, card.title };
+        actions = { kTap, "" }; // some desktops draw every action with a label as a button
     for (std::size_t at = 0; at < card.buttons.size(); ++at) {
         actions.push_back(std::to_string(at + 1));
         actions.push_back(card.buttons[at].text);
     }
     return actions;
+}
+
+// Of the actions that actionsOf makes; nothing for any other text. 0 = the notification itself.
+std::optional<int> buttonOf(const std::string& action)
+{
+    if (action == kTap)
+        return 0;
+    for (int button = 1; button <= static_cast<int>(Card::kMostButtons); ++button) {
+        if (action == std::to_string(button))
+            return button;
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -76,7 +88,7 @@ struct Desktop::Line {
         watch.watch(kName, "NotificationClosed", [&desktop](sdbus::Message& signal) {
             std::uint32_t number = 0;
             signal >> number;
-            desktop._store.setClosed(desktop._desktop, number);
+            desktop._closed(number);
         });
     }
 
@@ -98,7 +110,24 @@ Desktop::Desktop(TrayStore& store, RequestSender& sender)
 void Desktop::update()
 {
     _isStarted = false;
+    _refused.clear();
     _goOn();
+}
+
+void Desktop::end()
+{
+    if (!_daemon)
+        return;
+    std::vector<std::uint32_t> numbers = _store.numbersOn(_desktop);
+    if (_unsaved && _unsaved->shown != 0)
+        numbers.push_back(_unsaved->number);
+    for (const std::uint32_t number : numbers) {
+        _daemon->callMethod("CloseNotification")
+            .onInterface(kName)
+            .withArguments(number)
+            .dontExpectReply();
+    }
+    _store.forgetDesktops();
 }
 
 // Goes on once for all that happens in this turn of the loop.
@@ -138,8 +167,11 @@ void Desktop::_next()
     _save();
     if (const auto number = _store.nextToClose(_desktop)) {
         _close(*number);
-    } else if (const auto next = _store.nextToShow(_desktop)) {
+    } else if (const auto next = _store.nextToShow(_desktop, _refused)) {
         _show(*next);
+    } else if (!_refused.empty()) {
+        _refused.clear();
+        _goOn(kTryAgainSeconds);
     }
 }
 
@@ -200,6 +232,7 @@ void Desktop::_ownerChanged()
     _isCalling = false;
     _capabilities.reset();
     _unsaved.reset();
+    _refused.clear();
     const std::string& owner = _line->watch.owner();
     if (!owner.empty()) {
         _desktop = _line->id + owner;
@@ -223,27 +256,34 @@ void Desktop::_start()
         });
 }
 
-template <typename... Results, typename Answered>
-auto Desktop::_onReply(Answered answered)
+// A call that cannot be sent counts as answered with the error.
+template <typename... Results, typename Answered, typename... Arguments>
+void Desktop::_call(const char* method, Answered answered, const Arguments&... arguments)
 {
-    _isCalling = true;
-    return [this, answered](const sdbus::Error* error, Results... results) {
+    const auto replied = [this, answered](const sdbus::Error* error, Results... results) {
         _isCalling = false;
         _goOn();
         _orLater([&] { answered(error, results...); });
     };
+    _isCalling = true;
+    try {
+        _daemon->callMethodAsync(method)
+            .onInterface(kName)
+            .withTimeout(kForever)
+            .withArguments(arguments...)
+            .uponReplyInvoke(replied);
+    } catch (const sdbus::Error& error) {
+        replied(&error, Results()...);
+    }
 }
 
 void Desktop::_ask()
 {
     using Texts = std::vector<std::string>;
-    _daemon->callMethodAsync("GetCapabilities")
-        .onInterface(kName)
-        .withTimeout(kForever)
-        .uponReplyInvoke(_onReply<Texts>([this](const sdbus::Error*, const Texts& capabilities) {
-            _capabilities.emplace(capabilities.begin(), capabilities.end());
-            _store.forgetOtherDesktops(_desktop);
-        }));
+    _call<Texts>("GetCapabilities", [this](const sdbus::Error*, const Texts& capabilities) {
+        _store.forgetOtherDesktops(_desktop);
+        _capabilities.emplace(capabilities.begin(), capabilities.end());
+    });
 }
 
 void Desktop::_show(const TrayStore::ToShow& next)
@@ -254,49 +294,60 @@ void Desktop::_show(const TrayStore::ToShow& next)
         if (error) {
             logWarning("The desktop does not show notification " + std::to_string(id) + ": "
                 + error->getMessage());
+            _refused.insert(id);
+            _store.setRefused(id);
+        } else {
+            _unsaved = Deed{ id, number };
+            _save();
         }
-        _unsaved = Shown{ id, error ? std::nullopt : std::make_optional(number) };
-        _save();
     };
-    try {
-        _daemon->callMethodAsync("Notify")
-            .onInterface(kName)
-            .withTimeout(kForever)
-            .withArguments(next.notification.application, next.replaced, uriOf(card.icon),
-                card.title, _can("body-markup") ? escaped(card.body) : card.body,
-                _can("actions") ? actionsOf(card) : std::vector<std::string>(),
-                std::map<std::string, sdbus::Variant>(), kNeverExpires)
-            .uponReplyInvoke(_onReply<std::uint32_t>(answered));
-    } catch (const sdbus::Error& error) {
-        _onReply<std::uint32_t>(answered)(&error, 0);
-    }
+    _call<std::uint32_t>("Notify", answered, next.notification.application, next.replaced,
+        uriOf(card.icon), card.title, _can("body-markup") ? escaped(card.body) : card.body,
+        _can("actions") ? actionsOf(card) : std::vector<std::string>(),
+        std::map<std::string, sdbus::Variant>(), kNeverExpires);
 }
 
-// Notes what is shown. What the disk refuses is tried again, so that it is not shown again.
+// What the disk refuses is tried again, so that nothing is shown or closed again.
 void Desktop::_save()
 {
-    if (_unsaved)
-        _store.setShown(_unsaved->id, _desktop, _unsaved->number);
+    if (!_unsaved)
+        return;
+    if (_unsaved->shown != 0) {
+        _store.setShown(_unsaved->shown, _desktop, _unsaved->number);
+    } else {
+        _store.setClosed(_desktop, _unsaved->number);
+    }
     _unsaved.reset();
 }
 
 void Desktop::_close(std::uint32_t number)
 {
-    _daemon->callMethodAsync("CloseNotification")
-        .onInterface(kName)
-        .withTimeout(kForever)
-        .withArguments(number)
-        .uponReplyInvoke(_onReply<>(
-            [this, number](const sdbus::Error*) { _store.setClosed(_desktop, number); }));
+    const auto answered = [this, number](const sdbus::Error*) {
+        _unsaved = Deed{ 0, number };
+        _save();
+    };
+    _call<>("CloseNotification", answered, number);
+}
+
+void Desktop::_closed(std::uint32_t number)
+{
+    if (_unsaved && _unsaved->number == number) {
+        if (_unsaved->shown != 0)
+            _unsaved->number = 0;
+        return;
+    }
+    _store.setClosed(_desktop, number);
 }
 
 void Desktop::_press(std::uint32_t number, const std::string& action)
 {
-    const std::optional<Notification> notification = _store.shownAs(_desktop, number);
-    if (!notification)
+    const bool isUnsaved = _unsaved && _unsaved->shown != 0 && _unsaved->number == number;
+    const std::optional<Notification> notification
+        = isUnsaved ? _store.find(_unsaved->shown) : _store.shownAs(_desktop, number);
+    const std::optional<int> button = buttonOf(action);
+    if (!notification || !button)
         return;
-    const int button = action == kTap ? 0 : std::stoi(action);
-    RequestSender::Request request = requestOfPress(*notification, button);
+    RequestSender::Request request = requestOfPress(*notification, *button);
     _sender.send(std::move(request), [id = notification->id](const sdbus::Error* error) {
         if (error) {
             logWarning("What notification " + std::to_string(id)

@@ -29,12 +29,15 @@ public:
 
     /// To be called when the tray has changed.
     void update();
+    /// Closes what the desktop shows, without waiting, since nobody would answer a click any more.
+    void end();
 
 private:
     struct Line;
-    struct Shown {
-        std::int64_t id = 0;
-        std::optional<std::uint32_t> number; ///< nothing when the desktop has refused it
+    /// What the desktop has done.
+    struct Deed {
+        std::int64_t shown = 0; ///< the notification; 0 = the number is closed
+        std::uint32_t number = 0;
     };
 
     void _connect();
@@ -51,9 +54,10 @@ private:
     void _show(const TrayStore::ToShow& next);
     void _save();
     void _close(std::uint32_t number);
+    void _closed(std::uint32_t number);
     void _press(std::uint32_t number, const std::string& action);
-    template <typename... Results, typename Answered>
-    auto _onReply(Answered answered);
+    template <typename... Results, typename Answered, typename... Arguments>
+    void _call(const char* method, Answered answered, const Arguments&... arguments);
     bool _can(const char* capability) const { return _capabilities->count(capability) != 0; }
 
     TrayStore& _store;
@@ -72,7 +76,8 @@ private:
     std::optional<std::set<std::string>> _capabilities; ///< of the daemon, when it has answered
     bool _isCalling = false; ///< one call at a time: nothing piles up before a daemon that hangs
     bool _isStarted = false; ///< the bus was told to start a daemon, since the last change
-    std::optional<Shown> _unsaved; ///< shown, but not noted in the store yet
+    std::optional<Deed> _unsaved; ///< not noted in the store yet
+    std::set<std::int64_t> _refused; ///< not to be shown until the next change or pause
 };
 
 } // namespace host

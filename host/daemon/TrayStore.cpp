@@ -121,6 +121,15 @@ void insertReport(SQLite::Database& db, const Report& report)
     insert.exec();
 }
 
+void forgetNumber(SQLite::Database& db, const std::string& desktop, std::uint32_t number)
+{
+    SQLite::Statement update(db, "UPDATE shown SET number = NULL WHERE desktop = ? AND number = ?");
+    SQLite::bind(update, desktop, number);
+    update.exec();
+    db.exec("DELETE FROM shown WHERE number IS NULL"
+            " AND notification NOT IN (SELECT id FROM notifications)");
+}
+
 } // namespace
 
 TrayStore::TrayStore(std::string path)
@@ -292,18 +301,22 @@ void TrayStore::forgetOtherDesktops(const std::string& desktop)
     });
 }
 
-std::optional<TrayStore::ToShow> TrayStore::nextToShow(const std::string& desktop)
+std::optional<TrayStore::ToShow> TrayStore::nextToShow(
+    const std::string& desktop, const std::set<std::int64_t>& except)
 {
     ToShow next;
     const auto id = _with([&](SQLite::Database& db) -> std::int64_t {
         SQLite::Statement select(db,
             "SELECT id, number FROM notifications LEFT JOIN shown ON notification = id"
-            " AND desktop = ? WHERE is_old IS NULL OR is_old ORDER BY id LIMIT 1");
+            " AND desktop = ? WHERE is_old IS NULL OR is_old ORDER BY id");
         select.bind(1, desktop);
-        if (!select.executeStep())
-            return 0;
-        next.replaced = select.getColumn(1).getUInt();
-        return select.getColumn(0).getInt64();
+        while (select.executeStep()) {
+            const std::int64_t found = select.getColumn(0).getInt64();
+            next.replaced = select.getColumn(1).getUInt();
+            if (except.count(found) == 0)
+                return found;
+        }
+        return 0;
     });
     const auto found = find(id);
     if (!found)
@@ -325,33 +338,50 @@ std::optional<std::uint32_t> TrayStore::nextToClose(const std::string& desktop)
     });
 }
 
-void TrayStore::setShown(
-    std::int64_t id, const std::string& desktop, std::optional<std::uint32_t> number)
+std::vector<std::uint32_t> TrayStore::numbersOn(const std::string& desktop)
+{
+    return _with([&](SQLite::Database& db) {
+        std::vector<std::uint32_t> numbers;
+        SQLite::Statement select(
+            db, "SELECT number FROM shown WHERE desktop = ? AND number IS NOT NULL");
+        select.bind(1, desktop);
+        while (select.executeStep())
+            numbers.push_back(select.getColumn(0).getUInt());
+        return numbers;
+    });
+}
+
+void TrayStore::setShown(std::int64_t id, const std::string& desktop, std::uint32_t number)
 {
     // It may have been replaced meanwhile by one that takes over its number, or been deleted.
-    const std::string conflict = find(id) ? "REPLACE" : "IGNORE";
+    const bool isThere = find(id).has_value();
     _with([&](SQLite::Database& db) {
+        SQLite::Transaction transaction(db);
+        if (isThere)
+            forgetNumber(db, desktop, number);
         SQLite::Statement insert(db,
-            "INSERT OR " + conflict
+            std::string("INSERT OR ") + (isThere ? "REPLACE" : "IGNORE")
                 + " INTO shown (notification, desktop, number, is_old)"
                   " VALUES (?, ?, nullif(?, 0), 0)");
-        SQLite::bind(insert, id, desktop, number.value_or(0));
+        SQLite::bind(insert, id, desktop, number);
         insert.exec();
+        transaction.commit();
+    });
+}
+
+void TrayStore::setRefused(std::int64_t id)
+{
+    _with([&](SQLite::Database& db) {
+        // No notification has a negative id, so that what is shown counts as deleted.
+        SQLite::Statement update(db, "UPDATE shown SET notification = -?1 WHERE notification = ?1");
+        update.bind(1, id);
+        update.exec();
     });
 }
 
 void TrayStore::setClosed(const std::string& desktop, std::uint32_t number)
 {
-    _with([&](SQLite::Database& db) {
-        SQLite::Statement update(
-            db, "UPDATE shown SET number = NULL WHERE desktop = ? AND number = ?");
-        SQLite::bind(update, desktop, number);
-        update.exec();
-        SQLite::Statement erase(db,
-            "DELETE FROM shown WHERE number IS NULL"
-            " AND notification NOT IN (SELECT id FROM notifications)");
-        erase.exec();
-    });
+    _with([&](SQLite::Database& db) { forgetNumber(db, desktop, number); });
 }
 
 std::optional<Notification> TrayStore::shownAs(const std::string& desktop, std::uint32_t number)

@@ -7,6 +7,7 @@
 #include <map>
 #include <notification.h>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -75,15 +76,21 @@ public:
     bool concernsDesktops();
     /// Drops what other desktops have shown.
     void forgetOtherDesktops(const std::string& desktop);
+    void forgetDesktops() { forgetOtherDesktops(""); }
     struct ToShow {
         Notification notification;
         std::uint32_t replaced = 0; ///< the number of what it takes the place of; 0 = nothing
     };
-    std::optional<ToShow> nextToShow(const std::string& desktop);
+    std::optional<ToShow> nextToShow(
+        const std::string& desktop, const std::set<std::int64_t>& except = {});
     /// The number of a notification that is in the tray no more.
     std::optional<std::uint32_t> nextToClose(const std::string& desktop);
-    /// number: nothing when the desktop does not want to show it.
-    void setShown(std::int64_t id, const std::string& desktop, std::optional<std::uint32_t> number);
+    std::vector<std::uint32_t> numbersOn(const std::string& desktop); ///< of all that it shows
+    /// Whatever had the number before is shown no more. number: 0 when the user has closed it
+    /// already.
+    void setShown(std::int64_t id, const std::string& desktop, std::uint32_t number);
+    /// What the notification was to take the place of is to be closed.
+    void setRefused(std::int64_t id);
     /// It stays in the tray, and counts as shown.
     void setClosed(const std::string& desktop, std::uint32_t number);
     /// Nothing when the desktop shows something older in its place.

@@ -72,6 +72,7 @@ int main()
         alarms.start();
         const auto boot = startApplications(applications);
         ecore_main_loop_begin();
+        host::guarded("the desktop still shows notifications", [] { desktop.end(); });
         return 0;
     } catch (const std::exception& error) {
         fprintf(stderr, "hostd: %s\n", error.what());

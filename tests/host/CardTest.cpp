@@ -103,6 +103,15 @@ INSTANTIATE_TEST_SUITE_P(Table, CardJsonTest,
             "", "", "", {} }),
     [](const auto& row) { return row.param.name; });
 
+TEST(CardTest, HasTenButtonsAtMost)
+{
+    std::string list = R"({"type":"button"})";
+    for (int i = 1; i < 11; ++i)
+        list += R"(,{"type":"button"})";
+    const std::string json = custom("\"contents_list\":[" + list + "]");
+    EXPECT_EQ(10u, host::cardOf(notificationOf(json)).buttons.size());
+}
+
 TEST(CardTest, TextsThatAreNoCardLeaveTheOrdinaryOnes)
 {
     const std::string deep(65536, '[');

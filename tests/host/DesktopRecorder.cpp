@@ -1,9 +1,11 @@
 // A desktop's notification daemon for the tests. It owns org.freedesktop.Notifications, has the
 // capabilities that its command line names, and prints what it is asked, a line each:
 //
-//   notify <number> for <replaced>: <application> | <icon> | <title> | <body> | <actions> |
-//   <expiry> close <number>
+//   notify NUMBER for REPLACED: APPLICATION | ICON | TITLE | BODY | ACTIONS | EXPIRY
+//   close NUMBER
+//   TITLE, of one that it refuses
 //
+// It refuses titles that begin with "refuse". With the capability "same" all have the number 1.
 // Its interface com.velmora.test.Desktop plays the user: Act(number, action), Dismiss(number).
 
 #include <algorithm>
@@ -38,6 +40,7 @@ int main(int argc, char** argv)
     const auto connection = sdbus::createSessionBusConnection();
     const auto object = sdbus::createObject(*connection, "/org/freedesktop/Notifications");
     std::uint32_t last = 0;
+    const bool isSame = std::count(capabilities.begin(), capabilities.end(), "same") != 0;
     const auto close = [&](std::uint32_t number, std::uint32_t reason) {
         object->emitSignal("NotificationClosed").onInterface(kName).withArguments(number, reason);
     };
@@ -49,7 +52,11 @@ int main(int argc, char** argv)
         [&](const std::string& application, std::uint32_t replaced, const std::string& icon,
             const std::string& title, const std::string& body, const Texts& actions, const Hints&,
             std::int32_t expiry) {
-            const std::uint32_t number = replaced != 0 ? replaced : ++last;
+            if (title.rfind("refuse", 0) == 0) {
+                printf("%s\n", title.c_str());
+                throw sdbus::Error("com.velmora.test.Desktop.Error.Refused", "not this one");
+            }
+            const std::uint32_t number = replaced != 0 ? replaced : isSame ? 1 : ++last;
             std::string all;
             for (const std::string& action : actions)
                 all += (all.empty() ? "" : ",") + action;

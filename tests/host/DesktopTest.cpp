@@ -24,7 +24,7 @@ namespace {
 const char* const kDesktop = "org.freedesktop.Notifications";
 const char* const kTag = "upcoming";
 const char* const kFull = "notify 1 for 0: com.velmora.test-desktop | file:///a/my%20icon.png | "
-                          "Upcoming alarm | 7:30/Sun & Mon | default,Upcoming alarm,1,Turn off | 0";
+                          "Upcoming alarm | 7:30/Sun & Mon | default,,1,Turn off | 0";
 
 std::string notified(int number, int replaced, const std::string& title)
 {
@@ -77,6 +77,13 @@ protected:
     void expectAsked(const std::string& lines)
     {
         session.waitFor([&] { return desktop->output().size() >= lines.size(); });
+        EXPECT_EQ(lines, desktop->output());
+    }
+
+    void expectNothingMore(const std::string& lines)
+    {
+        for (int turn = 0; turn < 5; ++turn) // of hostd's loop, so that it does what it has to
+            (void)session.reports();
         EXPECT_EQ(lines, desktop->output());
     }
 
@@ -164,7 +171,8 @@ TEST_F(DesktopTest, AClickLaunchesWhatTheCardSays)
     expectRequests(other, { "turnoff" });
 
     // Nothing that the card does not say, whoever asks.
-    for (const char* action : { "2", "-1", "", "nonsense", "99999999999999999999" })
+    for (const char* action :
+        { "2", "-1", "0", " 1", "1x", "", "nonsense", "99999999999999999999" })
         user("Act", std::uint32_t{ 1 }, std::string(action));
     user("Act", std::uint32_t{ 7 }, std::string("default"));
     for (const std::string& connection : connectionsOfHostd())
@@ -195,6 +203,96 @@ TEST_F(DesktopTest, WhatTheUserClosesThereStaysInTheTray)
     post(kTag, "last");
     expectAsked(notified(1, 0, "first") + notified(2, 0, "second") + notified(3, 0, "third")
         + notified(4, 0, "last"));
+}
+
+TEST_F(DesktopTest, ADesktopThatGivesOneNumberTwiceIsAskedOnceForEach)
+{
+    begin({ "same" });
+    std::string asked;
+    for (const char* title : { "first", "second", "third" }) {
+        post(nullptr, title);
+        asked += notified(1, 0, title);
+        expectAsked(asked);
+    }
+    expectNothingMore(asked);
+}
+
+TEST_F(DesktopTest, WhatTheDesktopRefusesIsTriedAgainLaterAndLeavesNothingOldThere)
+{
+    begin();
+    post(kTag, "first");
+    std::string asked = notified(1, 0, "first");
+    expectAsked(asked);
+    post(kTag, "refuse it");
+    asked += "refuse it\nclose 1\n";
+    expectAsked(asked);
+    expectNothingMore(asked);
+
+    post(nullptr, "second");
+    asked += "refuse it\n" + notified(2, 0, "second");
+    expectAsked(asked);
+    expectNothingMore(asked);
+}
+
+TEST_F(DesktopTest, WhatTheDiskRefusesToNoteIsNotDoneAgain)
+{
+    begin({ "actions" });
+    post("deleted", "deleted");
+    expectAsked(notified(1, 0, "deleted"));
+    expectNoted(1);
+    hang();
+    postCard(kTag, requestFor(kEcho));
+    (void)session.reports(); // a turn of hostd's loop, in which it asks the desktop
+    std::optional<SQLite::Transaction> lock;
+    SQLite::Database file(HostSession::home() + "notifications.db", SQLite::OPEN_READWRITE);
+
+    lock.emplace(file, SQLite::TransactionBehavior::IMMEDIATE);
+    goOn();
+    std::string asked = notified(1, 0, "deleted")
+        + "notify 2 for 0: " + (kFull + sizeof "notify 1 for 0:") + "\n";
+    expectAsked(asked);
+    expectNothingMore(asked);
+    user("Act", std::uint32_t{ 2 }, std::string("default"));
+    expectRequests(echo, { "pressed" });
+    lock.reset();
+
+    hang();
+    notification_delete(Noti(notification_load_by_tag("deleted")).get());
+    expectNoted(2); // as the change makes it try again
+    lock.emplace(file, SQLite::TransactionBehavior::IMMEDIATE);
+    goOn();
+    asked += "close 1\n";
+    expectAsked(asked);
+    expectNothingMore(asked);
+    lock.reset();
+    post("last", "last");
+    asked += notified(3, 0, "last");
+    expectAsked(asked);
+}
+
+TEST_F(DesktopTest, NothingStaysThereWhenTheSessionEnds)
+{
+    begin();
+    post(kTag, "first");
+    expectAsked(notified(1, 0, "first"));
+    expectNoted(1);
+    const auto endHostd = [&] {
+        const pid_t ended = session.daemonPid();
+        kill(ended, SIGTERM);
+        EXPECT_TRUE(session.waitFor([&] { return session.daemonPid() != ended; }, 2));
+    };
+
+    endHostd();
+    // The next one begins anew.
+    std::string asked = notified(1, 0, "first") + "close 1\n" + notified(2, 0, "first");
+    expectAsked(asked);
+    expectNoted(1);
+
+    hang();
+    endHostd();
+    goOn();
+    asked += "close 2\n" + notified(3, 0, "first");
+    expectAsked(asked);
 }
 
 TEST_F(DesktopTest, ADesktopThatComesOrComesBackShowsEverythingOnce)

@@ -13,6 +13,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
+using testing::UnorderedElementsAre;
 namespace fs = std::filesystem;
 
 namespace {
@@ -241,6 +242,34 @@ TEST_F(TrayStoreTest, ReportsComeOnceAndTheOldestGo)
     EXPECT_EQ("third", reports().front());
 }
 
+TEST_F(TrayStoreTest, ANumberThatIsGivenTwiceIsThatOfTheLastOne)
+{
+    const std::int64_t first = store->post(notificationOf("a", "tag", "first"));
+    store->setShown(first, "d", 1);
+    const std::int64_t second = store->post(notificationOf("a", "", "second"));
+    store->setShown(second, "d", 1);
+    EXPECT_FALSE(store->nextToShow("d"));
+    EXPECT_EQ(second, store->shownAs("d", 1).value().id);
+
+    // Nor is the number of the first closed, which is now of the second.
+    EXPECT_TRUE(store->remove("a", first));
+    EXPECT_FALSE(store->nextToClose("d"));
+}
+
+TEST_F(TrayStoreTest, WhatADesktopRefusesIsShownAgainAndTheOldOneIsClosed)
+{
+    store->setShown(store->post(notificationOf("a", "tag", "first")), "d", 1);
+    const std::int64_t refused = store->post(notificationOf("a", "tag", "refused"));
+    store->setRefused(refused);
+    EXPECT_EQ(1u, store->nextToClose("d").value());
+    EXPECT_FALSE(store->nextToShow("d", { refused }));
+    EXPECT_EQ(0u, store->nextToShow("d").value().replaced);
+
+    store->setClosed("d", 1);
+    store->removeAll("a", NOTIFICATION_TYPE_NONE);
+    EXPECT_FALSE(store->concernsDesktops());
+}
+
 TEST_F(TrayStoreTest, KnowsWhatADesktopIsToShowAndToClose)
 {
     EXPECT_FALSE(store->concernsDesktops());
@@ -269,6 +298,7 @@ TEST_F(TrayStoreTest, KnowsWhatADesktopIsToShowAndToClose)
     EXPECT_FALSE(store->nextToClose("d"));
     // Had it another number, it would be closed.
     store->setShown(first, "d", 9);
+    EXPECT_THAT(store->numbersOn("d"), UnorderedElementsAre(7, 9));
     EXPECT_EQ(9u, store->nextToClose("d").value());
     store->setClosed("d", 9);
     EXPECT_FALSE(store->nextToClose("d"));
@@ -280,12 +310,12 @@ TEST_F(TrayStoreTest, KnowsWhatADesktopIsToShowAndToClose)
     EXPECT_FALSE(store->concernsDesktops());
 }
 
-TEST_F(TrayStoreTest, WhatTheDesktopRefusesOrTheUserClosesCountsAsShown)
+TEST_F(TrayStoreTest, WhatTheUserClosesCountsAsShown)
 {
-    const std::int64_t refused = store->post(notificationOf("a", "", "refused"));
+    const std::int64_t early = store->post(notificationOf("a", "", "closed before the answer"));
     const std::int64_t closed = store->post(notificationOf("a", "tag", "closed"));
-    store->setShown(refused, "d", std::nullopt);
-    store->setShown(store->post(notificationOf("a", "", "refused, too")), "d", std::nullopt);
+    store->setShown(early, "d", 0);
+    store->setShown(store->post(notificationOf("a", "", "another")), "d", 0);
     store->setShown(closed, "d", 1);
     store->setClosed("d", 1);
     EXPECT_FALSE(store->nextToShow("d"));
@@ -294,7 +324,7 @@ TEST_F(TrayStoreTest, WhatTheDesktopRefusesOrTheUserClosesCountsAsShown)
     store->post(notificationOf("a", "tag", "again"));
     EXPECT_EQ(0u, store->nextToShow("d").value().replaced);
     store->forgetOtherDesktops("new");
-    EXPECT_EQ(refused, store->nextToShow("new").value().notification.id);
+    EXPECT_EQ(early, store->nextToShow("new").value().notification.id);
     store->removeAll("a", NOTIFICATION_TYPE_NONE);
     EXPECT_FALSE(store->concernsDesktops());
 }
