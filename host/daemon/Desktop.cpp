@@ -32,12 +32,6 @@ std::unique_ptr<sdbus::IConnection> connectToDesktop()
                                : connectToBus();
 }
 
-std::string escaped(const std::string& text)
-{
-    const CText markup(g_markup_escape_text(text.c_str(), -1));
-    return markup.get();
-}
-
 std::string uriOf(const std::string& path)
 {
     const CText uri(g_filename_to_uri(path.c_str(), nullptr, nullptr));
@@ -302,7 +296,7 @@ void Desktop::_show(const TrayStore::ToShow& next)
         }
     };
     _call<std::uint32_t>("Notify", answered, next.notification.application, next.replaced,
-        uriOf(card.icon), card.title, _can("body-markup") ? escaped(card.body) : card.body,
+        uriOf(card.icon), card.title, _can("body-markup") ? card.markup : card.body,
         _can("actions") ? actionsOf(card) : std::vector<std::string>(),
         std::map<std::string, sdbus::Variant>(), kNeverExpires);
 }

@@ -51,6 +51,42 @@ INSTANTIATE_TEST_SUITE_P(Table, CardMarkupTest,
         MarkupCase{ "Nested", "<a<b>c", "c" }, MarkupCase{ "OtherScript", "<b>오전</b>", "오전" }),
     [](const auto& row) { return row.param.name; });
 
+struct ShadeCase {
+    const char* name;
+    std::string markup;
+    const char* text;
+    const char* desktop;
+};
+
+class CardShadeTest : public testing::TestWithParam<ShadeCase> {};
+
+TEST_P(CardShadeTest, IsShownByDotsOrBoldLetters)
+{
+    EXPECT_EQ(GetParam().text, host::plainText(GetParam().markup));
+    EXPECT_EQ(GetParam().desktop, host::desktopMarkup(GetParam().markup));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, CardShadeTest,
+    testing::Values(ShadeCase{ "Days",
+                        "<b><color=#000000ff>7:30 AM</color></b></br><color=#623a9eff>S</color> "
+                        "<color=#4f4f4f99>Mo</color> <color=#4f4f4f99>T</color>",
+                        "7:30 AM\nS \u00B7 \u00B7", "7:30 AM\n<b>S</b> Mo T" },
+        ShadeCase{
+            "EveryDay", "<color=#623a9eff>S</color> <color=#623a9eFF>M</color>", "S M", "S M" },
+        ShadeCase{ "Date", "<color=#000000ff>7:30</color><br><color=#4f4f4f99>Sun & Mon</color>",
+            "7:30\nSun & Mon", "7:30\nSun &amp; Mon" },
+        ShadeCase{ "NoAlphaIsOpaque", "<color=#623a9e>&lt;</color><color=#4f4f4ff0>b</color>",
+            "<\u00B7", "<b>&lt;</b>b" },
+        ShadeCase{ "UncolouredStays", "a <color=#623a9eff>b</color> <color=#4f4f4f99>c",
+            "a b \u00B7", "a <b>b</b> c" },
+        ShadeCase{ "OverABreak", "<color=#4f4f4f99>a</br>b</color><color=#623a9eff>c</color>",
+            "a\n\u00B7c", "a\nb<b>c</b>" },
+        ShadeCase{
+            "EmptyIsNothing", "<color=#4f4f4f99></color><color=#623a9eff>c</color>", "c", "c" },
+        ShadeCase{
+            "NamesAreNoShades", "<color=red>a</color><color=#4f4f4f99>b</color>", "ab", "ab" }),
+    [](const auto& row) { return row.param.name; });
+
 struct CardCase {
     const char* name;
     std::string json;
@@ -130,6 +166,7 @@ TEST(CardTest, TextsThatAreNoCardLeaveTheOrdinaryOnes)
 
         EXPECT_EQ("Title", card.title);
         EXPECT_EQ("<b>Content", card.body);
+        EXPECT_EQ("&lt;b&gt;Content", card.markup);
         EXPECT_EQ("", card.request);
         EXPECT_THAT(card.buttons, IsEmpty());
     }
