@@ -251,12 +251,14 @@ bool AlarmSchedule::_save(std::int64_t now)
 void AlarmSchedule::_rearm(std::int64_t now, std::vector<Report>& reports)
 {
     for (const auto& [id, rung] : _rung) {
-        if (!rung.failure.empty())
-            reports.push_back(_missed(id, rung.application, rung.due, now, rung.failure));
         std::optional<Alarm> alarm = _store.find(id);
-        if (alarm && alarm->time.weekSet == 0) {
+        if (!alarm)
+            continue;
+        if (!rung.failure.empty())
+            reports.push_back(_missed(*alarm, rung.due, now, rung.failure));
+        if (alarm->time.weekSet == 0) {
             _store.remove(id);
-        } else if (alarm) {
+        } else {
             alarm->fired = rung.due;
             alarm->since = rung.due;
             (void)_follow(*alarm, now);
@@ -304,7 +306,7 @@ void AlarmSchedule::_passOver(std::int64_t now, std::vector<Report>& reports)
         = [this](int id, const std::string&, const std::string&) { return !_isRinging(id); };
     for (Alarm& alarm : _store.due(std::numeric_limits<std::int64_t>::min(), tooOld, waits)) {
         const bool isBehind = _flightsOf.count({ alarm.package, alarm.application }) != 0;
-        reports.push_back(_missed(alarm.id, alarm.application, alarm.due, now,
+        reports.push_back(_missed(alarm, alarm.due, now,
             isBehind ? "earlier ones are not answered" : "nobody was there to launch it"));
         if (alarm.time.weekSet == 0) {
             _store.remove(alarm.id);
@@ -316,13 +318,16 @@ void AlarmSchedule::_passOver(std::int64_t now, std::vector<Report>& reports)
     }
 }
 
-Report AlarmSchedule::_missed(int id, const std::string& application, std::int64_t due,
-    std::int64_t now, const std::string& reason) const
+// Its key has the alarm's since, too, because a clock that was wrong may come to an instant twice.
+Report AlarmSchedule::_missed(
+    const Alarm& alarm, std::int64_t due, std::int64_t now, const std::string& reason) const
 {
     const auto instant = cctz::time_point<cctz::seconds>(cctz::seconds(due));
-    return { "alarm " + std::to_string(id) + " at " + std::to_string(due), now,
-        "Missed alarm of " + application + " at " + cctz::format("%Y-%m-%d %H:%M", instant, _zone)
-            + ": " + reason };
+    return { "alarm " + std::to_string(alarm.id) + " at " + std::to_string(due) + " since "
+            + std::to_string(alarm.since),
+        now,
+        "Missed alarm of " + alarm.application + " at "
+            + cctz::format("%Y-%m-%d %H:%M", instant, _zone) + ": " + reason };
 }
 
 void AlarmSchedule::_launch(std::int64_t now)

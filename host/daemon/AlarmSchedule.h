@@ -104,8 +104,8 @@ private:
     bool _follow(Alarm& alarm, std::int64_t now) const;
     void _rearm(std::int64_t now, std::vector<Report>& reports);
     void _passOver(std::int64_t now, std::vector<Report>& reports);
-    Report _missed(int id, const std::string& application, std::int64_t due, std::int64_t now,
-        const std::string& reason) const;
+    Report _missed(
+        const Alarm& alarm, std::int64_t due, std::int64_t now, const std::string& reason) const;
     void _launch(std::int64_t now);
     std::optional<std::int64_t> _sendAgain();
     void _end(int id, const std::string& failure);

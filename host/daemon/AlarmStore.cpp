@@ -14,7 +14,6 @@ namespace {
 
 const int kBusyMilliseconds = 5000;
 const int kColumnsWithoutSecret = 15;
-const std::int64_t kFirstSecond = 1577836800; ///< the beginning of 2020
 const int kHighestId = INT_MAX;
 const int kReservedIds = 1000; ///< how many ids one write of the mark covers
 
@@ -85,22 +84,26 @@ void prepare(SQLite::Database& db)
     addSecrets(db);
 }
 
-} // namespace
-
-AlarmStore::AlarmStore(
-    const std::string& path, std::int64_t now, const IdMark& mark, TrayStore& tray)
-    : AlarmStore(openStateFile(path, kBusyMilliseconds, prepare), path, now, mark, tray)
+// Makes the loss a text that is in the log at once.
+void logLoss(std::string& loss)
 {
+    loss.insert(0, "The registered alarms are lost: ");
+    logError(loss);
 }
 
-AlarmStore::AlarmStore(
-    StateFile file, const std::string& path, std::int64_t now, const IdMark& mark, TrayStore& tray)
+} // namespace
+
+AlarmStore::AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark,
+    TrayStore& tray, std::string loss)
     : _mark(mark)
-    , _db(std::move(file.db))
+    , _db(openStateFile(path, kBusyMilliseconds, prepare, [&loss](const std::string& text) {
+        loss = text;
+        logLoss(loss);
+    }))
 {
     // Alarms do not depend on old reports.
     guarded("the reports of an earlier version stay where they are", [&] { _moveReports(tray); });
-    _raiseIds(path, now, std::move(file.loss), tray);
+    _raiseIds(path, now, std::move(loss), tray);
 }
 
 // Takes the reports out of a file of an earlier version, which kept the tray itself.
@@ -131,20 +134,20 @@ void AlarmStore::_raiseIds(
         = _db.execAndGet("SELECT max(seq) FROM sqlite_sequence WHERE name = 'alarms'");
     if (!last.isNull() && last.getInt64() >= mark)
         return;
-    if (last.isNull() && loss.empty() && mark != 0)
+    if (last.isNull() && loss.empty() && mark != 0) {
         loss = path + " is not there any more, or empty";
-    const auto bySeconds = std::clamp<std::int64_t>(now - kFirstSecond, 0, kHighestId);
+        logLoss(loss);
+    }
     if (!loss.empty()) {
-        loss.insert(0, "The registered alarms are lost: ");
-        logError(loss);
         // The first id that is given out afterwards raises the mark, so each loss has its own key.
-        (void)tray.report({ { "lost above " + std::to_string(mark), now, loss } });
+        const std::int64_t which = mark != 0 ? mark : now;
+        (void)tray.report({ { "lost above " + std::to_string(which), now, loss } });
     }
     transaction([&] {
         _db.exec("DELETE FROM sqlite_sequence WHERE name = 'alarms'");
         SQLite::Statement insert(
             _db, "INSERT INTO sqlite_sequence (name, seq) VALUES ('alarms', ?)");
-        insert.bind(1, last.isNull() ? std::max<std::int64_t>(bySeconds, mark) : mark);
+        insert.bind(1, last.isNull() ? std::max(idBySeconds(now), mark) : mark);
         insert.exec();
     });
 }

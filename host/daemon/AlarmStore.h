@@ -42,7 +42,10 @@ public:
     /// an empty one. The log and the tray report a file that was damaged or is lost. Ids of a new
     /// file begin above the mark and above the number of seconds since 2020, since applications may
     /// still hold ids of the lost one.
-    AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark, TrayStore& tray);
+    AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark, TrayStore& tray)
+        : AlarmStore(path, now, mark, tray, "")
+    {
+    }
 
     /// Returns the new alarm's id, which was never given out before.
     int add(const Alarm& alarm);
@@ -65,8 +68,8 @@ public:
     void transaction(const std::function<void()>& change);
 
 private:
-    AlarmStore(StateFile file, const std::string& path, std::int64_t now, const IdMark& mark,
-        TrayStore& tray);
+    AlarmStore(const std::string& path, std::int64_t now, const IdMark& mark, TrayStore& tray,
+        std::string loss);
     void _moveReports(TrayStore& tray);
     int _reserved(int id);
     void _raiseIds(const std::string& path, std::int64_t now, std::string loss, TrayStore& tray);

@@ -2,6 +2,8 @@
 
 #include "host/common/Session.h"
 
+#include <algorithm>
+#include <climits>
 #include <filesystem>
 #include <sqlite3.h>
 
@@ -10,6 +12,8 @@ namespace fs = std::filesystem;
 namespace host {
 
 namespace {
+
+const std::int64_t kFirstSecond = 1577836800; ///< the beginning of 2020
 
 using Prepare = std::function<void(SQLite::Database& db)>;
 
@@ -46,17 +50,22 @@ bool isDamage(const SQLite::Exception& error)
     return error.getErrorCode() == SQLITE_CORRUPT || error.getErrorCode() == SQLITE_NOTADB;
 }
 
-StateFile openStateFile(const std::string& path, int busyMilliseconds, const Prepare& prepare)
+SQLite::Database openStateFile(const std::string& path, int busyMilliseconds,
+    const Prepare& prepare, const std::function<void(const std::string& loss)>& lost)
 {
     try {
-        return { openChecked(path, busyMilliseconds, prepare), "" };
+        return openChecked(path, busyMilliseconds, prepare);
     } catch (const SQLite::Exception& error) {
         if (!isDamage(error))
             throw;
-        const std::string loss
-            = path + " is damaged (" + error.what() + "); it was moved to " + moveAside(path);
-        return { openChecked(path, busyMilliseconds, prepare), loss };
+        lost(path + " is damaged (" + error.what() + "); it was moved to " + moveAside(path));
+        return openChecked(path, busyMilliseconds, prepare);
     }
+}
+
+int idBySeconds(std::int64_t now)
+{
+    return static_cast<int>(std::clamp<std::int64_t>(now - kFirstSecond, 0, INT_MAX));
 }
 
 } // namespace host

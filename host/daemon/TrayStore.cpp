@@ -50,6 +50,11 @@ void prepare(SQLite::Database& db)
 {
     db.exec("PRAGMA foreign_keys = ON");
     db.exec(kSchema);
+    SQLite::Statement raise(db,
+        "INSERT INTO sqlite_sequence (name, seq) SELECT 'notifications', ?"
+        " WHERE NOT EXISTS (SELECT 1 FROM sqlite_sequence WHERE name = 'notifications')");
+    raise.bind(1, idBySeconds(time(nullptr)));
+    raise.exec();
 }
 
 void checkSize(const Notification& notification)
@@ -113,6 +118,13 @@ std::optional<Notification> firstOf(const std::vector<Notification>& found)
     return found.empty() ? std::nullopt : std::make_optional(found.front());
 }
 
+template <typename Reports>
+bool isIn(const Reports& reports, const std::string& key)
+{
+    return std::any_of(
+        reports.begin(), reports.end(), [&](const Report& report) { return report.key == key; });
+}
+
 void insertReport(SQLite::Database& db, const Report& report)
 {
     SQLite::Statement insert(
@@ -141,14 +153,13 @@ SQLite::Database& TrayStore::_open()
 {
     if (_file)
         return *_file;
-    StateFile opened = openStateFile(_path, kBusyMilliseconds, prepare);
-    _file = std::move(opened.db);
-    if (!opened.loss.empty()) {
-        const std::string text = "The notifications are lost: " + opened.loss;
+    _file = openStateFile(_path, kBusyMilliseconds, prepare, [this](const std::string& loss) {
+        const std::string text = "The notifications are lost: " + loss;
         logError(text);
-        insertReport(*_file, { text, time(nullptr), text });
-    }
-    return *_file;
+        _await({ text, time(nullptr), text });
+    });
+    (void)report({});
+    return _file.value(); // which damage that was found just now has reset
 }
 
 // Runs the work on the file, which is opened anew after damage.
@@ -249,30 +260,50 @@ void TrayStore::removeAll(const std::string& application, int type)
 
 bool TrayStore::report(const std::vector<Report>& reports) noexcept
 {
-    return guarded("a report cannot be kept for now", false, [&] {
-        _waiting.insert(_waiting.end(), reports.begin(), reports.end());
-        if (_waiting.empty())
+    return guarded("the reports cannot be kept for now", false, [&] {
+        if (_waiting.empty() && reports.empty())
             return true;
-        _with([&](SQLite::Database& db) {
-            SQLite::Transaction transaction(db);
-            for (const Report& report : _waiting)
-                insertReport(db, report);
-            SQLite::Statement drop(db,
-                "DELETE FROM reports WHERE id <="
-                " (SELECT id FROM reports ORDER BY id DESC LIMIT 1 OFFSET ?)");
-            drop.bind(1, kMostReports);
-            drop.exec();
-            transaction.commit();
-        });
+        try {
+            _with([&](SQLite::Database& db) {
+                SQLite::Transaction transaction(db);
+                for (const Report& report : _waiting)
+                    insertReport(db, report);
+                for (const Report& report : reports)
+                    insertReport(db, report);
+                SQLite::Statement drop(db,
+                    "DELETE FROM reports WHERE id <="
+                    " (SELECT id FROM reports ORDER BY id DESC LIMIT 1 OFFSET ?)");
+                drop.bind(1, kMostReports);
+                drop.exec();
+                transaction.commit();
+            });
+        } catch (const std::exception&) {
+            for (const Report& report : reports) {
+                if (_await(report))
+                    logError("A report cannot be kept for now: " + report.text);
+            }
+            throw;
+        }
         _waiting.clear();
         return true;
     });
 }
 
+// Keeps the report in memory. False when it is there already.
+bool TrayStore::_await(const Report& report)
+{
+    if (isIn(_waiting, report.key))
+        return false;
+    if (_waiting.size() == kMostReports)
+        _waiting.pop_front();
+    _waiting.push_back(report);
+    return true;
+}
+
 std::vector<Report> TrayStore::reports()
 {
     (void)report({});
-    return _with([](SQLite::Database& db) {
+    std::vector<Report> all = _with([](SQLite::Database& db) {
         std::vector<Report> found;
         SQLite::Statement select(db, "SELECT key, posted, text FROM reports ORDER BY id");
         while (select.executeStep()) {
@@ -281,6 +312,11 @@ std::vector<Report> TrayStore::reports()
         }
         return found;
     });
+    for (const Report& report : _waiting) {
+        if (!isIn(all, report.key))
+            all.push_back(report);
+    }
+    return all;
 }
 
 bool TrayStore::concernsDesktops()

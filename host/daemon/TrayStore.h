@@ -4,6 +4,7 @@
 #include "host/daemon/StateFile.h"
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <notification.h>
 #include <optional>
@@ -27,7 +28,7 @@ struct Notification {
         std::string key; ///< of its translation; empty = none
     };
 
-    std::int64_t id = 0; ///< given out once
+    std::int64_t id = 0; ///< given out once; an int until 2088
     std::string package;
     std::string application;
     std::int64_t posted = 0; ///< seconds since the epoch
@@ -64,10 +65,11 @@ public:
     /// Removes the application's notifications of the type, NOTIFICATION_TYPE_NONE = of any.
     void removeAll(const std::string& application, int type);
 
-    /// Adds those reports whose keys are not there. If they cannot be written, they are kept in
-    /// memory and written by a later call; the result is then false. Never throws.
+    /// Adds those reports whose keys are not there. If they cannot be written, they are in the log,
+    /// kept in memory and written by a later call; the result is then false. Never throws.
     bool report(const std::vector<Report>& reports) noexcept;
-    std::vector<Report> reports(); ///< the oldest first
+    /// The oldest first; those that could not be written yet come last.
+    std::vector<Report> reports();
 
     // What a desktop shows of the notifications. desktop: a text that identifies its notification
     // daemon; number: by which that knows a notification.
@@ -98,6 +100,7 @@ public:
 
 private:
     SQLite::Database& _open();
+    bool _await(const Report& report);
     template <typename Work>
     auto _with(const Work& work);
     template <typename... Values>
@@ -105,7 +108,7 @@ private:
 
     const std::string _path;
     std::optional<SQLite::Database> _file;
-    std::vector<Report> _waiting; ///< reports that could not be written yet
+    std::deque<Report> _waiting; ///< reports that could not be written yet
 };
 
 } // namespace host

@@ -94,6 +94,24 @@ TEST_F(AlarmScheduleClockTest, KeepsTheTrayAcrossRestarts)
             StartsWith("Missed alarm of com.velmora.alarm-alert at 2026-11-21 07:40: ")));
 }
 
+TEST_F(AlarmScheduleClockTest, ReportsWhatIsMissedAgainAfterAClockThatWasWrong)
+{
+    setClock("2026-11-21 07:00:00");
+    clockChanged();
+    ringAt(7, 30, kEveryDay);
+    setClock("2026-11-21 09:00:00");
+    clockChanged();
+    EXPECT_EQ(1u, trayTexts().size());
+    setClock("2026-11-21 07:10:00");
+    clockChanged();
+    passUntil("2026-11-21 08:00:00");
+
+    open();
+    runDue();
+
+    EXPECT_EQ(2u, trayTexts().size());
+}
+
 TEST_F(AlarmScheduleClockTest, DoesNotRingTwiceWhenTheClockIsSetBack)
 {
     ringAt(7, 30, kEveryDay);

@@ -113,6 +113,40 @@ TEST_F(AlarmScheduleFileTest, WhereTheMarkIsLostTooIdsGoByTheClock)
     EXPECT_GT(ringAt(7, 30, 0), lost);
 }
 
+TEST_F(AlarmScheduleFileTest, EachLossIsReportedAlsoWhenTheMarkIsLostToo)
+{
+    const auto loseAll = [this] {
+        ringAt(7, 30, 0);
+        close();
+        std::ofstream(path(), std::ios::trunc) << std::string(20000, 'x');
+        idMark = 0;
+        pass(60);
+        open();
+    };
+    loseAll();
+    EXPECT_EQ(1u, trayTexts().size());
+    loseAll();
+    EXPECT_EQ(2u, trayTexts().size());
+}
+
+TEST_F(AlarmScheduleFileTest, ALossIsInTheLogAlsoWhenNoNewFileCanBeMadeYet)
+{
+    ringAt(7, 30, 0);
+    close();
+    std::ofstream(path(), std::ios::trunc) << std::string(20000, 'x');
+    std::ofstream(path() + ".empty").close();
+    {
+        const NoFileGrows full(path() + ".empty");
+        EXPECT_THROW(open(), SQLite::Exception);
+        ASSERT_EQ(1u, logLines.size());
+        EXPECT_THAT(logLines[0], StartsWith("The registered alarms are lost: " + path()));
+    }
+
+    open();
+
+    EXPECT_EQ(1u, trayTexts().size());
+}
+
 TEST_F(AlarmScheduleFileTest, AnEarlierFileThatIsPutBackGivesNoIdAgain)
 {
     for (const int between : { 1, 500, 1500 }) {

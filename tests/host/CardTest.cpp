@@ -83,6 +83,9 @@ INSTANTIATE_TEST_SUITE_P(Table, CardShadeTest,
             "a\n\u00B7c", "a\nb<b>c</b>" },
         ShadeCase{
             "EmptyIsNothing", "<color=#4f4f4f99></color><color=#623a9eff>c</color>", "c", "c" },
+        ShadeCase{ "NoDotForNothing",
+            "<color=#4f4f4f99></color><color=#623a9eff>c</color><color=#4f4f4f99>d</color>",
+            "c\u00B7", "<b>c</b>d" },
         ShadeCase{
             "NamesAreNoShades", "<color=red>a</color><color=#4f4f4f99>b</color>", "ab", "ab" }),
     [](const auto& row) { return row.param.name; });

@@ -4,6 +4,8 @@
 #include "NoFileGrows.h"
 #include "TempDir.h"
 
+#include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -197,11 +199,16 @@ TEST_F(TrayStoreTest, DamageWhileItRunsCostsTheOldNotificationsOnly)
 TEST_F(TrayStoreTest, WhatAFullDiskRefusesIsAnErrorAndTheReportComesLater)
 {
     store->post(notificationOf("a", "tag", "old"));
+    EXPECT_TRUE(store->report({ { "known", 900, "known" } }));
     {
         const NoFileGrows full(path + "-wal");
         EXPECT_THROW(store->post(notificationOf("a", "tag", "new")), SQLite::Exception);
-        EXPECT_FALSE(store->report({ { "key", 1000, "text" } }));
+        for (int i = 0; i < 2; ++i)
+            EXPECT_FALSE(store->report({ { "known", 900, "known" }, { "key", 1000, "text" } }));
         EXPECT_FALSE(store->report({}));
+        const char* const logged = "A report cannot be kept for now: text";
+        EXPECT_EQ(1, std::count(logLines.begin(), logLines.end(), logged));
+        EXPECT_THAT(reports(), ElementsAre("known", "text"));
     }
     {
         const NoFileGrows nearlyFull(path + "-wal", 20000); // the old one can be removed
@@ -210,7 +217,7 @@ TEST_F(TrayStoreTest, WhatAFullDiskRefusesIsAnErrorAndTheReportComesLater)
     }
     EXPECT_THAT(titles(), ElementsAre("old"));
     EXPECT_TRUE(store->report({ { "key", 1000, "text" } }));
-    EXPECT_THAT(reports(), ElementsAre("text"));
+    EXPECT_THAT(reports(), ElementsAre("known", "text"));
 }
 
 TEST_F(TrayStoreTest, AFileThatCannotBeOpenedIsTriedAgain)
@@ -218,7 +225,7 @@ TEST_F(TrayStoreTest, AFileThatCannotBeOpenedIsTriedAgain)
     fs::create_directory(path);
     EXPECT_THROW(store->post(notificationOf("a", "tag", "a")), std::exception);
     EXPECT_FALSE(store->report({ { "key", 1000, "text" } }));
-    EXPECT_THAT(logLines.back(), HasSubstr("a report cannot be kept for now: "));
+    EXPECT_THAT(logLines.back(), HasSubstr("the reports cannot be kept for now: "));
     fs::remove(path);
 
     store->post(notificationOf("a", "tag", "a"));
@@ -240,6 +247,52 @@ TEST_F(TrayStoreTest, ReportsComeOnceAndTheOldestGo)
 
     EXPECT_EQ(static_cast<std::size_t>(host::TrayStore::kMostReports), reports().size());
     EXPECT_EQ("third", reports().front());
+}
+
+TEST_F(TrayStoreTest, OnlyTheNewestReportsWaitForTheDisk)
+{
+    store->post(notificationOf("a", "tag", "a"));
+    std::vector<host::Report> many;
+    for (int i = 0; i < host::TrayStore::kMostReports + 5; ++i)
+        many.push_back({ std::to_string(i), 4, std::to_string(i) });
+    const NoFileGrows full(path + "-wal");
+
+    EXPECT_FALSE(store->report(many));
+
+    EXPECT_EQ(static_cast<std::size_t>(host::TrayStore::kMostReports), reports().size());
+    EXPECT_EQ("5", reports().front());
+}
+
+TEST_F(TrayStoreTest, ALossIsReportedAlsoWhenNoNewFileCanBeMadeYet)
+{
+    store.reset();
+    std::ofstream(path) << "nonsense";
+    store.emplace(path);
+    const std::string empty = folder.file("empty");
+    std::ofstream(empty).close();
+    {
+        const NoFileGrows full(empty);
+        EXPECT_THROW(store->all(), SQLite::Exception);
+        ASSERT_EQ(1u, logLines.size());
+        EXPECT_THAT(logLines[0], StartsWith("The notifications are lost: "));
+    }
+
+    EXPECT_THAT(titles(), IsEmpty());
+
+    EXPECT_THAT(reports(), ElementsAre(logLines[0]));
+}
+
+TEST_F(TrayStoreTest, TheIdsOfANewFileGoByTheClock)
+{
+    const std::int64_t startOf2020 = 1577836800;
+    const std::int64_t seconds = time(nullptr) - startOf2020;
+
+    const std::int64_t id = store->post(notificationOf("a", "", "a"));
+
+    EXPECT_GT(id, seconds);
+    EXPECT_LT(id, seconds + 1000);
+    reopen();
+    EXPECT_EQ(id + 1, store->post(notificationOf("a", "", "b")));
 }
 
 TEST_F(TrayStoreTest, ANumberThatIsGivenTwiceIsThatOfTheLastOne)
