@@ -9,6 +9,9 @@ const char* const kDaemonName = "com.velmora.host";
 const char* const kDaemonPath = "/com/velmora/host";
 const char* const kApplicationPath = "/com/velmora/host/Application";
 const char* const kApplicationEnded = "com.velmora.host.Application.Error.Ended";
+const char* const kNoNotification = "com.velmora.host.Tray.Error.NotThere";
+const char* const kBusName = "org.freedesktop.DBus";
+const char* const kBusPath = "/org/freedesktop/DBus";
 
 namespace {
 

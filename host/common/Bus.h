@@ -10,6 +10,9 @@ extern const char* const kDaemonName; ///< bus name of hostd
 extern const char* const kDaemonPath; ///< path of hostd's one object
 extern const char* const kApplicationPath; ///< path of any application's one object
 extern const char* const kApplicationEnded; ///< error: takes no more requests, it ends
+extern const char* const kNoNotification; ///< error: the tray has no such notification
+extern const char* const kBusName; ///< the bus's own name
+extern const char* const kBusPath; ///< path of the bus's object
 
 /// A connection to the session's bus on which a call waits for its answer for 10 seconds at most.
 /// Throws sdbus::Error.

@@ -7,11 +7,10 @@ namespace {
 template <typename Result, typename... Arguments>
 Result askBus(sdbus::IConnection& connection, const char* method, const Arguments&... arguments)
 {
-    const char* const name = "org.freedesktop.DBus";
     Result result{};
-    sdbus::createProxy(connection, name, "/org/freedesktop/DBus")
+    sdbus::createProxy(connection, kBusName, kBusPath)
         ->callMethod(method)
-        .onInterface(name)
+        .onInterface(kBusName)
         .withArguments(arguments...)
         .storeResultsTo(result);
     return result;

@@ -7,8 +7,6 @@ namespace host {
 
 namespace {
 
-const char* const kBusName = "org.freedesktop.DBus";
-
 // The bus stamps each message with its sender's unique name, or with org.freedesktop.DBus for its
 // own.
 sdbus::Slot watchSender(sdbus::IConnection& connection, const std::string& sender,

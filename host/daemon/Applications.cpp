@@ -4,6 +4,7 @@
 #include "host/common/Log.h"
 #include "host/common/Peers.h"
 #include "host/common/Signals.h"
+#include "host/daemon/Answering.h"
 
 #include <algorithm>
 #include <spawn.h>
@@ -14,9 +15,7 @@ namespace host {
 
 namespace {
 
-const char* const kBusName = "org.freedesktop.DBus";
 const char* const kUnknown = "org.freedesktop.DBus.Error.ServiceUnknown";
-const char* const kInvalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
 const char* const kNotThere = "org.freedesktop.DBus.Error.Spawn.ExecFailed";
 const char* const kFailed = "org.freedesktop.DBus.Error.Failed";
 const char* const kNoReply = "org.freedesktop.DBus.Error.NoReply";
@@ -28,7 +27,7 @@ bool isUnique(const std::string& name) { return !name.empty() && name.front() ==
 } // namespace
 
 Applications::Applications()
-    : _bus(sdbus::createProxy(bus(), kBusName, "/org/freedesktop/DBus"))
+    : _bus(sdbus::createProxy(bus(), kBusName, kBusPath))
     , _changes(watchBus(bus(), "NameOwnerChanged", "", [this](sdbus::Message& change) {
         std::string name;
         std::string before;

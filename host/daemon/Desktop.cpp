@@ -19,7 +19,6 @@ namespace {
 
 const char* const kName = "org.freedesktop.Notifications";
 const char* const kPath = "/org/freedesktop/Notifications";
-const char* const kBusName = "org.freedesktop.DBus";
 const char* const kTap = "default"; ///< the action for a click on the notification itself
 const double kTryAgainSeconds = 60;
 const std::uint64_t kForever = UINT64_MAX; ///< a daemon that hangs may go on
@@ -70,7 +69,7 @@ struct Desktop::Line {
     explicit Line(Desktop& desktop)
         : connection(connectToDesktop())
         , id(busId(*connection))
-        , bus(sdbus::createProxy(*connection, kBusName, "/org/freedesktop/DBus"))
+        , bus(sdbus::createProxy(*connection, kBusName, kBusPath))
         , watch(*connection, kName, [&desktop](const std::string&) { desktop._ownerChanged(); })
     {
         watch.watch(kName, "ActionInvoked", [&desktop](sdbus::Message& signal) {

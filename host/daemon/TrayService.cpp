@@ -11,8 +11,6 @@ namespace host {
 
 namespace {
 
-const char* const kNotThere = "com.velmora.host.Tray.Error.NotThere";
-
 void refuseUnless(bool good, const char* text)
 {
     if (!good)
@@ -30,7 +28,7 @@ bool isTextType(int type)
 Notification theOne(const std::vector<Notification>& found, const std::string& tag)
 {
     if (found.empty())
-        throw sdbus::Error(kNotThere, "no notification has the tag " + tag);
+        throw sdbus::Error(kNoNotification, "no notification has the tag " + tag);
     if (found.size() > 1) {
         throw sdbus::Error(kInvalidArgs,
             found[0].application + " and " + found[1].application
@@ -84,7 +82,7 @@ TrayService::WireNotification TrayService::Load(const std::string& tag)
     return answering([&] {
         const auto found = _store.find(_caller().application, tag);
         if (!found)
-            throw sdbus::Error(kNotThere, "The caller has no notification with this tag");
+            throw sdbus::Error(kNoNotification, "The caller has no notification with this tag");
         return _toWire(*found);
     });
 }
@@ -93,7 +91,7 @@ void TrayService::Delete(const int64_t& id)
 {
     answering([&] {
         if (!_store.remove(_caller().application, id))
-            throw sdbus::Error(kNotThere, "The caller has no notification of this id");
+            throw sdbus::Error(kNoNotification, "The caller has no notification of this id");
         _changed();
     });
 }

@@ -11,15 +11,13 @@ namespace hostctl {
 
 namespace {
 
-const char* const kBusName = "org.freedesktop.DBus";
-const char* const kBusPath = "/org/freedesktop/DBus";
 const double kPauseSeconds = 1;
 
 // Starts hostd, and starts it again whenever it is gone, at most once a second.
 class Supervisor {
 public:
     Supervisor()
-        : _bus(sdbus::createProxy(bus(), kBusName, kBusPath))
+        : _bus(sdbus::createProxy(bus(), host::kBusName, host::kBusPath))
         , _daemon(bus(), [this](const std::string& owner) { _ownerChanged(owner); })
     {
         _start();
@@ -44,7 +42,7 @@ private:
     {
         _started = ecore_time_get();
         _bus->callMethodAsync("StartServiceByName")
-            .onInterface(kBusName)
+            .onInterface(host::kBusName)
             .withArguments(std::string(host::kDaemonName), std::uint32_t{ 0 })
             .uponReplyInvoke([this](const sdbus::Error* error, std::uint32_t) {
                 if (!error)

@@ -22,7 +22,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char* const kBusName = "org.freedesktop.DBus";
 const double kLookAgainSeconds = 0.01;
 
 // Calls the bus itself.
@@ -30,9 +29,9 @@ template <typename Result, typename... Arguments>
 Result askBus(const char* method, const Arguments&... arguments)
 {
     Result result{};
-    sdbus::createProxy(host::bus(), kBusName, "/org/freedesktop/DBus")
+    sdbus::createProxy(host::bus(), host::kBusName, host::kBusPath)
         ->callMethod(method)
-        .onInterface(kBusName)
+        .onInterface(host::kBusName)
         .withArguments(arguments...)
         .storeResultsTo(result);
     return result;
@@ -187,7 +186,7 @@ void HostSession::installApplication(const std::string& id, const std::string& e
     fs::create_directories(folder);
     replaceFile(
         folder + id + ".service", "[D-BUS Service]\nName=" + id + "\nExec=" + executable + "\n");
-    sdbus::createProxy(host::bus(), kBusName, "/org/freedesktop/DBus")
+    sdbus::createProxy(host::bus(), host::kBusName, host::kBusPath)
         ->callMethod("ReloadConfig")
-        .onInterface(kBusName);
+        .onInterface(host::kBusName);
 }

@@ -26,8 +26,6 @@ namespace {
 using TrayProxy = host::DaemonProxy<com::velmora::host::Tray_proxy>;
 using WireText = sdbus::Struct<std::int32_t, std::string, std::string>;
 
-const char* const kNotThere = "com.velmora.host.Tray.Error.NotThere";
-
 // Why no notification was made or loaded.
 thread_local int lastResult = NOTIFICATION_ERROR_NONE;
 
@@ -44,7 +42,7 @@ int codeOf(const std::exception& failure)
         { prefix + "Spawn.ExecFailed", NOTIFICATION_ERROR_SERVICE_NOT_READY },
         { prefix + "NoReply", NOTIFICATION_ERROR_SERVICE_NOT_READY },
         { prefix + "Timeout", NOTIFICATION_ERROR_SERVICE_NOT_READY },
-        { kNotThere, NOTIFICATION_ERROR_NOT_EXIST_ID },
+        { host::kNoNotification, NOTIFICATION_ERROR_NOT_EXIST_ID },
     };
     const auto* error = dynamic_cast<const sdbus::Error*>(&failure);
     const auto found = error ? codes.find(error->getName()) : codes.end();
@@ -118,7 +116,7 @@ extern "C" notification_h notification_load_by_tag(const char* tag)
         try {
             load(tray);
         } catch (const sdbus::Error& error) {
-            if (error.getName() != kNotThere)
+            if (error.getName() != host::kNoNotification)
                 throw;
         }
     };
