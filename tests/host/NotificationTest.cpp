@@ -201,6 +201,7 @@ TEST_F(NotificationTest, AnotherApplicationsAreLeftAlone)
     others.application = "com.velmora.test-other";
     others.tag = kTag;
     others.texts[NOTIFICATION_TEXT_TYPE_TITLE] = { "other's", "" };
+    EXPECT_EQ("", shown()); // hostd has made the file
     host::TrayStore store(host::homePath() + "notifications.db");
     const std::int64_t id = store.post(others);
 
