@@ -4,6 +4,7 @@
 #include "AlarmJsonParser.h"
 #include "AlarmSyncUtil.h"
 #include "AppCommonDouble.h"
+#include "JsonText.h"
 #include "QuickWrites.h"
 #include "StoreFile.h"
 #include "VconfDouble.h"
@@ -88,13 +89,7 @@ std::string builtByJsonGlib(const std::vector<AlarmDbData>& alarms)
     JsonObject* message = json_object_new();
     json_object_set_string_member(message, "msgId", "alarm-list-rsp");
     json_object_set_array_member(message, "list", list);
-    JsonNode* root = json_node_new(JSON_NODE_OBJECT);
-    json_node_take_object(root, message);
-    char* text = json_to_string(root, FALSE);
-    json_node_unref(root);
-    std::string result(text);
-    g_free(text);
-    return result;
+    return jsonText(message);
 }
 
 std::vector<AlarmDbData> readByLibrary(const std::string& message)

@@ -7,6 +7,7 @@
 //
 // Exit status: 0 within the limit, 1 not. With few rounds the limit is not judged.
 #include "Count.h"
+#include "JsonText.h"
 #include "Median.h"
 
 #include <AlarmDbData.h>
@@ -109,13 +110,7 @@ std::string byJsonGlib(std::vector<AlarmDbData>& alarms)
     json_object_set_string_member(message, "description", "");
     json_object_set_array_member(message, "alarms", list);
     json_object_set_boolean_member(message, "alarmAlert", TRUE);
-    JsonNode* root = json_node_new(JSON_NODE_OBJECT);
-    json_node_take_object(root, message);
-    char* text = json_to_string(root, FALSE);
-    json_node_unref(root);
-    std::string result(text);
-    g_free(text);
-    return result;
+    return jsonText(message);
 }
 
 // Of this thread alone, so that the machine's other work does not count.

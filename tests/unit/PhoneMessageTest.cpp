@@ -1,7 +1,7 @@
 #include "PhoneMessage.h"
 
-#include "common/Failure.h"
 #include "DlogDouble.h"
+#include "Refusal.h"
 
 #include <gmock/gmock.h>
 
@@ -10,23 +10,8 @@ using testing::SizeIs;
 
 namespace {
 
-struct RefusedCase {
-    const char* name;
-    std::string text;
-    std::string reason;
-};
-
 /// Why a message of the phone is refused; "" for one that is not.
-std::string refusalOf(const std::string& text)
-{
-    try {
-        readPhoneMessage(text);
-        return "";
-    } catch (const Failure& failure) {
-        EXPECT_EQ(Failure::kBadInput, failure.status());
-        return failure.what();
-    }
-}
+std::string refusalOf(const std::string& text) { return refusalOf(text, readPhoneMessage); }
 
 std::string nested(size_t depth)
 {

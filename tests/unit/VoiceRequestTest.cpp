@@ -1,7 +1,7 @@
 #include "VoiceRequest.h"
 
-#include "common/Failure.h"
 #include "DlogDouble.h"
+#include "Refusal.h"
 
 #include <gmock/gmock.h>
 
@@ -9,22 +9,7 @@ namespace {
 
 using Operation = VoiceRequest::Operation;
 
-struct RefusedCase {
-    const char* name;
-    std::string text;
-    std::string reason;
-};
-
-std::string refusalOf(const std::string& text)
-{
-    try {
-        readVoiceRequest(text);
-        return "";
-    } catch (const Failure& failure) {
-        EXPECT_EQ(Failure::kBadInput, failure.status());
-        return failure.what();
-    }
-}
+std::string refusalOf(const std::string& text) { return refusalOf(text, readVoiceRequest); }
 
 /// A request for a new alarm at 07:30, with more members.
 std::string add(const std::string& more)
